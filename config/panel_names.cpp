@@ -1,0 +1,42 @@
+#include "config/panel_names.h"
+
+#include <string_view>
+
+#include "lib/bounded_text.h"
+#include "lib/state.h"
+
+namespace qorx {
+
+namespace {
+
+// The one module whose ports are labelled from right to left.
+constexpr std::string_view kDescendingModel = "WMX-9556";
+constexpr std::uint8_t kDescendingStart = 4;
+constexpr std::uint8_t kAscendingStart = 1;
+
+}  // namespace
+
+std::int32_t qorx_assign_final_panel_name() {
+  std::string_view slot_name;
+  std::uint8_t counter = kAscendingStart;
+  for (DeviceRecord& record : device_records()) {
+    if (record.slot_name[0] == '\0' || record.panel_name[0] != '\0') {
+      continue;
+    }
+    if (record.smbios_type == QORX_SMBIOS_ONBOARD_DEVICE) {
+      copy_text(record.panel_name, record.slot_name);
+      append_text(record.panel_name, " (*)");
+      continue;
+    }
+    const bool descending = record.model == kDescendingModel;
+    if (slot_name != record.slot_name) {
+      slot_name = record.slot_name;
+      counter = descending ? kDescendingStart : kAscendingStart;
+    }
+    format_text(record.panel_name, sizeof record.panel_name, "%x (*)", counter);
+    counter = static_cast<std::uint8_t>(descending ? counter - 1 : counter + 1);
+  }
+  return 0;
+}
+
+}  // namespace qorx

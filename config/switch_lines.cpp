@@ -1,0 +1,177 @@
+#include "config/switch_lines.h"
+
+#include <algorithm>
+#include <string_view>
+#include <utility>
+
+#include "config/platform_lines.h"
+#include "discovery/topology.h"
+#include "lib/bounded_text.h"
+#include "lib/messages.h"
+#include "lib/name_column.h"
+#include "lib/state.h"
+#include "lib/text_fields.h"
+
+namespace qorx {
+
+namespace {
+
+// Appended records never count beyond this: the last one is then overwritten.
+constexpr std::uint32_t kAppendLimit = kMaxRecords - 1;
+
+class SlotPass final : public PlatformPass {
+ public:
+  std::int32_t begin_block(const char* slot_name, const char* file, int line_number) override;
+
+  std::int32_t take_line(const PlatformLine& line) override {
+    if (line.key == PlatformKey::kRename) {
+      rename(line.value);
+      return 0;
+    }
+    return line.key == PlatformKey::kSwitch ? take_switch(line) : 0;
+  }
+
+ private:
+  void rename(const char* new_name);
+  bool rename_all(NameColumn<SlotRecord>& names, const char* new_name);
+  std::int32_t take_switch(const PlatformLine& line);
+  std::int32_t find_switch(const PlatformLine& line);
+  void retire_slot();
+  std::int32_t append_ports(const PlatformLine& line);
+  void append_port(std::string_view slot_name, std::uint8_t dev);
+
+  NameColumn<SlotRecord> firmware_names_{slot_records(), &SlotRecord::smbios_slot_name};
+  NameColumn<SlotRecord> names_{slot_records(), &SlotRecord::slot_name};
+
+  char block_name_[QORX_NAME_SIZE] = {};
+  std::size_t block_slot_ = 0;        // index of the slot record that the block names
+  bool is_first_switch_line_ = true;  // of the block
+  bool switch_found_ = false;         // deliberately kept from block to block, as every switch line sets it anew
+  PciAddress switch_{};               // upstream port of the switch
+};
+
+std::int32_t SlotPass::begin_block(const char* slot_name, const char* file, int line_number) {
+  copy_text(block_name_, slot_name);
+  is_first_switch_line_ = true;
+  block_slot_ = firmware_names_.find(block_name_);
+  if (block_slot_ == kNoRecord) {
+    block_slot_ = names_.find(block_name_);
+  }
+  if (block_slot_ == kNoRecord) {
+    error("Can't find SLOT_NAME in SMBIOS type9/41 record! %s line: %d\n", file, line_number);
+    return code_byte(QORX_ERR_CONF_FILE_FORMAT);
+  }
+  return 0;
+}
+
+bool SlotPass::rename_all(NameColumn<SlotRecord>& names, const char* new_name) {
+  bool found = false;
+  for (std::size_t i = names.find(block_name_); i != kNoRecord; i = names.find(block_name_, i + 1)) {
+    copy_text(qorx_smbios_t9_t41_mapping[i].slot_name, new_name);
+    names_.renew(i);
+    found = true;
+  }
+  return found;
+}
+
+// The block keeps its old name: later lines of it still find the slot by the firmware's name.
+void SlotPass::rename(const char* new_name) {
+  debug("%s\n", new_name);
+  if (!rename_all(firmware_names_, new_name)) {
+    rename_all(names_, new_name);
+  }
+}
+
+std::int32_t SlotPass::take_switch(const PlatformLine& line) {
+  if (is_first_switch_line_) {
+    is_first_switch_line_ = false;
+    if (const std::int32_t code = find_switch(line); code != 0) {
+      return code;
+    }
+    retire_slot();
+  }
+  return switch_found_ ? append_ports(line) : 0;
+}
+
+std::int32_t SlotPass::find_switch(const PlatformLine& line) {
+  SlotRecord& slot = qorx_smbios_t9_t41_mapping[block_slot_];
+  switch_ = {slot.bus, slot.dev, slot.fun};
+  const std::int32_t result = get_pcie_switch_bus(switch_, slot.sysfs_path);
+  if (result == code_byte(QORX_ERR_CONF_FILE_FORMAT)) {
+    return wrong_format(line);
+  }
+  switch_found_ = result == 1;
+  return 0;
+}
+
+// The slot that holds the switch gives way to the switch's ports. A slot that was renamed before is no longer found.
+void SlotPass::retire_slot() {
+  for (std::size_t i = names_.find(block_name_); i != kNoRecord; i = names_.find(block_name_, i + 1)) {
+    SlotRecord& slot = qorx_smbios_t9_t41_mapping[i];
+    slot.slot_name[0] = '\0';
+    slot.smbios_slot_name[0] = '\0';
+    slot.bus = kAbsent;
+    slot.dev = kAbsent;
+    slot.fun = kAbsent;
+    firmware_names_.renew(i);
+    names_.renew(i);
+  }
+}
+
+// <first device>-<last device>/<slot name>, numbers hexadecimal, in either order.
+std::int32_t SlotPass::append_ports(const PlatformLine& line) {
+  const auto value = split_fields<3>(line.value, "/");
+  const auto range = split_fields<2>(value.at[0], "/-");
+  if (value.count < 2 || range.count < 2) {
+    return wrong_format(line);
+  }
+  long first = parse_hexadecimal(range.at[0]);
+  long last = parse_hexadecimal(range.at[1]);
+  if (last < first) {
+    std::swap(first, last);
+  }
+  for (long dev = first;; ++dev) {
+    // In a full table each port overwrites the one before: only the last is left to see.
+    if (qorx_system_environment_info.eth_smbios_t9_t41_number == kAppendLimit) {
+      dev = last;
+    }
+    append_port(value.at[1], static_cast<std::uint8_t>(dev));
+    if (dev == last) {
+      return 0;
+    }
+  }
+}
+
+void SlotPass::append_port(std::string_view slot_name, std::uint8_t dev) {
+  char path[QORX_NAME_SIZE];
+  char switch_name[16];
+  format_text(switch_name, sizeof switch_name, "/0000:%.2x:00.0", switch_.bus);
+  copy_text(path, qorx_smbios_t9_t41_mapping[block_slot_].sysfs_path);
+  append_text(path, switch_name);
+
+  std::uint32_t& count = qorx_system_environment_info.eth_smbios_t9_t41_number;
+  const std::size_t index = std::min(count, kAppendLimit);
+  SlotRecord& slot = fresh_slot_record(index);
+  copy_text(slot.slot_name, slot_name);
+  slot.type = QORX_SMBIOS_SYSTEM_SLOT;
+  slot.bus = static_cast<std::uint8_t>(switch_.bus + 1);
+  slot.dev = dev;
+  slot.fun = 0;
+  copy_text(slot.sysfs_path, path);
+  debug("smbios path %s\n", slot.sysfs_path);
+  count = std::min(count + 1, kAppendLimit);
+
+  firmware_names_.cover(slot_records());
+  firmware_names_.renew(index);
+  names_.cover(slot_records());
+  names_.renew(index);
+}
+
+}  // namespace
+
+std::int32_t qorx_check_conf_file_SW(const char* conf_file) {
+  SlotPass pass;
+  return read_platform_file(conf_file, pass);
+}
+
+}  // namespace qorx

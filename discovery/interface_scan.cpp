@@ -1,0 +1,137 @@
+#include "discovery/interface_scan.h"
+
+#include <string_view>
+
+#include "discovery/bypass_descriptor.h"
+#include "discovery/slot_match.h"
+#include "discovery/topology.h"
+#include "ident/model_lookup.h"
+#include "ident/subsystem_hooks.h"
+#include "ident/supported_devices.h"
+#include "lib/bounded_text.h"
+#include "lib/messages.h"
+#include "lib/state.h"
+#include "lib/system_root.h"
+#include "output/record_order.h"
+
+namespace qorx {
+
+namespace {
+
+constexpr std::uint32_t kNoControlPort = 0x302E;  // an A_BYPASS controller whose ports never carry the control
+
+void trace_match(int pass, const SlotMatcher::Match& match, const SlotRecord& slot, std::string_view text) {
+  if (!debugging()) {
+    return;
+  }
+  char pattern[16];
+  SlotMatcher::format_pattern(pass, match.level, slot, pattern);
+  debug("%d %d match str:%s\n", pass, match.level, pattern);
+  debug("%d %d match str_path:%.*s\n", pass, match.level, static_cast<int>(text.size()), text.data());
+}
+
+// Counts the port in its slot and copies the slot's data to it.
+void join_slot(DeviceRecord& record, SlotRecord& slot) {
+  ++slot.port_count;
+  if (add_device_id(slot, record.device_id, 1)) {
+    slot.vendor_id = record.vendor_id;
+  }
+  copy_text(record.slot_name, slot.slot_name);
+  debug("%s slot: %s\n", record.eth_name, record.slot_name);
+  record.slot_bus = slot.bus;
+  record.slot_dev = slot.dev;
+  record.slot_fun = slot.fun;
+  record.smbios_type = slot.type;
+}
+
+// Finds the port's slot. Returns whether the port sits on the module that is recognised by a bridge above it, the
+// only USB ports that get a slot.
+bool match_slot(const SlotMatcher& matcher, DeviceRecord& record, std::uint32_t index) {
+  bool is_bridged_module = false;
+  for (int pass = 0; pass < SlotMatcher::kPasses; ++pass) {
+    if (pass == 0 || debugging()) {
+      is_bridged_module = qorx_is_WMX_LH53(index);  // the answer is the same in both passes, but it is traced
+    }
+    if (!is_bridged_module && record.usb[0] != '\0') {
+      break;
+    }
+    const std::string_view text = SlotMatcher::searched_text(pass, record.net_path);
+    if (const auto match = matcher.find(pass, text)) {
+      SlotRecord& slot = slot_records()[match->slot];
+      trace_match(pass, *match, slot, text);
+      join_slot(record, slot);
+      break;
+    }
+  }
+  return is_bridged_module;
+}
+
+// Model and feature by the subsystem ids.
+std::int32_t identify(DeviceRecord& record) {
+  copy_text(record.model, qorx_get_model_name(record.subsys_vendor_id, record.subsys_device_id));
+  record.feature = default_feature(record.subsys_vendor_id, record.subsys_device_id);
+  // Ports work in pairs; the even function of a pair carries the bypass controller.
+  const bool even = record.fun % 2 == 0;
+  if (record.feature == QORX_FEATURE_A_BYPASS && even && record.subsys_device_id != kNoControlPort) {
+    record.bypass_ctrl_flag = 1;
+  }
+  if (record.feature == QORX_FEATURE_A_BYPASS_I2C && even) {
+    return parse_bypass_descriptor(record);
+  }
+  return 0;
+}
+
+// Records one interface, if it is a physical port.
+std::int32_t scan_interface(const SlotMatcher& matcher, const char* name) {
+  const std::uint32_t index = qorx_system_environment_info.eth_device_number;
+  if (get_eth_device_pcie_info(name, PortReading::kFillRecord) < 0) {
+    return 0;
+  }
+  DeviceRecord& record = qorx_eth_device_mapping[index];
+  if (!match_slot(matcher, record, index)) {
+    if (const std::int32_t code = identify(record); code != 0) {
+      return code;
+    }
+  }
+  ++qorx_system_environment_info.eth_device_number;
+  return 0;
+}
+
+std::int32_t scan_interfaces() {
+  SystemDirectory interfaces = open_system_directory("/sys/class/net");
+  debug("Get all eth device under /sys/class/net\n");
+  const SlotMatcher matcher(slot_records());
+  while (const char* const name = interfaces.is_open() ? interfaces.next_entry() : nullptr) {
+    if (std::string_view(name) == "lo") {
+      continue;
+    }
+    if (const std::int32_t code = scan_interface(matcher, name); code != 0) {
+      return code;
+    }
+    if (qorx_system_environment_info.eth_device_number > kMaxRecords - 1) {
+      debug("Detect physical NIC ports are reaching max support number %d.\n", static_cast<int>(kMaxRecords));
+      break;
+    }
+  }
+  return 0;
+}
+
+}  // namespace
+
+std::int32_t get_all_eth_devices_info() {
+  device_mapping_init();
+  forget_visited_functions();
+  if (const std::int32_t code = scan_interfaces(); code != 0) {
+    return code;
+  }
+  const auto records = device_records();
+  sort_result_by_bus_dev_function(records.data(), records.size());
+  if (g_sort_slotname != 0) {
+    sort_result_by_slot_name(records.data(), records.size());
+  }
+  assign_bus_high_low();
+  post_subsystem_id_general_hook();
+  return 0;
+}
+
+}  // namespace qorx

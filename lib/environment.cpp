@@ -1,0 +1,20 @@
+#include "lib/environment.h"
+
+#include "lib/messages.h"
+#include "lib/qorx.h"
+#include "lib/system_root.h"
+
+namespace qorx {
+
+std::int32_t check_environment() {
+  for (const char* const path : {"/sys/class/net", "/sys/devices/pci0000:00"}) {
+    if (!is_system_directory(path)) {
+      error("%s folder do not exist or can't access. Please check your environment\n", path);
+      return QORX_ERR_OPEN_DIR;
+    }
+    debug("Folder %s exist\n", path);
+  }
+  return 0;
+}
+
+}  // namespace qorx

@@ -1,0 +1,16 @@
+#include "lib/init_check.h"
+
+#include "lib/messages.h"
+#include "lib/state.h"
+
+namespace qorx {
+
+std::int32_t INIT_CHECK() {
+  if (g_qorx_init == 0) {
+    return 0;
+  }
+  error("qorx library needs to be initialized before function call.\n");
+  return code_byte(QORX_ERR_INIT);
+}
+
+}  // namespace qorx

@@ -1,0 +1,34 @@
+// The two message levels and everything that is printed besides results: error texts and debug traces.
+// All of it goes to standard output; a code is returned whether or not its text was printed.
+#ifndef QORX_LIB_MESSAGES_H
+#define QORX_LIB_MESSAGES_H
+
+#include <cstdint>
+
+namespace qorx {
+
+extern std::int32_t g_error_message_open;  // non-zero: print error texts (on at start)
+extern std::int32_t g_debug_message_open;  // non-zero: print debug traces
+
+// The text of an entry-point or structure-table check that found nothing usable. It has no name among the
+// public codes and prints as an unknown code; scripts know it by its byte, 0x91.
+inline constexpr std::int32_t kSmbiosNotFound = -111;
+
+// The form in which codes travel between the stages: the low eight bits.
+constexpr std::uint8_t code_byte(std::int32_t code) {
+  return static_cast<std::uint8_t>(code);
+}
+
+inline bool debugging() {
+  return g_debug_message_open != 0;
+}
+
+// printf to standard output when debug traces are on.
+[[gnu::format(printf, 1, 2)]] void debug(const char* format, ...);
+
+// printf to standard output when error messages are on.
+[[gnu::format(printf, 1, 2)]] void error(const char* format, ...);
+
+}  // namespace qorx
+
+#endif

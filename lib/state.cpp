@@ -1,0 +1,81 @@
+#include "lib/state.h"
+
+#include <algorithm>
+#include <cstring>
+
+qorx_eth_device_record qorx_eth_device_mapping[QORX_MAX_RECORDS];
+qorx_slot_record qorx_smbios_t9_t41_mapping[QORX_MAX_RECORDS];
+qorx_environment_info qorx_system_environment_info;
+
+std::int32_t g_config_flag;
+char g_config_file_name[QORX_NAME_SIZE];
+std::int32_t g_legacy_flag;
+std::int32_t g_WMX_name_flag;
+char g_WMX_name_file_name[QORX_NAME_SIZE];
+std::int32_t g_smbios_flag;
+char g_smbios_file_name[QORX_NAME_SIZE];
+std::int32_t g_diag;
+char g_entry_point_file[QORX_NAME_SIZE];
+char g_dmi_file[QORX_NAME_SIZE];
+std::int32_t g_force_flag;
+std::int32_t g_sort_slotname;
+std::int32_t g_vm_bypass;
+std::int32_t g_novlan;
+
+namespace qorx {
+
+std::int32_t g_qorx_init = -1;
+std::int32_t g_x86_i2c_root_port_number = -1;
+std::uint8_t wrong_seg_flag;
+
+namespace {
+
+// One more than the highest index ever written since the last clear.
+std::size_t g_devices_touched;
+std::size_t g_slots_touched;
+
+template <typename Record>
+Record& fresh_record(Record* table, std::size_t index, std::size_t& touched) {
+  Record& record = table[std::min(index, kMaxRecords - 1)];
+  if (index < touched) {
+    std::memset(&record, 0, sizeof record);
+  }
+  touched = std::max(touched, index + 1);
+  return record;
+}
+
+template <typename Record>
+void clear_table(Record* table, std::size_t counted, std::size_t& touched) {
+  // One past the counted records as well: a caller may have read or written the spare record there.
+  const std::size_t used = std::min(std::max(counted + 1, touched), kMaxRecords);
+  std::memset(table, 0, used * sizeof(Record));
+  touched = 0;
+}
+
+}  // namespace
+
+std::span<DeviceRecord> device_records() {
+  return {qorx_eth_device_mapping, std::min<std::size_t>(qorx_system_environment_info.eth_device_number, kMaxRecords)};
+}
+
+std::span<SlotRecord> slot_records() {
+  return {qorx_smbios_t9_t41_mapping,
+          std::min<std::size_t>(qorx_system_environment_info.eth_smbios_t9_t41_number, kMaxRecords)};
+}
+
+DeviceRecord& fresh_device_record(std::size_t index) {
+  return fresh_record(qorx_eth_device_mapping, index, g_devices_touched);
+}
+
+SlotRecord& fresh_slot_record(std::size_t index) {
+  return fresh_record(qorx_smbios_t9_t41_mapping, index, g_slots_touched);
+}
+
+void clear_tables() {
+  const qorx_environment_info& info = qorx_system_environment_info;
+  clear_table(qorx_eth_device_mapping, info.eth_device_number, g_devices_touched);
+  clear_table(qorx_smbios_t9_t41_mapping, info.eth_smbios_t9_t41_number, g_slots_touched);
+  qorx_system_environment_info = {};
+}
+
+}  // namespace qorx

@@ -1,0 +1,39 @@
+// The tables of qorx.h and the run-wide flags that are not options, with bounded access to the valid records.
+#ifndef QORX_LIB_STATE_H
+#define QORX_LIB_STATE_H
+
+#include <cstddef>
+#include <cstdint>
+#include <span>
+
+#include "lib/qorx.h"
+
+namespace qorx {
+
+using DeviceRecord = qorx_eth_device_record;
+using SlotRecord = qorx_slot_record;
+
+inline constexpr std::size_t kMaxRecords = QORX_MAX_RECORDS;
+inline constexpr std::uint8_t kAbsent = QORX_ABSENT;
+
+extern std::int32_t g_qorx_init;                 // 0 after a successful qorx_open, else -1
+extern std::int32_t g_x86_i2c_root_port_number;  // host I2C adapter; -1 not yet searched, 255 not found
+extern std::uint8_t wrong_seg_flag;              // an A_BYPASS port got no segment: list only such ports
+
+// The valid device records, in table order.
+std::span<DeviceRecord> device_records();
+
+// The valid slot records, in table order.
+std::span<SlotRecord> slot_records();
+
+// The record at `index` (below kMaxRecords), cleared, to be filled by the caller.
+DeviceRecord& fresh_device_record(std::size_t index);
+SlotRecord& fresh_slot_record(std::size_t index);
+
+// Zeroes both tables and the counters. Only records that may have been written are touched: the tables are
+// 2.3 MB of zero pages at start, and clearing them all would cost more than a whole run.
+void clear_tables();
+
+}  // namespace qorx
+
+#endif

@@ -1,0 +1,188 @@
+#include "lib/system_root.h"
+
+#include <fcntl.h>
+#include <sys/mman.h>
+#include <sys/stat.h>
+#include <unistd.h>
+
+#include <algorithm>
+#include <cerrno>
+#include <limits>
+
+#include "lib/bounded_text.h"
+
+namespace qorx {
+
+namespace {
+
+constexpr std::size_t kPathLimit = 4096;
+
+// No structure table is larger. A firmware that announces more is not believed: the walk would read through
+// device registers.
+constexpr std::uint64_t kMapLimit = std::uint64_t{64} << 20;
+
+char g_root[kPathLimit];
+
+// The path below the root; the path itself where no root is set.
+class RootedPath {
+ public:
+  explicit RootedPath(const char* path) : path_(path) {
+    if (g_root[0] != '\0') {
+      format_text(buffer_, sizeof buffer_, "%s%s", g_root, path);
+      path_ = buffer_;
+    }
+  }
+  [[nodiscard]] const char* c_str() const { return path_; }
+
+ private:
+  const char* path_;
+  char buffer_[2 * kPathLimit];
+};
+
+// Non-blocking, so that a pipe in a recorded tree can't stop the tool; sysfs does not care.
+int open_rooted(const char* path, int flags) {
+  return open(RootedPath(path).c_str(), flags | O_CLOEXEC | O_NONBLOCK);
+}
+
+// A recorded machine's memory is copied rather than mapped: a file that shrinks under a map kills its reader.
+MemoryMap load_regular_file(const SystemFile& file, std::uint64_t file_size, std::uint64_t base, std::uint64_t extent) {
+  const std::uint64_t present = std::min(extent, file_size > base ? file_size - base : 0);
+  if (present == 0) {
+    return {nullptr, 0, extent};
+  }
+  if (present > kMapLimit) {
+    return {};
+  }
+  void* const memory = mmap(nullptr, present, PROT_READ | PROT_WRITE, MAP_PRIVATE | MAP_ANONYMOUS, -1, 0);
+  if (memory == MAP_FAILED) {
+    return {};
+  }
+  const long count = file.read_at(base, {static_cast<std::uint8_t*>(memory), present});
+  if (count < 0) {
+    munmap(memory, present);
+    return {};
+  }
+  return {memory, present, extent};
+}
+
+}  // namespace
+
+SystemFile::~SystemFile() {
+  if (descriptor_ >= 0) {
+    close(descriptor_);
+  }
+}
+
+long SystemFile::read_at(std::uint64_t offset, std::span<std::uint8_t> bytes) const {
+  std::size_t done = 0;
+  while (done < bytes.size()) {
+    const ssize_t count =
+        pread(descriptor_, bytes.data() + done, bytes.size() - done, static_cast<off_t>(offset + done));
+    if (count < 0 && errno == EINTR) {
+      continue;
+    }
+    if (count < 0 && done == 0) {
+      return -1;
+    }
+    if (count <= 0) {
+      break;
+    }
+    done += static_cast<std::size_t>(count);
+  }
+  return static_cast<long>(done);
+}
+
+long SystemFile::read(std::span<char> bytes) const {
+  ssize_t count = 0;
+  do {
+    count = ::read(descriptor_, bytes.data(), bytes.size());
+  } while (count < 0 && errno == EINTR);
+  return count;
+}
+
+const char* SystemDirectory::next_entry() {
+  for (;;) {
+    const dirent* const entry = readdir(directory_.get());
+    if (entry == nullptr) {
+      return nullptr;
+    }
+    const std::string_view name = entry->d_name;
+    if (name != "." && name != "..") {
+      return entry->d_name;
+    }
+  }
+}
+
+MemoryMap::~MemoryMap() {
+  if (address_ != nullptr) {
+    munmap(address_, present_);
+  }
+}
+
+bool set_system_root(std::string_view directory) {
+  if (directory.size() >= sizeof g_root) {
+    return false;
+  }
+  copy_text(g_root, directory);
+  return true;
+}
+
+SystemFile open_system_file(const char* path) {
+  return SystemFile(open_rooted(path, O_RDONLY));
+}
+
+FilePtr open_system_text(const char* path) {
+  SystemFile file = open_system_file(path);
+  struct stat status {};
+  if (!file.is_open() || fstat(file.descriptor(), &status) != 0 || S_ISDIR(status.st_mode)) {
+    return nullptr;
+  }
+  FilePtr stream(fdopen(file.descriptor(), "r"));
+  if (stream) {
+    file.release();
+  }
+  return stream;
+}
+
+bool is_system_directory(const char* path) {
+  return SystemFile(open_rooted(path, O_RDONLY | O_DIRECTORY)).is_open();
+}
+
+SystemDirectory open_system_directory(const char* path) {
+  return SystemDirectory(opendir(RootedPath(path).c_str()));
+}
+
+long read_system_link(const char* path, std::span<char> buffer) {
+  return readlink(RootedPath(path).c_str(), buffer.data(), buffer.size());
+}
+
+MemoryMap map_system_memory(std::uint64_t base, std::uint64_t length) {
+  const auto page_size = static_cast<std::uint64_t>(sysconf(_SC_PAGESIZE));
+  constexpr std::uint64_t kFileEnd = std::numeric_limits<off_t>::max();
+  if (length == 0 || base > kFileEnd || length > kFileEnd - base - page_size) {
+    return {};
+  }
+  // Read-write is what opens /dev/mem on every kernel; a machine that refuses it may still allow reading.
+  SystemFile file(open_rooted("/dev/mem", O_RDWR));
+  if (!file.is_open()) {
+    file = SystemFile(open_rooted("/dev/mem", O_RDONLY));
+  }
+  struct stat status {};
+  if (!file.is_open() || fstat(file.descriptor(), &status) != 0) {
+    return {};
+  }
+  const std::uint64_t extent = (length + page_size - 1) / page_size * page_size;
+  if (S_ISREG(status.st_mode)) {
+    return load_regular_file(file, static_cast<std::uint64_t>(status.st_size), base, extent);
+  }
+  if (length > kMapLimit) {
+    return {};
+  }
+  void* const memory = mmap(nullptr, length, PROT_READ, MAP_SHARED, file.descriptor(), static_cast<off_t>(base));
+  if (memory == MAP_FAILED) {
+    return {};
+  }
+  return {memory, static_cast<std::size_t>(extent), extent};
+}
+
+}  // namespace qorx

@@ -1,0 +1,124 @@
+// The one door to the machine: every access to /sys and /dev/mem goes through here.
+//
+// Paths are absolute and used exactly as they stand. A recorded machine is read by setting the directory that
+// holds its sys/ and dev/ as the root; everything else runs the same code. Files that the user names never come
+// through here.
+#ifndef QORX_LIB_SYSTEM_ROOT_H
+#define QORX_LIB_SYSTEM_ROOT_H
+
+#include <dirent.h>
+
+#include <cstddef>
+#include <cstdint>
+#include <memory>
+#include <span>
+#include <string_view>
+#include <utility>
+
+#include "lib/line_reader.h"
+
+namespace qorx {
+
+// Sets the directory below which /sys and /dev are looked up; empty (the default) is the machine itself.
+// Returns false when the name is too long to be used; the root is then unchanged.
+bool set_system_root(std::string_view directory);
+
+// An open file of the machine, closed when it goes out of scope.
+class SystemFile {
+ public:
+  SystemFile() = default;
+  explicit SystemFile(int descriptor) : descriptor_(descriptor) {}
+  SystemFile(SystemFile&& other) noexcept : descriptor_(std::exchange(other.descriptor_, -1)) {}
+  SystemFile& operator=(SystemFile&& other) noexcept {
+    std::swap(descriptor_, other.descriptor_);
+    return *this;
+  }
+  SystemFile(const SystemFile&) = delete;
+  SystemFile& operator=(const SystemFile&) = delete;
+  ~SystemFile();
+
+  [[nodiscard]] bool is_open() const { return descriptor_ >= 0; }
+
+  // Reads the bytes at `offset` into `bytes`, and nothing else. Returns how many were there, -1 when the file
+  // can't be read.
+  [[nodiscard]] long read_at(std::uint64_t offset, std::span<std::uint8_t> bytes) const;
+
+  // Reads on from the current position, to the end of `bytes` or of the file.
+  [[nodiscard]] long read(std::span<char> bytes) const;
+
+  [[nodiscard]] int descriptor() const { return descriptor_; }
+
+  // Gives up the descriptor.
+  int release() { return std::exchange(descriptor_, -1); }
+
+ private:
+  int descriptor_ = -1;
+};
+
+// An open directory of the machine.
+class SystemDirectory {
+ public:
+  explicit SystemDirectory(DIR* directory) : directory_(directory) {}
+
+  [[nodiscard]] bool is_open() const { return directory_ != nullptr; }
+
+  // The next entry name in the order the directory returns them, without "." and ".."; null at the end. Valid
+  // until the next call.
+  const char* next_entry();
+
+ private:
+  struct Closer {
+    void operator()(DIR* directory) const { closedir(directory); }
+  };
+  std::unique_ptr<DIR, Closer> directory_;
+};
+
+// A read-only piece of /dev/mem.
+class MemoryMap {
+ public:
+  MemoryMap() = default;
+  MemoryMap(void* address, std::size_t present, std::uint64_t extent)
+      : address_(address), present_(present), extent_(extent) {}
+  MemoryMap(MemoryMap&& other) noexcept
+      : address_(std::exchange(other.address_, nullptr)), present_(other.present_), extent_(other.extent_) {}
+  MemoryMap& operator=(MemoryMap&&) = delete;
+  MemoryMap(const MemoryMap&) = delete;
+  MemoryMap& operator=(const MemoryMap&) = delete;
+  ~MemoryMap();
+
+  [[nodiscard]] bool is_mapped() const { return extent_ != 0; }
+
+  // The bytes that are there to be read.
+  [[nodiscard]] std::span<const std::uint8_t> bytes() const {
+    return {static_cast<const std::uint8_t*>(address_), present_};
+  }
+
+  // How far the map goes, in bytes: whole pages. Where a recorded machine's file ends earlier, the bytes from
+  // there to here count as 0x00.
+  [[nodiscard]] std::uint64_t extent() const { return extent_; }
+
+ private:
+  void* address_ = nullptr;
+  std::size_t present_ = 0;
+  std::uint64_t extent_ = 0;
+};
+
+SystemFile open_system_file(const char* path);
+
+// For text that is read in lines. Null when the file can't be opened.
+FilePtr open_system_text(const char* path);
+
+// Whether `path` is a directory that can be opened.
+bool is_system_directory(const char* path);
+
+SystemDirectory open_system_directory(const char* path);
+
+// Reads at most buffer.size() bytes of a link's target, without a NUL. Returns their number, -1 on failure.
+long read_system_link(const char* path, std::span<char> buffer);
+
+// Maps `length` bytes of /dev/mem from `base`, a multiple of the page size. Not mapped on failure.
+MemoryMap map_system_memory(std::uint64_t base, std::uint64_t length);
+
+}  // namespace qorx
+
+#endif

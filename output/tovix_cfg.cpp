@@ -1,0 +1,98 @@
+// tovix.cfg, the configuration file of the LAN-bypass utility: one record per port that controls a segment.
+#include <cstdio>
+
+#include "lib/init_check.h"
+#include "lib/state.h"
+#include "output/output_file.h"
+
+namespace qorx {
+
+namespace {
+
+constexpr const char* kFileName = "tovix.cfg";
+constexpr int kFirstForcedSegment = 200;
+
+constexpr const char* kWarning =
+    "Warning! These segments can't be assigned seg number automatically!\n"
+    "Please add these segments into tovix.cfg manually!\n"
+    "Or you can add -tovix.cfg -F command, and this command will assign those segments from segment number 200!\n";
+
+// Forces a number when the user asked for it. Returns whether the port has one now.
+bool settle_segment(DeviceRecord& record, int& forced) {
+  if (g_force_flag == 1 && record.seg >= kAbsent) {
+    record.seg = static_cast<std::uint8_t>(forced);
+    ++forced;
+  }
+  return record.seg < kAbsent;
+}
+
+void write_pci_record(std::FILE* file, const DeviceRecord& record) {
+  std::fprintf(file, "eth_name: %s\nSEGMENT: %d\nBUS: %.2x\nDEV: %.2x\nFUN: %.1x\n\n", record.eth_name, record.seg,
+               record.bus, record.dev, record.fun);
+}
+
+void write_mcu_segment(std::FILE* file, const DeviceRecord& record) {
+  if (record.smbios_type == QORX_SMBIOS_ONBOARD_DEVICE) {
+    std::fprintf(file, "MCU_SEGMENT: %d\n", record.mcu_segment);
+  } else if (record.smbios_type == QORX_SMBIOS_SYSTEM_SLOT && record.fun < 4) {
+    std::fprintf(file, "MCU_SEGMENT: %d\n", record.fun < 2 ? 1 : 2);
+  }
+}
+
+void write_i2c_record(std::FILE* file, const DeviceRecord& record) {
+  std::fprintf(file, "eth_name: %s\nSEGMENT: %d\n", record.eth_name, record.seg);
+  if (record.bypass_type == 'H') {
+    std::fputs("TYPE: SYS_I2C\n", file);
+  } else if (record.bypass_type == 'B') {
+    std::fputs("TYPE: BMC.0.IPMI\n", file);
+  }
+  std::fprintf(file, "BUS: %d.%d.%d\n", record.bypass_bus, record.bypass_switch1, record.bypass_switch2);
+  write_mcu_segment(file, record);
+  std::fputs("\n", file);
+}
+
+void write_port(std::FILE* file, DeviceRecord& record, int& forced) {
+  if (record.bypass_ctrl_flag != 1) {
+    return;
+  }
+  if (record.feature == QORX_FEATURE_A_BYPASS) {
+    if (settle_segment(record, forced)) {
+      write_pci_record(file, record);
+    } else {
+      wrong_seg_flag = 1;
+    }
+  } else if (record.feature == QORX_FEATURE_A_BYPASS_I2C) {
+    // Deliberately silent without a number: the warning is about the ports that can be added by hand.
+    if (settle_segment(record, forced)) {
+      write_i2c_record(file, record);
+    }
+  }
+}
+
+}  // namespace
+
+}  // namespace qorx
+
+std::int32_t qorx_output_tovix_cfg() {
+  using namespace qorx;
+  wrong_seg_flag = 0;
+  if (const std::int32_t code = INIT_CHECK(); code != 0) {
+    return code;
+  }
+  OutputFile file(kFileName);
+  if (!file.is_open()) {
+    return QORX_ERR_OPEN_FILE;
+  }
+  int forced = kFirstForcedSegment;
+  for (DeviceRecord& record : device_records()) {
+    write_port(file.stream(), record, forced);
+  }
+  std::fputs("TYPE:PCIE\n\n", file.stream());
+  const std::int32_t code = file.close();
+  if (code == 0 && wrong_seg_flag != 0) {
+    std::fputs(kWarning, stdout);
+    static_cast<void>(qorx_print_scan_result(nullptr, nullptr, nullptr));
+  }
+  wrong_seg_flag = 0;
+  return code;
+}

@@ -1,0 +1,16 @@
+// Rows for interfaces that no hardware stands behind: VLANs, bridges, tunnels.
+#ifndef QORX_OUTPUT_VIRTUAL_INTERFACES_H
+#define QORX_OUTPUT_VIRTUAL_INTERFACES_H
+
+#include <cstdint>
+#include <cstdio>
+
+namespace qorx {
+
+// Prints the row of every virtual interface, or only of the one named `eth_name` when that is not null, to
+// `stream`, or to standard output when that is null. Returns 0.
+std::int32_t get_all_virtual_eth_devices_info(const char* eth_name, std::FILE* stream);
+
+}  // namespace qorx
+
+#endif

@@ -1,0 +1,278 @@
+#include "smbios/entry_point.h"
+
+#include <algorithm>
+#include <cstdio>
+#include <string_view>
+
+#include "ident/strings.h"
+#include "lib/bounded_text.h"
+#include "lib/line_reader.h"
+#include "lib/messages.h"
+#include "lib/state.h"
+#include "lib/system_root.h"
+#include "lib/text_fields.h"
+#include "smbios/physical_memory.h"
+#include "smbios/structure_table.h"
+
+namespace qorx {
+
+namespace {
+
+// Entry point layout (DMTF DSP0134, 5.2.1 and 5.2.2). The checksummed lengths are fixed: the length byte of the
+// entry point is wrong on some machines of version 2.1.
+constexpr std::string_view kAnchor2 = "_SM_";
+constexpr std::size_t kEntry2Last = 30;
+constexpr std::size_t kEntry2Intermediate = 16;
+constexpr std::size_t kEntry2TableLength = 22;
+constexpr std::size_t kEntry2TableAddress = 24;
+constexpr std::string_view kAnchor3 = "_SM3_";
+constexpr std::size_t kEntry3Last = 23;
+constexpr std::size_t kEntry3TableLength = 12;
+constexpr std::size_t kEntry3TableAddress = 16;
+constexpr std::size_t kEntrySize = 32;
+
+#if defined(__x86_64__) || defined(__i386__)
+constexpr std::uint64_t kLegacyArea = 0xF0000;
+#endif
+constexpr std::uint64_t kScanLength = 0x10000;
+constexpr std::uint64_t kScanStep = 16;
+constexpr std::uint64_t kScanLast = kScanLength - 0x18;
+
+constexpr const char* kSystab = "/sys/firmware/efi/systab";
+constexpr const char* kSysfsEntryPoint = "/sys/firmware/dmi/tables/smbios_entry_point";
+constexpr const char* kSysfsTable = "/sys/firmware/dmi/tables/DMI";
+
+// The walk looks at most this far behind the announced end: one formatted area and the closing NULs.
+constexpr std::size_t kTableSlack = 512;
+
+// No file that is loaded whole is larger; an endless one is given up as too large for memory.
+constexpr std::size_t kFileLimit = std::size_t{16} << 20;
+
+FilePtr open_text(const char* path, FileOrigin origin) {
+  return origin == FileOrigin::kSystem ? open_system_text(path) : open_text_file(path);
+}
+
+void trace_entry(const EntryPoint& entry) {
+  debug("entry_v%d\n", entry.version);
+  debug("structure table lenght: %d\n", static_cast<int>(entry.table_length));
+  debug("structure table address: %lx\n", static_cast<unsigned long>(entry.table_address));
+}
+
+std::int32_t find_entry_point(std::uint64_t physical_address, EntryPoint& entry) {
+  const PhysicalMemory memory(physical_address, kScanLength);
+  if (!memory.is_mapped()) {
+    return code_byte(QORX_ERR_MMAP);
+  }
+  const ByteView area(memory.bytes());
+  std::int32_t code = code_byte(kSmbiosNotFound);
+  for (std::uint64_t offset = 0; offset <= kScanLast; offset += kScanStep) {
+    code = Check_SMBIOS_entry_point(area.from(offset), entry);
+    if (code == 0) {
+      trace_entry(entry);
+      break;
+    }
+  }
+  return code;
+}
+
+// The address behind `key` when `line` begins with it, else 0.
+std::uint64_t address_behind(std::string_view line, std::string_view key) {
+  return line.starts_with(key) ? parse_address(line.substr(key.size())) : 0;
+}
+
+// The entry point's address in the EFI system table: the first SMBIOS line of either kind.
+std::uint64_t read_systab(LineReader& lines) {
+  constexpr std::string_view kKey3 = "SMBIOS3=";
+  constexpr std::string_view kKey2 = "SMBIOS=";
+  while (lines.read() && !lines.at_end()) {
+    debug("%s", lines.text());
+    const std::string_view line = lines.text();
+    if (line.starts_with(kKey3)) {
+      return address_behind(line, kKey3);
+    }
+    if (line.starts_with(kKey2)) {
+      return address_behind(line, kKey2);
+    }
+  }
+  return 0;
+}
+
+std::int32_t search_legacy_area() {
+#if defined(__x86_64__) || defined(__i386__)
+  return Search_SMBIOS_entry_point_mem1(kLegacyArea);
+#else
+  // Elsewhere this is no BIOS area; touching it can reset the machine.
+  return code_byte(kSmbiosNotFound);
+#endif
+}
+
+// Trims the designations and keeps them as the firmware's names.
+void finish_slot_names() {
+  debug("qorx_system_environment_info.eth_smbios_t9_t41_number %d\n",
+        static_cast<int>(qorx_system_environment_info.eth_smbios_t9_t41_number));
+  for (SlotRecord& slot : slot_records()) {
+    str_eliminate_header_space(slot.slot_name);
+    str_eliminate_end_space(slot.slot_name);
+    copy_text(slot.smbios_slot_name, slot.slot_name);
+    debug("%s\n", slot.smbios_slot_name);
+    debug("bus %x dev %x fun %x\n", slot.bus, slot.dev, slot.fun);
+  }
+}
+
+}  // namespace
+
+std::uint8_t Cal_checksum(ByteView bytes, std::size_t first, std::size_t last) {
+  std::uint8_t sum = 0;
+  for (std::size_t i = first; i <= last; ++i) {
+    sum = static_cast<std::uint8_t>(sum + bytes.u8(i));
+  }
+  return sum;
+}
+
+std::int32_t Check_SMBIOS_entry_point(ByteView bytes, EntryPoint& entry) {
+  entry = {};
+  if (bytes.starts_with(kAnchor2)) {
+    entry = {2, bytes.u16(kEntry2TableLength), bytes.u32(kEntry2TableAddress)};
+    if (Cal_checksum(bytes, 0, kEntry2Last) != 0) {
+      error("SMBIOS entry point structure checksum is NOT 0!\n");
+      return code_byte(QORX_ERR_SMBIOS_CHECKSUM);
+    }
+    if (Cal_checksum(bytes, kEntry2Intermediate, kEntry2Last) != 0) {
+      error("SMBIOS entry point structure intermediate checksum is NOT 0!\n");
+      return code_byte(QORX_ERR_SMBIOS_CHECKSUM);
+    }
+    return 0;
+  }
+  if (bytes.starts_with(kAnchor3)) {
+    entry = {3, bytes.u32(kEntry3TableLength), bytes.u64(kEntry3TableAddress)};
+    if (Cal_checksum(bytes, 0, kEntry3Last) != 0) {
+      error("SMBIOS3 entry point structure checksum is NOT 0!\n");
+      return code_byte(QORX_ERR_SMBIOS_CHECKSUM);
+    }
+    return 0;
+  }
+  return code_byte(kSmbiosNotFound);
+}
+
+FileImage File_map(const char* path, FileOrigin origin, std::size_t limit) {
+  const FilePtr file = open_text(path, origin);
+  if (!file) {
+    debug("3Can't get %s\n", path);
+    return {};
+  }
+  const std::size_t capacity = std::min(limit, kFileLimit);
+  FileImage image(capacity);
+  if (!image.is_loaded()) {
+    debug("4Can't get %s\n", path);
+    return {};
+  }
+  image.fill(file.get());
+  if (std::ferror(file.get()) != 0) {
+    debug("5Can't get %s\n", path);
+    return {};
+  }
+  if (limit > capacity && image.bytes().size() == capacity && std::fgetc(file.get()) != EOF) {
+    debug("4Can't get %s\n", path);
+    return {};
+  }
+  return image;
+}
+
+std::int32_t Search_SMBIOS_entry_point_mem1(std::uint64_t physical_address) {
+  EntryPoint entry;
+  if (const std::int32_t code = find_entry_point(physical_address, entry); code != 0) {
+    return code;
+  }
+  const PhysicalMemory memory(entry.table_address, entry.table_length);
+  if (!memory.is_mapped()) {
+    return code_byte(QORX_ERR_MMAP);
+  }
+  return Parse_struct_table(TableBytes::mapped(memory.bytes(), memory.extent()), entry.table_length);
+}
+
+std::int32_t Search_SMBIOS_entry_point_mem() {
+  const std::int32_t legacy_code = search_legacy_area();
+  if (legacy_code == 0) {
+    return 0;
+  }
+  debug("Can't find by legacy method.\n");
+  LineReader lines(open_system_text(kSystab));
+  if (!lines.is_open()) {
+    debug("Can't open %s\n", kSystab);
+    return code_byte(-1);
+  }
+  const std::uint64_t address = read_systab(lines);
+  if (address == 0) {
+    return legacy_code;
+  }
+  debug("%x\n", static_cast<unsigned>(address));
+  debug("From %s\n", kSystab);
+  const std::int32_t code = Search_SMBIOS_entry_point_mem1(address);
+  if (code != 0) {
+    debug("Can't find by UEFI systab!\n");
+  }
+  return code;
+}
+
+std::int32_t Search_SMBIOS_entry_point_sysfs_diag(const char* entry_point_file, const char* table_file,
+                                                  FileOrigin origin) {
+  EntryPoint entry;
+  {
+    const FileImage image = File_map(entry_point_file, origin, kEntrySize);
+    if (!image.is_loaded()) {
+      error("1Can't get %s\n", entry_point_file);
+      return code_byte(QORX_ERR_MMAP);
+    }
+    if (const std::int32_t code = Check_SMBIOS_entry_point(image.bytes(), entry); code != 0) {
+      if (code == code_byte(kSmbiosNotFound)) {
+        error("Can't find SMBIOS!\n");
+      }
+      return code;
+    }
+  }
+  trace_entry(entry);
+  const FileImage table = File_map(table_file, origin, std::size_t{entry.table_length} + kTableSlack);
+  if (!table.is_loaded()) {
+    error("2Can't get %s\n", table_file);
+    return code_byte(QORX_ERR_MMAP);
+  }
+  return Parse_struct_table(TableBytes::loaded(table.bytes(), entry.table_length), entry.table_length);
+}
+
+std::int32_t Search_SMBIOS_entry_point_sysfs() {
+  return Search_SMBIOS_entry_point_sysfs_diag(kSysfsEntryPoint, kSysfsTable, FileOrigin::kSystem);
+}
+
+int Is_SMBIOS_sysfs() {
+  for (const char* const path : {kSysfsEntryPoint, kSysfsTable}) {
+    if (!open_system_text(path)) {
+      debug("%s is NOT found.\n", path);
+      return 0;
+    }
+    debug("%s is found.\n", path);
+  }
+  return 1;
+}
+
+std::int32_t Search_SMBIOS_entry_point(const char* entry_point_file, const char* table_file) {
+  std::int32_t code = 0;
+  if (g_diag != 0) {
+    debug("diag\n");
+    code = Search_SMBIOS_entry_point_sysfs_diag(entry_point_file, table_file, FileOrigin::kUser);
+  } else {
+    debug("mem\n");
+    code = Search_SMBIOS_entry_point_mem();
+    // Deliberately second: the memory of the running machine is asked before the kernel's copy.
+    if (code_byte(code) != 0 && Is_SMBIOS_sysfs() == 1) {
+      debug("sysfs\n");
+      code = Search_SMBIOS_entry_point_sysfs();
+    }
+  }
+  if (code_byte(code) != 0) {
+    return code;
+  }
+  finish_slot_names();
+  return 0;
+}
+
+}  // namespace qorx

@@ -1,0 +1,124 @@
+#include "smbios/structure_table.h"
+
+#include <algorithm>
+#include <array>
+
+#include "lib/bounded_text.h"
+#include "lib/byte_view.h"
+#include "lib/messages.h"
+#include "lib/state.h"
+
+namespace qorx {
+
+namespace {
+
+constexpr std::uint64_t kNoEnd = 0;
+
+// How many empty structures behind the loaded bytes are traced one by one: all of any version 2 table.
+constexpr std::uint64_t kTracedEmptyStructures = 65536;
+constexpr std::uint64_t kEmptyStructureLength = 2;  // type 0, length 0: nothing but the two closing NULs
+
+using Designation = char[QORX_NAME_SIZE];
+
+// Total length of the structure at `offset`: formatted area, strings, two NULs. kNoEnd when the table ends first.
+// The NULs are looked for before the end of the table is, so a structure at its very end is still found.
+std::uint64_t structure_length(const TableBytes& table, std::uint64_t offset, std::uint32_t table_len) {
+  const std::uint64_t strings = offset + table.at(offset + kStructureLength);
+  for (std::uint64_t j = 0;; ++j) {
+    const std::uint64_t i = strings + j;
+    if (table.at(i) == 0 && table.at(i + 1) == 0) {
+      debug("j 0x%.2x\n", static_cast<unsigned>(j));
+      return strings - offset + j + 2;
+    }
+    if (i + 1 >= table_len) {
+      error("SMBIOS structure abnormal! NO valid slot name and panel name can be shown!\n");
+      return kNoEnd;
+    }
+  }
+}
+
+// Reads the designation into `text`. Deliberate, and kept for the slot names in the field: the position of the
+// next string is counted from the start of the string set, not from the string before it, so strings 1 and 2 are
+// found and higher numbers give what lies at (length of the string before + 1); and number 0 leaves `text` as the
+// record before it had it.
+void read_designation(ByteView strings, std::uint8_t number, Designation& text) {
+  std::size_t position = 0;
+  for (int i = 0; i < number; ++i) {
+    std::size_t length = 0;
+    while (length < sizeof text - 1 && strings.u8(position + length) != 0) {
+      text[length] = static_cast<char>(strings.u8(position + length));
+      ++length;
+    }
+    text[length] = '\0';
+    position = length + 1;
+  }
+}
+
+void store_record(const TableBytes& table, std::uint64_t offset, std::uint64_t length, Designation& designation) {
+  std::uint32_t& count = qorx_system_environment_info.eth_smbios_t9_t41_number;
+  // Every structure behind the 512th overwrites the last record.
+  count = std::min<std::uint32_t>(count, kMaxRecords - 1);
+  SlotRecord& record = fresh_slot_record(count);
+  const std::size_t kept = std::min<std::uint64_t>(length, sizeof record.raw);
+  for (std::size_t i = 0; i < kept; ++i) {
+    record.raw[i] = table.at(offset + i);
+  }
+  record.length = static_cast<std::uint8_t>(length);
+  record.type = table.at(offset + kStructureType);
+  const bool is_slot = record.type == QORX_SMBIOS_SYSTEM_SLOT;
+  // A structure older than SMBIOS 2.6 has no address fields; what lies there is taken.
+  const std::uint8_t device_function = table.at(offset + (is_slot ? kSlotDeviceFunction : kOnboardDeviceFunction));
+  record.bus = table.at(offset + (is_slot ? kSlotBus : kOnboardBus));
+  record.dev = device_function >> 3;
+  record.fun = device_function & 0x07;
+  record.str_index = table.at(offset + kStructureDesignation);
+  const ByteView raw(std::span(record.raw).first(kept));
+  read_designation(raw.from(table.at(offset + kStructureLength)), record.str_index, designation);
+  copy_text(record.slot_name, designation);
+  ++count;
+}
+
+// Number of empty structures from `offset` that need not be walked one by one: behind the present bytes there is
+// nothing but zeros, and a table that announces 4 GB must not take 2 billion steps.
+std::uint64_t skippable_structures(const TableBytes& table, std::uint64_t offset, std::uint32_t table_len) {
+  if (offset < table.present() || offset >= table_len || offset >= table.extent()) {
+    return 0;
+  }
+  const std::uint64_t to_end = (table_len - offset + kEmptyStructureLength - 1) / kEmptyStructureLength;
+  return std::min(to_end, (table.extent() - offset) / kEmptyStructureLength);
+}
+
+}  // namespace
+
+std::int32_t Parse_struct_table(const TableBytes& table, std::uint32_t table_len) {
+  qorx_system_environment_info.eth_smbios_t9_t41_number = 0;
+  Designation designation{};
+  std::uint64_t offset = 0;
+  std::uint64_t traced = 0;
+  do {
+    if (const std::uint64_t skippable = skippable_structures(table, offset, table_len);
+        skippable != 0 && (!debugging() || traced++ >= kTracedEmptyStructures)) {
+      offset += skippable * kEmptyStructureLength;
+      continue;
+    }
+    const std::uint8_t type = table.at(offset + kStructureType);
+    debug("type %d\n", type);
+    debug("str_offset 0x%.2x\n", table.at(offset + kStructureLength));
+    const std::uint64_t length = structure_length(table, offset, table_len);
+    if (length == kNoEnd) {
+      return code_byte(kSmbiosNotFound);
+    }
+    if (type == QORX_SMBIOS_SYSTEM_SLOT || type == QORX_SMBIOS_ONBOARD_DEVICE) {
+      store_record(table, offset, length, designation);
+    }
+    debug("length 0x%.2x\n", static_cast<unsigned>(length));
+    offset += length;
+  } while (offset < table_len);
+  debug("sum %u\n", static_cast<unsigned>(offset));
+  if (offset > table_len) {
+    debug("WARNING:sum %u is bigger than table_len %u!\n", static_cast<unsigned>(offset), table_len);
+  }
+  return 0;
+}
+
+}  // namespace qorx
