@@ -1,0 +1,60 @@
+#include "lib/text_fields.h"
+
+#include <gtest/gtest.h>
+
+#include <string>
+
+namespace qorx {
+namespace {
+
+TEST(SplitFields, RunsOfDelimitersCountAsOne) {
+  const auto fields = split_fields<4>("//a//b/", "/");
+  ASSERT_EQ(fields.count, 2U);
+  EXPECT_EQ(fields.at[0], "a");
+  EXPECT_EQ(fields.at[1], "b");
+}
+
+TEST(SplitFields, TheRestBehindTheLastWantedFieldIsIgnored) {
+  const auto fields = split_fields<2>("1/2/3/4", "/");
+  ASSERT_EQ(fields.count, 2U);
+  EXPECT_EQ(fields.at[1], "2");
+}
+
+TEST(SplitFields, ATextOfDelimitersHasNoField) {
+  EXPECT_EQ(split_fields<4>("::..", ":.").count, 0U);
+  EXPECT_EQ(split_fields<4>("", ":.").count, 0U);
+}
+
+TEST(FieldSplitter, TheRestBeginsBehindTheOneDelimiterThatEndedTheField) {
+  FieldSplitter splitter("a..b");
+  EXPECT_EQ(splitter.next("."), "a");
+  EXPECT_EQ(splitter.rest(), ".b");
+}
+
+TEST(ParseHexadecimal, ReadsWhatStrtolReads) {
+  EXPECT_EQ(parse_hexadecimal("1a"), 0x1A);
+  EXPECT_EQ(parse_hexadecimal("0x1A"), 0x1A);
+  EXPECT_EQ(parse_hexadecimal(" -1"), -1);
+  EXPECT_EQ(parse_hexadecimal("1g"), 1);
+  EXPECT_EQ(parse_hexadecimal("zz"), 0);
+  EXPECT_EQ(parse_hexadecimal(""), 0);
+}
+
+TEST(ParseHexadecimal, StopsAtTheEndOfItsField) {
+  const std::string_view text = "0312";
+  EXPECT_EQ(parse_hexadecimal(text.substr(0, 2)), 3);
+}
+
+TEST(ParseDecimal, ReadsWhatAtoiReads) {
+  EXPECT_EQ(parse_decimal("255)"), 255);
+  EXPECT_EQ(parse_decimal("-1"), -1);
+  EXPECT_EQ(parse_decimal("x"), 0);
+}
+
+TEST(ParseAddress, ReadsSixtyFourBits) {
+  EXPECT_EQ(parse_address("0xffffffffffffffff\n"), 0xFFFFFFFFFFFFFFFFU);
+  EXPECT_EQ(parse_address("7af0a000"), 0x7AF0A000U);
+}
+
+}  // namespace
+}  // namespace qorx

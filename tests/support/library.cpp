@@ -1,0 +1,84 @@
+#include "tests/support/library.h"
+
+#include <unistd.h>
+
+#include <cstdio>
+#include <cstring>
+#include <stdexcept>
+
+#include "ident/model_lookup.h"
+#include "ident/subsystem_hooks.h"
+#include "ident/supported_devices.h"
+#include "lib/bounded_text.h"
+#include "lib/messages.h"
+#include "tests/support/fake_machine.h"
+
+namespace qorx::test {
+
+void reset_library() {
+  std::memset(qorx_eth_device_mapping, 0, sizeof qorx_eth_device_mapping);
+  std::memset(qorx_smbios_t9_t41_mapping, 0, sizeof qorx_smbios_t9_t41_mapping);
+  clear_tables();
+  for (std::int32_t* const flag : {&g_config_flag, &g_legacy_flag, &g_WMX_name_flag, &g_smbios_flag, &g_diag,
+                                   &g_force_flag, &g_sort_slotname, &g_vm_bypass, &g_novlan}) {
+    *flag = 0;
+  }
+  for (char* const name :
+       {g_config_file_name, g_WMX_name_file_name, g_smbios_file_name, g_entry_point_file, g_dmi_file}) {
+    std::memset(name, 0, QORX_NAME_SIZE);
+  }
+  g_qorx_init = -1;
+  g_x86_i2c_root_port_number = -1;
+  wrong_seg_flag = 0;
+  g_error_message_open = 1;
+  g_debug_message_open = 0;
+  model_name[0] = '\0';
+  Velmora_sub_id_number = 0;
+  std::memset(DEVICE_MAPPING, 0, sizeof DEVICE_MAPPING);
+  forget_visited_functions();
+}
+
+std::string printed_by(const std::function<void()>& action) {
+  const TemporaryDirectory captured;
+  const std::string file = captured.path() / "out";
+  std::fflush(stdout);
+  const int kept = dup(STDOUT_FILENO);
+  std::FILE* const redirected = std::fopen(file.c_str(), "w");
+  if (kept < 0 || redirected == nullptr || dup2(fileno(redirected), STDOUT_FILENO) < 0) {
+    throw std::runtime_error("can't redirect standard output");
+  }
+  std::fclose(redirected);
+  action();
+  std::fflush(stdout);
+  dup2(kept, STDOUT_FILENO);
+  close(kept);
+  return read_file(file);
+}
+
+std::string traced_by(const std::function<void()>& action) {
+  g_debug_message_open = 1;
+  std::string traces = printed_by(action);
+  g_debug_message_open = 0;
+  return traces;
+}
+
+DeviceRecord& add_device(std::string_view eth_name, std::string_view slot_name, int smbios_type) {
+  DeviceRecord& record = fresh_device_record(qorx_system_environment_info.eth_device_number++);
+  copy_text(record.eth_name, eth_name);
+  copy_text(record.slot_name, slot_name);
+  record.smbios_type = static_cast<std::uint8_t>(smbios_type);
+  return record;
+}
+
+SlotRecord& add_slot(std::string_view slot_name, int type, int bus, int dev, int fun) {
+  SlotRecord& slot = fresh_slot_record(qorx_system_environment_info.eth_smbios_t9_t41_number++);
+  copy_text(slot.slot_name, slot_name);
+  copy_text(slot.smbios_slot_name, slot_name);
+  slot.type = static_cast<std::uint8_t>(type);
+  slot.bus = static_cast<std::uint8_t>(bus);
+  slot.dev = static_cast<std::uint8_t>(dev);
+  slot.fun = static_cast<std::uint8_t>(fun);
+  return slot;
+}
+
+}  // namespace qorx::test

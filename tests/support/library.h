@@ -1,0 +1,28 @@
+// Calling the library in this process: a clean state, and what it prints.
+#ifndef QORX_TESTS_SUPPORT_LIBRARY_H
+#define QORX_TESTS_SUPPORT_LIBRARY_H
+
+#include <functional>
+#include <string>
+#include <string_view>
+
+#include "lib/state.h"
+
+namespace qorx::test {
+
+// Puts every table, counter, option and flag back to what it is when a process starts.
+void reset_library();
+
+// What `action` prints on standard output.
+std::string printed_by(const std::function<void()>& action);
+
+// printed_by with debug traces on, and off again.
+std::string traced_by(const std::function<void()>& action);
+
+// Appends a record to the device or slot table and counts it. Returns it for more to be set.
+DeviceRecord& add_device(std::string_view eth_name, std::string_view slot_name = "", int smbios_type = 0);
+SlotRecord& add_slot(std::string_view slot_name, int type = 9, int bus = 0, int dev = 0, int fun = 0);
+
+}  // namespace qorx::test
+
+#endif
