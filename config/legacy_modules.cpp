@@ -19,7 +19,7 @@ void name_slot(SlotRecord& slot) {
 
 // The first slot with the port's slot name that has a model; null when there is none.
 const SlotRecord* named_slot(const NameColumn<SlotRecord>& names, const DeviceRecord& record) {
-  for (std::size_t i = names.find(record.slot_name); i != kNoRecord; i = names.find(record.slot_name, i + 1)) {
+  for (std::size_t i = names.find(record.slot_name); i != kNoRecord; i = names.find_next(i)) {
     if (qorx_smbios_t9_t41_mapping[i].model_name[0] != '\0') {
       return &qorx_smbios_t9_t41_mapping[i];
     }

@@ -50,7 +50,7 @@ class FeaturePass final : public PlatformPass {
   template <typename Action>
   void for_each_port(std::string_view function_field, Action action) {
     const int function = function_field[0] - '0';
-    for (std::size_t i = names_.find(slot_name_); i != kNoRecord; i = names_.find(slot_name_, i + 1)) {
+    for (std::size_t i = names_.find(slot_name_); i != kNoRecord; i = names_.find_next(i)) {
       if (records_[i].fun == function) {
         action(records_[i]);
       }

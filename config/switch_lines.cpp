@@ -66,7 +66,8 @@ std::int32_t SlotPass::begin_block(const char* slot_name, const char* file, int 
 
 bool SlotPass::rename_all(NameColumn<SlotRecord>& names, const char* new_name) {
   bool found = false;
-  for (std::size_t i = names.find(block_name_); i != kNoRecord; i = names.find(block_name_, i + 1)) {
+  for (std::size_t i = names.find(block_name_), next = kNoRecord; i != kNoRecord; i = next) {
+    next = names.find_next(i);
     copy_text(qorx_smbios_t9_t41_mapping[i].slot_name, new_name);
     names_.renew(i);
     found = true;
@@ -106,7 +107,8 @@ std::int32_t SlotPass::find_switch(const PlatformLine& line) {
 
 // The slot that holds the switch gives way to the switch's ports. A slot that was renamed before is no longer found.
 void SlotPass::retire_slot() {
-  for (std::size_t i = names_.find(block_name_); i != kNoRecord; i = names_.find(block_name_, i + 1)) {
+  for (std::size_t i = names_.find(block_name_), next = kNoRecord; i != kNoRecord; i = next) {
+    next = names_.find_next(i);
     SlotRecord& slot = qorx_smbios_t9_t41_mapping[i];
     slot.slot_name[0] = '\0';
     slot.smbios_slot_name[0] = '\0';

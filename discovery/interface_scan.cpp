@@ -88,6 +88,7 @@ std::int32_t scan_interface(const SlotMatcher& matcher, const char* name) {
     return 0;
   }
   DeviceRecord& record = qorx_eth_device_mapping[index];
+  note_own_function(record);
   if (!match_slot(matcher, record, index)) {
     if (const std::int32_t code = identify(record); code != 0) {
       return code;

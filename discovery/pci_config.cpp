@@ -4,9 +4,9 @@
 #include <cerrno>
 #include <cstring>
 
-#include "lib/bounded_text.h"
 #include "lib/byte_view.h"
 #include "lib/messages.h"
+#include "lib/path_text.h"
 
 namespace qorx {
 
@@ -16,13 +16,9 @@ namespace {
 // after that runs in a circle.
 constexpr int kCapabilityStepLimit = 63;
 
-struct ConfigPath {
-  char text[128];
-  explicit ConfigPath(PciAddress address) {
-    format_text(text, sizeof text, "/sys/bus/pci/devices/0000:%.2x:%.2x.%.1x/config", address.bus, address.dev,
-                address.fun);
-  }
-};
+PathText config_path(PciAddress address) {
+  return {"/sys/bus/pci/devices/", DeviceName(address.bus, address.dev, address.fun).view(), "/config"};
+}
 
 std::uint8_t read_byte(const ConfigSpace& config, std::uint8_t offset) {
   std::array<std::uint8_t, 1> byte{};
@@ -69,9 +65,11 @@ std::uint8_t find_capability(const ConfigSpace& config, std::uint8_t capability_
 }  // namespace
 
 ConfigSpace ConfigSpace::of_interface(const char* eth_name) {
-  char path[QORX_PATH_SIZE];
-  format_text(path, sizeof path, "/sys/class/net/%s/device/config", eth_name);
-  return ConfigSpace(path);
+  return ConfigSpace(interface_path(eth_name).c_str());
+}
+
+PathText ConfigSpace::interface_path(const char* eth_name) {
+  return {"/sys/class/net/", eth_name, "/device/config"};
 }
 
 bool ConfigSpace::read(std::uint32_t offset, std::span<std::uint8_t> bytes) const {
@@ -89,11 +87,10 @@ std::int32_t get_pcie_capability_offset(const char* path, std::uint8_t capabilit
   return *offset != 0 ? 0 : -1;
 }
 
-std::int32_t read_subsystem_ids(const ConfigSpace& config, const char* path, PciIds& ids) {
+std::int32_t read_subsystem_ids(const ConfigSpace& config, PciIds& ids) {
   ids = {};
   std::array<std::uint8_t, 1> header_type{};
   if (!config.read(kPciHeaderType, header_type)) {
-    debug("can't open name %s\n", path);
     return QORX_ERR_OPEN_FILE;
   }
   const int type = header_type[0] & kPciHeaderTypeMask;
@@ -112,11 +109,15 @@ std::int32_t read_subsystem_ids(const ConfigSpace& config, const char* path, Pci
 }
 
 std::int32_t get_pcie_subsystem_vendor_id_device_id(const char* path, PciIds& ids) {
-  return read_subsystem_ids(ConfigSpace(path), path, ids);
+  const std::int32_t code = read_subsystem_ids(ConfigSpace(path), ids);
+  if (code == QORX_ERR_OPEN_FILE) {
+    debug("can't open name %s\n", path);
+  }
+  return code;
 }
 
 std::int32_t read_PCI_subsystem_vendor_id_device_id(PciAddress address, PciIds& ids) {
-  return get_pcie_subsystem_vendor_id_device_id(ConfigPath(address).text, ids);
+  return get_pcie_subsystem_vendor_id_device_id(config_path(address).c_str(), ids);
 }
 
 bool read_vendor_device_ids(const ConfigSpace& config, PciIds& ids) {
@@ -125,11 +126,11 @@ bool read_vendor_device_ids(const ConfigSpace& config, PciIds& ids) {
 
 std::int32_t read_PCI_data(PciAddress address, std::uint32_t offset, std::uint32_t* value) {
   *value = 0xFFFFFFFF;
-  const ConfigPath path(address);
+  const PathText path = config_path(address);
   std::array<std::uint8_t, 4> bytes{};
   std::memcpy(bytes.data(), value, bytes.size());
-  if (!ConfigSpace(path.text).read(offset, bytes)) {
-    error("Can't open %s.\n", path.text);
+  if (!ConfigSpace(path.c_str()).read(offset, bytes)) {
+    error("Can't open %s.\n", path.c_str());
     return -1;
   }
   std::memcpy(value, bytes.data(), bytes.size());

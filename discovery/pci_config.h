@@ -8,6 +8,7 @@
 #include <cstdint>
 #include <span>
 
+#include "lib/path_text.h"
 #include "lib/qorx.h"
 #include "lib/system_root.h"
 
@@ -49,6 +50,7 @@ class ConfigSpace {
 
   // The config file of the device behind a network interface.
   static ConfigSpace of_interface(const char* eth_name);
+  static PathText interface_path(const char* eth_name);
 
   // Fills `bytes` from `offset`; bytes that the file does not have stay as they are. False when there is no
   // configuration space: the file can't be opened or is a directory.
@@ -67,8 +69,8 @@ std::int32_t get_pcie_capability_offset(const char* path, std::uint8_t capabilit
 std::int32_t get_pcie_subsystem_vendor_id_device_id(const char* path, PciIds& ids);
 std::int32_t read_PCI_subsystem_vendor_id_device_id(PciAddress address, PciIds& ids);
 
-// The same on an open configuration space; `path` is for the trace when there is none.
-std::int32_t read_subsystem_ids(const ConfigSpace& config, const char* path, PciIds& ids);
+// The same on an open configuration space, without the trace of one that can't be opened.
+std::int32_t read_subsystem_ids(const ConfigSpace& config, PciIds& ids);
 
 // Vendor and device id. False when there is no configuration space.
 bool read_vendor_device_ids(const ConfigSpace& config, PciIds& ids);

@@ -8,6 +8,7 @@
 #include "lib/bounded_text.h"
 #include "lib/line_reader.h"
 #include "lib/messages.h"
+#include "lib/path_text.h"
 #include "lib/text_fields.h"
 
 namespace qorx {
@@ -16,12 +17,13 @@ namespace {
 
 constexpr std::string_view kProductKey = "PRODUCT=";
 
-struct InterfacePath {
-  char text[QORX_PATH_SIZE];
-  InterfacePath(const char* name, const char* file) {
-    format_text(text, sizeof text, "/sys/class/net/%s/%s", name, file);
-  }
-};
+PathText interface_file(const char* name, std::string_view file) {
+  return {"/sys/class/net/", name, "/", file};
+}
+
+bool is_space(char character) {
+  return character == ' ' || (character >= '\t' && character <= '\r');
+}
 
 // PRODUCT=<vendor>/<product>/<release>, all hexadecimal.
 void parse_product_line(std::string_view line, PciIds& ids) {
@@ -39,20 +41,19 @@ void parse_product_line(std::string_view line, PciIds& ids) {
 
 std::int32_t get_eth_device_mac_address(const char* name, char (&mac)[kMacTextSize]) {
   mac[0] = '\0';
-  const InterfacePath path(name, "address");
-  const SystemFile file = open_system_file(path.text);
+  const PathText path = interface_file(name, "address");
+  const SystemFile file = open_system_file(path.c_str());
   // A sysfs attribute is at most one page; one read delivers it.
   std::array<char, 4096> page;  // NOLINT(cppcoreguidelines-pro-type-member-init): only what was read is used
   const long count = file.is_open() ? file.read(page) : -1;
   if (count < 0) {
-    debug("can't open name %s\n", path.text);
+    debug("can't open name %s\n", path.c_str());
     return QORX_ERR_OPEN_FILE;
   }
-  constexpr std::string_view kSpace{" \t\n\v\f\r"};
-  std::string_view text(page.data(), static_cast<std::size_t>(count));
-  text.remove_prefix(std::min(text.find_first_not_of(kSpace), text.size()));
-  text = text.substr(0, text.find_first_of(kSpace));
-  copy_text(mac, text.substr(0, text.find('\0')));
+  const std::string_view text(page.data(), static_cast<std::size_t>(count));
+  const auto* const first = std::find_if_not(text.begin(), text.end(), is_space);
+  const auto* const end = std::find_if(first, text.end(), [](char c) { return is_space(c) || c == '\0'; });
+  copy_text(mac, {first, static_cast<std::size_t>(end - first)});
   return 0;
 }
 
@@ -93,11 +94,11 @@ std::int32_t read_interface_ids(const ConfigSpace& config, const char* name, Pci
   if (read_vendor_device_ids(config, ids)) {
     return 0;
   }
-  const InterfacePath path(name, "device/uevent");
-  if (!open_system_text(path.text)) {
+  const PathText path = interface_file(name, "device/uevent");
+  if (!open_system_text(path.c_str())) {
     return code_byte(QORX_ERR_OPEN_FILE);
   }
-  static_cast<void>(Search_USB_uevent(path.text, ids));
+  static_cast<void>(Search_USB_uevent(path.c_str(), ids));
   return 0;
 }
 
@@ -106,7 +107,11 @@ std::int32_t get_eth_device_subsystem_vendor_id_device_id(const char* name, PciI
 }
 
 std::int32_t read_interface_subsystem_ids(const ConfigSpace& config, const char* name, PciIds& ids) {
-  return read_subsystem_ids(config, InterfacePath(name, "device/config").text, ids);
+  const std::int32_t code = read_subsystem_ids(config, ids);
+  if (code == QORX_ERR_OPEN_FILE) {
+    debug("can't open name %s\n", ConfigSpace::interface_path(name).c_str());
+  }
+  return code;
 }
 
 }  // namespace qorx

@@ -20,31 +20,26 @@ int hex_digit(char digit) {
   return digit >= 'a' && digit <= 'f' ? digit - 'a' + 10 : -1;
 }
 
+// The number that the first two characters spell, -1 when they are not two digits.
+int two_digits(std::string_view text) {
+  if (text.size() < 2 || hex_digit(text[0]) < 0 || hex_digit(text[1]) < 0) {
+    return -1;
+  }
+  return hex_digit(text[0]) * 16 + hex_digit(text[1]);
+}
+
 // The length of `value` printed as "%.<digits>x" when `text` begins with it, else kMissing. Values up to 256 (a byte
 // and 1) occur.
 std::size_t match_hex(std::string_view text, int value, std::size_t digits) {
   char printed[3];
   std::size_t length = 0;
-  for (int shift = 8; shift >= 0; shift -= 4) {
-    const int nibble = value >> shift & 0xF;
-    const std::size_t remaining = static_cast<std::size_t>(shift) / 4 + 1;
-    if (length != 0 || nibble != 0 || remaining <= digits) {
-      printed[length++] = "0123456789abcdef"[nibble];
+  for (std::size_t nibble = 3; nibble-- > 0;) {
+    const int digit = value >> (4 * nibble) & 0xF;
+    if (length != 0 || digit != 0 || nibble < digits) {
+      printed[length++] = "0123456789abcdef"[digit];
     }
   }
   return text.starts_with(std::string_view(printed, length)) ? length : kMissing;
-}
-
-// The bus number of the records that can match where `text` begins behind a colon: "03:" names bus 3, or 2 where one
-// is added. -1 when there is none.
-int bus_at(std::string_view text, int add) {
-  if (add == 1 && text.starts_with("100:")) {
-    return 255;
-  }
-  if (text.size() < 3 || text[2] != ':' || hex_digit(text[0]) < 0 || hex_digit(text[1]) < 0) {
-    return -1;
-  }
-  return hex_digit(text[0]) * 16 + hex_digit(text[1]) - add;
 }
 
 }  // namespace
@@ -77,30 +72,45 @@ std::span<const SlotMatcher::Level> SlotMatcher::levels(int pass) {
   return pass == 0 ? std::span<const Level>(kOwnAddress) : std::span<const Level>(kBridges);
 }
 
-// `text` begins with the device number, behind a matching bus.
-bool SlotMatcher::matches_at(std::string_view text, const Level& level, const SlotRecord& slot) {
+// False where no pattern can begin.
+bool SlotMatcher::read_place(std::string_view behind_colon, Place& place) {
+  constexpr std::string_view kPastLastBus = "100:";  // what a level makes of bus 255 and 1
+  if (behind_colon.starts_with(kPastLastBus)) {
+    place = {256, -1, {}};
+    return true;
+  }
+  if (behind_colon.size() < 3 || behind_colon[2] != ':') {
+    return false;
+  }
+  place = {two_digits(behind_colon), two_digits(behind_colon.substr(3)), behind_colon.substr(3)};
+  return place.bus >= 0;
+}
+
+bool SlotMatcher::matches_at(const Place& place, const Level& level, const SlotRecord& slot) {
   if (!level.with_dev) {
     return true;
   }
-  const std::size_t length = match_hex(text, slot.dev + level.add_dev, 2);
-  if (length == kMissing || !level.with_fun) {
-    return length != kMissing;
+  const int dev = slot.dev + level.add_dev;
+  // Three digits, where 1 was added to device 255, are the only number that the place has not read.
+  if (dev != place.dev && (dev <= 0xFF || match_hex(place.behind_bus, dev, 2) == kMissing)) {
+    return false;
   }
-  text.remove_prefix(length);
-  return text.starts_with('.') && match_hex(text.substr(1), slot.fun + level.add_fun, 1) != kMissing;
+  if (!level.with_fun) {
+    return true;
+  }
+  const std::string_view behind_dev = place.behind_bus.substr(dev > 0xFF ? 3 : 2);
+  return behind_dev.starts_with('.') && match_hex(behind_dev.substr(1), slot.fun + level.add_fun, 1) != kMissing;
 }
 
-std::size_t SlotMatcher::first_match(const Level& level, std::string_view text) const {
-  constexpr std::size_t kBusLength = 3;  // "03:"
+std::size_t SlotMatcher::first_match(const Level& level, std::span<const Place> places) const {
   std::size_t best = kNone;
-  for (std::size_t colon = text.find(':'); colon != kMissing; colon = text.find(':', colon + 1)) {
-    const std::string_view behind = text.substr(colon + 1);
-    const int bus = bus_at(behind, level.add_bus);
-    if (bus < 0) {
+  for (const Place& place : places) {
+    const int bus = place.bus - level.add_bus;
+    if (bus < 0 || bus > 0xFF) {
       continue;
     }
     for (std::size_t k = first_[static_cast<std::size_t>(bus)]; k < best; k = next_[k]) {
-      if (matches_at(behind.substr(kBusLength), level, slots_[k])) {
+      if (matches_at(place, level, slots_[k])) {
         best = k;
       }
     }
@@ -109,8 +119,15 @@ std::size_t SlotMatcher::first_match(const Level& level, std::string_view text) 
 }
 
 std::optional<SlotMatcher::Match> SlotMatcher::find(int pass, std::string_view text) const {
+  std::array<Place, kSearchedPathLength> storage;  // NOLINT(cppcoreguidelines-pro-type-member-init): filled below
+  std::size_t count = 0;
+  for (std::size_t colon = text.find(':'); colon != kMissing && count < storage.size();
+       colon = text.find(':', colon + 1)) {
+    count += read_place(text.substr(colon + 1), storage[count]) ? 1U : 0U;
+  }
+  const std::span places = std::span(storage).first(count);
   for (const Level& level : levels(pass)) {
-    if (const std::size_t slot = first_match(level, text); slot != kNone) {
+    if (const std::size_t slot = first_match(level, places); slot != kNone) {
       return Match{slot, level.number};
     }
   }

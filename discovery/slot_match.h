@@ -52,9 +52,17 @@ class SlotMatcher {
     int add_fun;
   };
 
+  // A place in a path where a pattern can begin.
+  struct Place {
+    int bus;                      // the two digits behind the colon, where a colon follows them
+    int dev;                      // the two digits behind that, -1 where there are none
+    std::string_view behind_bus;  // the text from the device number on
+  };
+
   static std::span<const Level> levels(int pass);
-  static bool matches_at(std::string_view text, const Level& level, const SlotRecord& slot);
-  [[nodiscard]] std::size_t first_match(const Level& level, std::string_view text) const;
+  static bool read_place(std::string_view behind_colon, Place& place);
+  static bool matches_at(const Place& place, const Level& level, const SlotRecord& slot);
+  [[nodiscard]] std::size_t first_match(const Level& level, std::span<const Place> places) const;
 
   static constexpr std::uint16_t kNone = kMaxRecords;
 

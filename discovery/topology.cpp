@@ -8,6 +8,7 @@
 #include "lib/bounded_text.h"
 #include "lib/messages.h"
 #include "lib/name_column.h"
+#include "lib/path_text.h"
 #include "lib/state.h"
 #include "lib/text_fields.h"
 
@@ -128,13 +129,12 @@ void merge_slot(SlotRecord& slot, SlotRecord& twin) {
 }  // namespace
 
 std::int8_t get_eth_device_pcie_info(const char* name, PortReading mode) {
-  char path[QORX_PATH_SIZE];
-  format_text(path, sizeof path, "/sys/class/net/%s", name);
+  const PathText path{"/sys/class/net/", name};
   std::array<char, QORX_PATH_SIZE - 1> buffer;  // NOLINT(cppcoreguidelines-pro-type-member-init): readlink fills
-  const long length = read_system_link(path, buffer);
+  const long length = read_system_link(path.c_str(), buffer);
   const auto status = static_cast<std::int8_t>(length);
   if (status == -1) {
-    debug("can't readlink %s\n", path);
+    debug("can't readlink %s\n", path.c_str());
     return status;
   }
   const std::string_view link(buffer.data(), static_cast<std::size_t>(length));
@@ -154,13 +154,12 @@ PciAddress parse_device_name(const char* name_behind_domain) {
 }
 
 std::int32_t get_pcie_switch_bus(PciAddress& address, char (&path)[QORX_NAME_SIZE]) {
-  char own_name[16];
-  format_text(own_name, sizeof own_name, "0000:%.2x:%.2x.%.1x", address.bus, address.dev, address.fun);
+  const DeviceName own_name(address.bus, address.dev, address.fun);
   if (path[0] == '\0') {
     copy_text(path, "/sys/devices/pci0000:00");
   }
   append_text(path, "/");
-  append_text(path, own_name);
+  append_text(path, own_name.view());
   debug("get_pcie_switch_bus\n%s\n", path);
   SystemDirectory directory = open_system_directory(path);
   if (!directory.is_open()) {
@@ -170,7 +169,7 @@ std::int32_t get_pcie_switch_bus(PciAddress& address, char (&path)[QORX_NAME_SIZ
   while (const char* const entry = directory.next_entry()) {
     const std::string_view name = entry;
     // The port's own services (0000:00:1c.0:pcie001 and the like) lie beside the devices behind it.
-    if (name.starts_with(kDomain) && !name.starts_with(own_name)) {
+    if (name.starts_with(kDomain) && !name.starts_with(own_name.view())) {
       address = parse_device_name(entry + kDomain.size());
       debug("%x\n%x\n%x\n", address.bus, address.dev, address.fun);
       return 1;
@@ -226,11 +225,10 @@ std::int32_t qorx_handle_multi_root() {
     if (slot.type != QORX_SMBIOS_SYSTEM_SLOT || slot.slot_name[0] == '\0') {
       continue;
     }
-    std::size_t j = names.find(slot.slot_name, i + 1);
-    while (j != kNoRecord) {
+    for (std::size_t j = names.find_next(i), next = kNoRecord; j != kNoRecord; j = next) {
+      next = names.find_next(j);
       merge_slot(slot, slots[j]);
       names.renew(j);
-      j = names.find(slot.slot_name, j + 1);
     }
   }
   return 0;

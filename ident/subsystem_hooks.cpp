@@ -8,6 +8,7 @@
 #include "ident/supported_devices.h"
 #include "lib/bounded_text.h"
 #include "lib/messages.h"
+#include "lib/path_text.h"
 #include "lib/text_fields.h"
 
 namespace qorx {
@@ -49,12 +50,16 @@ bool read_carries_module_ids(std::uint32_t index, PciAddress address) {
   return ids.vendor == kMakerVendorId && ids.device == kModelDeviceId;
 }
 
+std::size_t visit_key(PciAddress address) {
+  return std::size_t{address.bus} << 8 | static_cast<std::size_t>(address.dev << 3) | address.fun;
+}
+
 bool carries_module_ids(std::uint32_t index, PciAddress address) {
   // Traces show every visit; and an address outside the PCI ranges names no function to remember.
   if (debugging() || address.dev > 31 || address.fun > 7) {
     return read_carries_module_ids(index, address);
   }
-  const std::size_t key = std::size_t{address.bus} << 8 | static_cast<std::size_t>(address.dev << 3) | address.fun;
+  const std::size_t key = visit_key(address);
   if (!g_visited[key]) {
     g_visited[key] = true;
     g_carries_module_ids[key] = read_carries_module_ids(index, address);
@@ -150,6 +155,15 @@ bool qorx_is_WMX_LH53(std::uint32_t index) {
     }
   }
   return false;
+}
+
+void note_own_function(const DeviceRecord& record) {
+  const bool carries_ids = record.subsys_vendor_id == kMakerVendorId && record.subsys_device_id == kModelDeviceId;
+  const std::string_view path = record.net_path;
+  if (record.fun <= 7 && record.dev <= 31 && record.subsys_vendor_id < QORX_ID_UNKNOWN && !carries_ids &&
+      path.ends_with(DeviceName(record.bus, record.dev, record.fun).view())) {
+    g_visited[visit_key({record.bus, record.dev, record.fun})] = true;
+  }
 }
 
 void forget_visited_functions() {

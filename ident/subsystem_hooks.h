@@ -12,6 +12,11 @@ namespace qorx {
 // panel name and feature.
 bool qorx_is_WMX_LH53(std::uint32_t index);
 
+// Notes that a port's own function does not carry those ids, when the scan has just read its ids through the
+// interface: the last component of the port's path is the device behind the interface, so visiting it would read the
+// same registers again.
+void note_own_function(const DeviceRecord& record);
+
 // Forgets which functions were found to carry that module's ids. Call it before a scan.
 void forget_visited_functions();
 

@@ -28,7 +28,8 @@ class RootedPath {
  public:
   explicit RootedPath(const char* path) : path_(path) {
     if (g_root[0] != '\0') {
-      format_text(buffer_, sizeof buffer_, "%s%s", g_root, path);
+      copy_text(buffer_, g_root);
+      append_text(buffer_, path);
       path_ = buffer_;
     }
   }

@@ -1,15 +1,23 @@
 #include "output/port_row.h"
 
+#include <charconv>
+
 #include "ident/features.h"
-#include "lib/bounded_text.h"
+#include "lib/path_text.h"
 
 namespace qorx {
 
 namespace {
 
-// One row: name, address, usb mark, PCI ids, subsystem ids, MAC, slot, panel, feature, segment, model.
-constexpr const char* kRow = "%-15s %s%s%s%s%-17s  %-25s %-28s %-15s %-3s %s \n";
 constexpr const char* kHeader = "%-15s %-11s %-9s %-9s  %-17s  %-25s %-28s %-15s %-3s %-10s \n";
+
+// The columns of a row. Address and ids are printed by their own formats or as one of the texts below.
+constexpr const char* kName = "%-15s ";
+constexpr const char* kAddress = "%.2x:%.2x.%.1x";
+constexpr const char* kIds = "%.4x %.4x ";
+constexpr const char* kSubsystemIds = "%.4x %.4x  ";
+constexpr const char* kMacSlotPanel = "%-17s  %-25s %-28s ";
+constexpr const char* kFeatureSegmentModel = "%-15s %-3s %s \n";
 
 constexpr const char* kNoAddress = "N/A    ";
 constexpr const char* kUsbMark = "(u)  ";
@@ -27,9 +35,7 @@ constexpr const char* kLegend =
     "(!!) means there is no valid type 9/41 SMBIOS record. Please contact Velmora.\n"
     "N/A in slot name means it's a USB network device or a virtual network device. It's NOT a PCIE network device.\n";
 
-struct Column {
-  char text[32];
-};
+using Column = JoinedText<32>;
 
 const char* text_or_na(const char* text) {
   return text[0] != '\0' ? text : kNotAvailable;
@@ -39,27 +45,6 @@ bool has_address(const DeviceRecord& record) {
   return record.fun < kAbsent;
 }
 
-Column address_column(const DeviceRecord& record) {
-  Column column;
-  if (has_address(record)) {
-    format_text(column.text, sizeof column.text, "%.2x:%.2x.%.1x", record.bus, record.dev, record.fun);
-  } else {
-    copy_text(column.text, kNoAddress);
-  }
-  return column;
-}
-
-// `blanks` keeps the columns apart; the subsystem ids have one more than the ids before them.
-Column ids_column(std::uint32_t vendor_id, std::uint32_t device_id, const char* blanks, const char* absent) {
-  Column column;
-  if (vendor_id < QORX_ID_UNKNOWN && device_id < QORX_ID_UNKNOWN) {
-    format_text(column.text, sizeof column.text, "%.4x %.4x%s", vendor_id, device_id, blanks);
-  } else {
-    copy_text(column.text, absent);
-  }
-  return column;
-}
-
 const char* slot_text(const DeviceRecord& record) {
   if (!has_address(record)) {
     return kNotAvailable;
@@ -67,25 +52,45 @@ const char* slot_text(const DeviceRecord& record) {
   return record.slot_name[0] != '\0' ? record.slot_name : "(!!)";
 }
 
+bool are_known(std::uint32_t vendor_id, std::uint32_t device_id) {
+  return vendor_id < QORX_ID_UNKNOWN && device_id < QORX_ID_UNKNOWN;
+}
+
+void print_identity(std::FILE* stream, const DeviceRecord& record) {
+  std::fprintf(stream, kName, record.eth_name);
+  if (has_address(record)) {
+    std::fprintf(stream, kAddress, record.bus, record.dev, record.fun);
+  } else {
+    std::fputs(kNoAddress, stream);
+  }
+  std::fputs(record.usb[0] != '\0' ? kUsbMark : kNoUsbMark, stream);
+  if (are_known(record.vendor_id, record.device_id)) {
+    std::fprintf(stream, kIds, record.vendor_id, record.device_id);
+  } else {
+    std::fputs(kNoIds, stream);
+  }
+  if (are_known(record.subsys_vendor_id, record.subsys_device_id)) {
+    std::fprintf(stream, kSubsystemIds, record.subsys_vendor_id, record.subsys_device_id);
+  } else {
+    std::fputs(kNoSubsystemIds, stream);
+  }
+}
+
 Column feature_column(const DeviceRecord& record, bool marked) {
   const bool needs_config = record.feature == QORX_FEATURE_NONE && record.smbios_type == QORX_SMBIOS_ONBOARD_DEVICE;
   const bool has_control = record.feature == QORX_FEATURE_A_BYPASS && record.bypass_ctrl_flag == 1;
-  Column column;
-  format_text(column.text, sizeof column.text, "%s%s%s", needs_config ? "Need cfg" : feature_text(record.feature),
-              has_control ? "-C" : "", marked ? "(!)" : "");
-  return column;
+  return {needs_config ? "Need cfg" : feature_text(record.feature), has_control ? "-C" : "", marked ? "(!)" : ""};
 }
 
 Column segment_column(const DeviceRecord& record) {
-  Column column;
   const bool has_bypass = record.feature == QORX_FEATURE_A_BYPASS || record.feature == QORX_FEATURE_L_BYPASS ||
                           record.feature == QORX_FEATURE_A_BYPASS_I2C;
-  if (has_bypass && record.seg < kAbsent) {
-    format_text(column.text, sizeof column.text, "%d", record.seg);
-  } else {
-    copy_text(column.text, has_bypass ? "(?)" : kNotAvailable);
+  if (!has_bypass || record.seg >= kAbsent) {
+    return {has_bypass ? "(?)" : kNotAvailable};
   }
-  return column;
+  char digits[3];
+  const char* const end = std::to_chars(digits, digits + sizeof digits, record.seg).ptr;
+  return {std::string_view(digits, static_cast<std::size_t>(end - digits))};
 }
 
 }  // namespace
@@ -103,12 +108,11 @@ void PortTable::print_port(DeviceRecord& record) {
     marked_ = true;
     record.feature = static_cast<std::uint8_t>(record.feature & ~QORX_FEATURE_MISMATCH);
   }
-  std::fprintf(
-      stream_, kRow, record.eth_name, address_column(record).text, record.usb[0] != '\0' ? kUsbMark : kNoUsbMark,
-      ids_column(record.vendor_id, record.device_id, " ", kNoIds).text,
-      ids_column(record.subsys_vendor_id, record.subsys_device_id, "  ", kNoSubsystemIds).text,
-      text_or_na(record.mac_addr), slot_text(record), record.slot_name[0] != '\0' ? record.panel_name : kNotAvailable,
-      feature_column(record, marked_).text, segment_column(record).text, record.model);
+  print_identity(stream_, record);
+  std::fprintf(stream_, kMacSlotPanel, text_or_na(record.mac_addr), slot_text(record),
+               record.slot_name[0] != '\0' ? record.panel_name : kNotAvailable);
+  std::fprintf(stream_, kFeatureSegmentModel, feature_column(record, marked_).c_str(), segment_column(record).c_str(),
+               record.model);
 }
 
 void PortTable::print_legend() {
@@ -116,8 +120,13 @@ void PortTable::print_legend() {
 }
 
 void print_result_vlan_one(const char* name, const char* mac, std::FILE* stream) {
-  std::fprintf(stream, kRow, name, kNoAddress, kNoUsbMark, kNoIds, kNoSubsystemIds, text_or_na(mac), kNotAvailable,
-               kNotAvailable, "unknown", kNotAvailable, "ID not found");
+  std::fprintf(stream, kName, name);
+  std::fputs(kNoAddress, stream);
+  std::fputs(kNoUsbMark, stream);
+  std::fputs(kNoIds, stream);
+  std::fputs(kNoSubsystemIds, stream);
+  std::fprintf(stream, kMacSlotPanel, text_or_na(mac), kNotAvailable, kNotAvailable);
+  std::fprintf(stream, kFeatureSegmentModel, "unknown", kNotAvailable, "ID not found");
 }
 
 }  // namespace qorx

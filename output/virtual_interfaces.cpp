@@ -4,17 +4,23 @@
 
 #include "discovery/port_identity.h"
 #include "discovery/topology.h"
+#include "lib/messages.h"
+#include "lib/name_column.h"
 #include "lib/system_root.h"
 #include "output/port_row.h"
 
 namespace qorx {
 
 std::int32_t get_all_virtual_eth_devices_info(const char* eth_name, std::FILE* stream) {
+  const NameColumn<DeviceRecord> ports(device_records(), &DeviceRecord::eth_name);
   SystemDirectory interfaces = open_system_directory("/sys/class/net");
   while (const char* const entry = interfaces.is_open() ? interfaces.next_entry() : nullptr) {
     const std::string_view name = entry;
-    if (name == "lo" || get_eth_device_pcie_info(entry, PortReading::kClassifyOnly) != kVirtualInterface ||
-        (eth_name != nullptr && name != eth_name)) {
+    const bool is_wanted = eth_name == nullptr || name == eth_name;
+    // Asking again about a port that the scan has recorded, or about one that is filtered out, only shows in traces.
+    const bool is_asked = debugging() || (is_wanted && ports.find(name) == kNoRecord);
+    if (name == "lo" || !is_asked || get_eth_device_pcie_info(entry, PortReading::kClassifyOnly) != kVirtualInterface ||
+        !is_wanted) {
       continue;
     }
     char mac[kMacTextSize];
