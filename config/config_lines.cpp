@@ -6,8 +6,22 @@
 
 #include "ident/strings.h"
 #include "lib/messages.h"
+#include "lib/qorx.h"
 
 namespace qorx {
+
+std::int32_t open_config_file(const char* path, FilePtr& file) {
+  if (path == nullptr) {
+    error("Error: *conf_file is NULL pointer.\n");
+    return code_byte(QORX_ERR_PARAM_NULL_POINTER);
+  }
+  file = open_text_file(path);
+  if (!file) {
+    error("Error: Open file %s failed.\n", path);
+    return code_byte(QORX_ERR_OPEN_FILE);
+  }
+  return 0;
+}
 
 int qorx_is_string_format_correct(char* line, const char* key) {
   const std::string_view wanted = key;

@@ -1,7 +1,9 @@
 #include "config/module_name_file.h"
 
 #include <string_view>
+#include <utility>
 
+#include "config/config_lines.h"
 #include "ident/features.h"
 #include "ident/strings.h"
 #include "lib/bounded_text.h"
@@ -110,11 +112,11 @@ std::int32_t qorx_check_WMX_name_file(const char* name_file) {
   if (name_file == nullptr) {
     return 0;
   }
-  LineReader lines(open_text_file(name_file));
-  if (!lines.is_open()) {
-    error("Error: Open file %s failed.\n", name_file);
-    return code_byte(QORX_ERR_OPEN_FILE);
+  FilePtr opened;
+  if (const std::int32_t code = open_config_file(name_file, opened); code != 0) {
+    return code;
   }
+  LineReader lines(std::move(opened));
   ModuleNames names(name_file);
   while (!lines.at_end() && lines.read()) {
     str_eliminate_header_space(lines.text());

@@ -2,6 +2,7 @@
 
 #include <array>
 #include <optional>
+#include <utility>
 
 #include "config/config_lines.h"
 #include "ident/strings.h"
@@ -88,15 +89,11 @@ std::int32_t wrong_format(const PlatformLine& line) {
 }
 
 std::int32_t read_platform_file(const char* file, PlatformPass& pass) {
-  if (file == nullptr) {
-    error("Error: *conf_file is NULL pointer.\n");
-    return code_byte(QORX_ERR_PARAM_NULL_POINTER);
+  FilePtr opened;
+  if (const std::int32_t code = open_config_file(file, opened); code != 0) {
+    return code;
   }
-  LineReader lines(open_text_file(file));
-  if (!lines.is_open()) {
-    error("Error: Open file %s failed.\n", file);
-    return code_byte(QORX_ERR_OPEN_FILE);
-  }
+  LineReader lines(std::move(opened));
   if (!skip_leading_lines(lines)) {
     return missing_slot_name(file, lines.line_number());
   }

@@ -33,7 +33,7 @@ class SlotPass final : public PlatformPass {
 
  private:
   void rename(const char* new_name);
-  bool rename_all(NameColumn<SlotRecord>& names, const char* new_name);
+  bool rename_all(const NameColumn<SlotRecord>& names, const char* new_name);
   std::int32_t take_switch(const PlatformLine& line);
   std::int32_t find_switch(const PlatformLine& line);
   void retire_slot();
@@ -64,7 +64,7 @@ std::int32_t SlotPass::begin_block(const char* slot_name, const char* file, int 
   return 0;
 }
 
-bool SlotPass::rename_all(NameColumn<SlotRecord>& names, const char* new_name) {
+bool SlotPass::rename_all(const NameColumn<SlotRecord>& names, const char* new_name) {
   bool found = false;
   for (std::size_t i = names.find(block_name_), next = kNoRecord; i != kNoRecord; i = next) {
     next = names.find_next(i);

@@ -11,7 +11,8 @@ namespace qorx {
 
 class ByteView {
  public:
-  constexpr ByteView(std::span<const std::uint8_t> bytes) : bytes_(bytes) {}  // NOLINT(google-explicit-constructor)
+  // cppcheck-suppress noExplicitConstructor ; a view is what its bytes are
+  constexpr ByteView(std::span<const std::uint8_t> bytes) : bytes_(bytes) {}
 
   [[nodiscard]] constexpr std::size_t size() const { return bytes_.size(); }
 

@@ -1,5 +1,6 @@
 #include "lib/text_fields.h"
 
+#include <algorithm>
 #include <cstdlib>
 
 #include "lib/bounded_text.h"
@@ -16,12 +17,7 @@ struct NumberText {
 
 // One or two delimiters: comparing is faster than a call that searches them.
 bool is_one_of(char character, std::string_view delimiters) {
-  for (const char delimiter : delimiters) {
-    if (character == delimiter) {
-      return true;
-    }
-  }
-  return false;
+  return std::ranges::any_of(delimiters, [character](char delimiter) { return character == delimiter; });
 }
 
 }  // namespace

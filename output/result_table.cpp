@@ -47,13 +47,11 @@ void print_by_feature(PortTable& table, std::uint8_t code) {
 
 // The function may be written with one digit or with two.
 bool has_address(const DeviceRecord& record, std::string_view bdf) {
-  char text[16];
-  format_text(text, sizeof text, "%.2X:%.2X.%.1X", record.bus, record.dev, record.fun);
-  if (bdf == text) {
-    return true;
-  }
-  format_text(text, sizeof text, "%.2X:%.2X.%.2X", record.bus, record.dev, record.fun);
-  return bdf == text;
+  char one_digit[16];
+  char two_digits[16];
+  format_text(one_digit, sizeof one_digit, "%.2X:%.2X.%.1X", record.bus, record.dev, record.fun);
+  format_text(two_digits, sizeof two_digits, "%.2X:%.2X.%.2X", record.bus, record.dev, record.fun);
+  return bdf == one_digit || bdf == two_digits;
 }
 
 void print_by_address(PortTable& table, std::string_view bdf) {

@@ -3,6 +3,7 @@
 #include <algorithm>
 #include <array>
 #include <string_view>
+#include <utility>
 
 #include "config/config_lines.h"
 #include "ident/strings.h"
@@ -95,15 +96,11 @@ bool is_data(const char* text) {
 }  // namespace
 
 std::int32_t Search_SMBIOS_cfg(const char* file) {
-  if (file == nullptr) {
-    error("Error: *conf_file is NULL pointer.\n");
-    return code_byte(QORX_ERR_PARAM_NULL_POINTER);
+  FilePtr opened;
+  if (const std::int32_t code = open_config_file(file, opened); code != 0) {
+    return code;
   }
-  LineReader lines(open_text_file(file));
-  if (!lines.is_open()) {
-    error("Error: Open file %s failed.\n", file);
-    return code_byte(QORX_ERR_OPEN_FILE);
-  }
+  LineReader lines(std::move(opened));
   qorx_system_environment_info.eth_smbios_t9_t41_number = 0;
   Triple triple;
   std::int32_t code = 0;
