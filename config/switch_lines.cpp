@@ -9,6 +9,7 @@
 #include "lib/bounded_text.h"
 #include "lib/messages.h"
 #include "lib/name_column.h"
+#include "lib/path_text.h"
 #include "lib/state.h"
 #include "lib/text_fields.h"
 
@@ -44,10 +45,11 @@ class SlotPass final : public PlatformPass {
   NameColumn<SlotRecord> names_{slot_records(), &SlotRecord::slot_name};
 
   char block_name_[QORX_NAME_SIZE] = {};
-  std::size_t block_slot_ = 0;        // index of the slot record that the block names
-  bool is_first_switch_line_ = true;  // of the block
-  bool switch_found_ = false;         // deliberately kept from block to block, as every switch line sets it anew
-  PciAddress switch_{};               // upstream port of the switch
+  std::size_t block_slot_ = 0;             // index of the slot record that the block names
+  bool is_first_switch_line_ = true;       // of the block
+  bool switch_found_ = false;              // deliberately kept from block to block, as every switch line sets it anew
+  PciAddress switch_{};                    // upstream port of the switch
+  char switch_path_[QORX_NAME_SIZE] = {};  // its directory
 };
 
 std::int32_t SlotPass::begin_block(const char* slot_name, const char* file, int line_number) {
@@ -102,6 +104,9 @@ std::int32_t SlotPass::find_switch(const PlatformLine& line) {
     return wrong_format(line);
   }
   switch_found_ = result == 1;
+  copy_text(switch_path_, slot.sysfs_path);
+  append_text(switch_path_, "/");
+  append_text(switch_path_, DeviceName(switch_.bus, 0, 0).view());
   return 0;
 }
 
@@ -145,12 +150,6 @@ std::int32_t SlotPass::append_ports(const PlatformLine& line) {
 }
 
 void SlotPass::append_port(std::string_view slot_name, std::uint8_t dev) {
-  char path[QORX_NAME_SIZE];
-  char switch_name[16];
-  format_text(switch_name, sizeof switch_name, "/0000:%.2x:00.0", switch_.bus);
-  copy_text(path, qorx_smbios_t9_t41_mapping[block_slot_].sysfs_path);
-  append_text(path, switch_name);
-
   std::uint32_t& count = qorx_system_environment_info.eth_smbios_t9_t41_number;
   const std::size_t index = std::min(count, kAppendLimit);
   SlotRecord& slot = fresh_slot_record(index);
@@ -159,7 +158,7 @@ void SlotPass::append_port(std::string_view slot_name, std::uint8_t dev) {
   slot.bus = static_cast<std::uint8_t>(switch_.bus + 1);
   slot.dev = dev;
   slot.fun = 0;
-  copy_text(slot.sysfs_path, path);
+  copy_text(slot.sysfs_path, switch_path_);
   debug("smbios path %s\n", slot.sysfs_path);
   count = std::min(count + 1, kAppendLimit);
 

@@ -20,6 +20,8 @@ constexpr std::string_view kModel = "WMX-LH53";
 constexpr std::uint32_t kModelDeviceId = 0x204A;
 constexpr std::size_t kMaxPathTokens = 30;
 constexpr std::size_t kAddressTextLimit = 16;
+constexpr std::uint8_t kLastDevice = 31;
+constexpr std::uint8_t kLastFunction = 7;
 
 // Controllers, as device id and vendor id.
 constexpr std::uint32_t controller(std::uint32_t vendor_id, std::uint32_t device_id) {
@@ -56,7 +58,7 @@ std::size_t visit_key(PciAddress address) {
 
 bool carries_module_ids(std::uint32_t index, PciAddress address) {
   // Traces show every visit; and an address outside the PCI ranges names no function to remember.
-  if (debugging() || address.dev > 31 || address.fun > 7) {
+  if (debugging() || address.dev > kLastDevice || address.fun > kLastFunction) {
     return read_carries_module_ids(index, address);
   }
   const std::size_t key = visit_key(address);
@@ -159,10 +161,12 @@ bool qorx_is_WMX_LH53(std::uint32_t index) {
 
 void note_own_function(const DeviceRecord& record) {
   const bool carries_ids = record.subsys_vendor_id == kMakerVendorId && record.subsys_device_id == kModelDeviceId;
-  const std::string_view path = record.net_path;
-  if (record.fun <= 7 && record.dev <= 31 && record.subsys_vendor_id < QORX_ID_UNKNOWN && !carries_ids &&
-      path.ends_with(DeviceName(record.bus, record.dev, record.fun).view())) {
-    g_visited[visit_key({record.bus, record.dev, record.fun})] = true;
+  const PciAddress own{record.bus, record.dev, record.fun};
+  // With the slash, so that "10000:00:0e.0", a function of another domain, is not taken for one of domain 0000.
+  const JoinedText<16> component{"/", DeviceName(own.bus, own.dev, own.fun).view()};
+  if (own.fun <= kLastFunction && own.dev <= kLastDevice && record.subsys_vendor_id < QORX_ID_UNKNOWN && !carries_ids &&
+      std::string_view(record.net_path).ends_with(component.view())) {
+    g_visited[visit_key(own)] = true;
   }
 }
 

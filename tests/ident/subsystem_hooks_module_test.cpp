@@ -1,0 +1,201 @@
+// The module whose ids sit on a bridge above its ports.
+#include <gtest/gtest.h>
+
+#include <string>
+
+#include "discovery/interface_scan.h"
+#include "ident/subsystem_hooks.h"
+#include "lib/bounded_text.h"
+#include "tests/support/fake_machine.h"
+#include "tests/support/library.h"
+
+namespace qorx::test {
+namespace {
+
+constexpr Ids kModule{0x10B5, 0x8724, 0x13FE, 0x204A};
+constexpr const char* kDevices = "../../devices/pci0000:00/";
+constexpr const char* kPort = "0000:00:1c.0/0000:01:00.0/0000:02:01.0/0000:03:00.0";
+
+class BridgedModule : public testing::Test {
+ protected:
+  void SetUp() override { reset_library(); }
+
+  // Asks for a port with this device path.
+  bool is_module(const std::string& net_path) {
+    reset_library();
+    DeviceRecord& record = add_device("eth0");
+    copy_text(record.net_path, net_path);
+    copy_text(record.model, "before");
+    copy_text(record.panel_name, "before");
+    record.feature = QORX_FEATURE_POE;
+    return qorx_is_WMX_LH53(0);
+  }
+
+  static void expect_amended(bool amended) {
+    const DeviceRecord& record = qorx_eth_device_mapping[0];
+    EXPECT_STREQ(record.model, amended ? "WMX-LH53" : "before");
+    EXPECT_STREQ(record.panel_name, amended ? "N/A" : "before");
+    EXPECT_EQ(record.feature, amended ? QORX_FEATURE_NA : QORX_FEATURE_POE);
+  }
+
+  // Makes a function known by its address alone.
+  FakeMachine& function(const std::string& address, const std::string& config) {
+    return machine_.write("sys/bus/pci/devices/" + address + "/config", config);
+  }
+
+  FakeMachine machine_;
+};
+
+TEST_F(BridgedModule, ABridgeWithTheModulesIdsMarksThePort) {
+  machine_.add_function("0000:00:1c.0", bridge_config({}))
+      .add_function("0000:00:1c.0/0000:01:00.0", bridge_config(kModule, 0x40))
+      .add_function("0000:00:1c.0/0000:01:00.0/0000:02:01.0", bridge_config({}, 0x80))
+      .add_port("eth0", kPort);
+  EXPECT_TRUE(is_module(std::string(kDevices) + kPort));
+  expect_amended(true);
+  EXPECT_TRUE(qorx_is_WMX_LH53(0));
+  expect_amended(true);
+}
+
+TEST_F(BridgedModule, WithoutThoseIdsThePortIsLeftAlone) {
+  struct Case {
+    const char* name;
+    Ids ids;
+  };
+  for (const Case& c :
+       {Case{"other device", {0x10B5, 0x8724, 0x13FE, 0x204B}}, Case{"other vendor", {0x10B5, 0x8724, 0x8086, 0x204A}},
+        Case{"as the bridge's own ids", {0x13FE, 0x204A, 0, 0}}}) {
+    SCOPED_TRACE(c.name);
+    function("0000:01:00.0", bridge_config(c.ids, 0x40));
+    EXPECT_FALSE(is_module(std::string(kDevices) + kPort));
+    expect_amended(false);
+  }
+}
+
+TEST_F(BridgedModule, ThePortsOwnFunctionCounts) {
+  function("0000:03:00.0", endpoint_config(kModule));
+  EXPECT_TRUE(is_module(std::string(kDevices) + kPort));
+}
+
+TEST_F(BridgedModule, TheRootPortCounts) {
+  function("0000:00:1c.0", bridge_config(kModule, 0xA0));
+  EXPECT_TRUE(is_module(std::string(kDevices) + kPort));
+}
+
+TEST_F(BridgedModule, UnreadableFunctionsAreNotTheModule) {
+  EXPECT_FALSE(is_module(std::string(kDevices) + kPort));
+  machine_.make_directory("sys/bus/pci/devices/0000:01:00.0/config");
+  EXPECT_FALSE(is_module(std::string(kDevices) + kPort));
+  function("0000:02:01.0", "");
+  EXPECT_FALSE(is_module(std::string(kDevices) + kPort));
+  EXPECT_FALSE(is_module(""));
+}
+
+TEST_F(BridgedModule, OnlyComponentsOfDomainZeroAreVisited) {
+  function("0000:01:00.0", endpoint_config(kModule));
+  EXPECT_FALSE(is_module("../../devices/pci0001:00/0001:01:00.0"));
+  EXPECT_FALSE(is_module("../../devices/pci0000:00/10000:01:00.0"));
+  EXPECT_FALSE(is_module("../../devices/pci0000:00/x0000:01:00.0"));
+  EXPECT_TRUE(is_module("../../devices/pci0000:00/0000:01:00.0"));
+  EXPECT_TRUE(is_module("0000:01:00.0"));
+}
+
+TEST_F(BridgedModule, OnlyTheFirstThirtyComponentsAreVisited) {
+  function("0000:01:00.0", endpoint_config(kModule));
+  std::string path;
+  for (int i = 0; i < 29; ++i) {
+    path += "//x";
+  }
+  EXPECT_TRUE(is_module(path + "/0000:01:00.0"));
+  EXPECT_FALSE(is_module(path + "/x/0000:01:00.0"));
+}
+
+TEST_F(BridgedModule, AComponentIsReadAsThreeHexadecimalBytes) {
+  function("0000:0a:1f.7", endpoint_config(kModule)).write("sys/bus/pci/devices/0000:00:00.0/config", "");
+  for (const char* const component : {"0000:0a:1f.7", "0000:0A:1F.7", "0000:a:1f.7", "0000:10a:21f.107", "0000:0a.1f:7",
+                                      "0000::0a::1f..7", "0000:0a:1f.7:rest"}) {
+    EXPECT_TRUE(is_module(component)) << component;
+  }
+  // Of 16 characters behind the domain the last one is this function's digit.
+  EXPECT_TRUE(is_module("0000:0000000a:0001f.7"));
+  EXPECT_FALSE(is_module("0000:0000000a:00001f.7"));
+}
+
+TEST_F(BridgedModule, AFunctionAboveThePciRangesIsReadUnderThatNumber) {
+  function("0000:0a:ff.ff", endpoint_config(kModule));
+  EXPECT_TRUE(is_module("0000:0a:ff.ff"));
+  EXPECT_TRUE(qorx_is_WMX_LH53(0));
+  EXPECT_FALSE(is_module("0000:0a:1f.7"));
+}
+
+TEST_F(BridgedModule, TracesShowEveryStepUpToTheModule) {
+  function("0000:03:00.0", endpoint_config({0x8086, 0x1521, 0x8086, 0x0001}));
+  function("0000:01:00.0", endpoint_config(kModule));
+  const std::string path = std::string(kDevices) + "0000:00:1c.0/0000:01:00.0/0000:03:00.0";
+  add_device("eth0");
+  copy_text(add_device("eth1").net_path, path);
+  EXPECT_EQ(traced_by([] { EXPECT_TRUE(qorx_is_WMX_LH53(1)); }),
+            "qorx_check_WMX_LH53 Splitting string \"" + path +
+                "\" into tokens:\n"
+                "..\n..\ndevices\npci0000:00\n0000:00:1c.0\n0000:01:00.0\n0000:03:00.0\n"
+                "check 03:00.0\n03\n00\n0\nBUS:DEV.FUN: 3 0 0\n1 8086 1!\n"
+                "check 01:00.0\n01\n00\n0\nBUS:DEV.FUN: 1 0 0\n1 13fe 204a!\n");
+}
+
+TEST_F(BridgedModule, TracesShowAFunctionThatCannotBeRead) {
+  copy_text(add_device("eth0").net_path, "x/0000:0a:1f.7/y");
+  EXPECT_EQ(traced_by([] { EXPECT_FALSE(qorx_is_WMX_LH53(0)); }),
+            "qorx_check_WMX_LH53 Splitting string \"x/0000:0a:1f.7/y\" into tokens:\n"
+            "x\n0000:0a:1f.7\ny\n"
+            "check 0a:1f.7\n0a\n1f\n7\nBUS:DEV.FUN: a 1f 7\n"
+            "can't open name /sys/bus/pci/devices/0000:0a:1f.7/config\n"
+            "0 10000 10000!\n");
+}
+
+TEST_F(BridgedModule, TracesShowAtMostSixteenCharactersOfAComponent) {
+  copy_text(add_device("eth0").net_path, "0000:0a:1f.7:0123456789");
+  const std::string trace = traced_by([] { EXPECT_FALSE(qorx_is_WMX_LH53(0)); });
+  EXPECT_NE(trace.find("check 0a:1f.7:01234567\n0a\n1f\n7\n01234567\nBUS:DEV.FUN: a 1f 7\n"), std::string::npos)
+      << trace;
+}
+
+TEST_F(BridgedModule, SeveralPortsBehindOneBridgeAreAllMarked) {
+  machine_.add_function("0000:01:00.0", bridge_config(kModule, 0x40));
+  for (int i = 0; i < 4; ++i) {
+    machine_.add_port("eth" + std::to_string(i), "0000:01:00.0/0000:02:00." + std::to_string(i));
+  }
+  machine_.add_port("eth4", "0000:05:00.0");
+  EXPECT_EQ(get_all_eth_devices_info(), 0);
+  ASSERT_EQ(device_records().size(), 5U);
+  for (int i = 0; i < 5; ++i) {
+    EXPECT_STREQ(qorx_eth_device_mapping[i].model, i < 4 ? "WMX-LH53" : "");
+  }
+}
+
+TEST_F(BridgedModule, APortWhoseOwnFunctionIsTheModuleIsMarkedByTheScan) {
+  machine_.add_port("eth0", "0000:01:00.0", kModule).add_port("eth1", "0000:01:00.1");
+  EXPECT_EQ(get_all_eth_devices_info(), 0);
+  EXPECT_STREQ(qorx_eth_device_mapping[0].panel_name, "N/A");
+  EXPECT_STREQ(qorx_eth_device_mapping[1].panel_name, "");
+}
+
+TEST_F(BridgedModule, ASecondScanReadsTheMachineAgain) {
+  machine_.add_port("eth0", "0000:01:00.0/0000:02:00.0");
+  EXPECT_EQ(get_all_eth_devices_info(), 0);
+  EXPECT_STREQ(qorx_eth_device_mapping[0].model, "");
+  machine_.add_function("0000:01:00.0", bridge_config(kModule, 0x40));
+  clear_tables();
+  EXPECT_EQ(get_all_eth_devices_info(), 0);
+  EXPECT_STREQ(qorx_eth_device_mapping[0].model, "WMX-LH53");
+}
+
+// A storage controller's private domain repeats its own address: the same numbers, another function.
+TEST_F(BridgedModule, AnAddressInAnotherDomainSaysNothingOfDomainZero) {
+  machine_.add_function("0000:00:0e.0", endpoint_config(kModule));
+  machine_.add_port("eth0", "0000:00:0e.0/pci10000:00/10000:00:0e.0");
+  EXPECT_EQ(get_all_eth_devices_info(), 0);
+  EXPECT_STREQ(qorx_eth_device_mapping[0].model, "WMX-LH53");
+}
+
+}  // namespace
+}  // namespace qorx::test
