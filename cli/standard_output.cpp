@@ -18,6 +18,7 @@ void protect_standard_output() {
     }
   }
   static_cast<void>(std::signal(SIGPIPE, SIG_IGN));
+  static_cast<void>(std::signal(SIGXFSZ, SIG_IGN));
 }
 
 std::int32_t finish_standard_output() {

@@ -7,8 +7,8 @@
 namespace qorx {
 
 // Call it before anything is opened. Keeps a closed standard descriptor from being taken by the next file that is
-// opened (the table would end up in it), and makes writing to a closed pipe an error that is reported instead of
-// a death in the middle of tovix.cfg.
+// opened (the table would end up in it), and makes writing to a closed pipe, or beyond the file size limit, an error
+// that is reported instead of a death in the middle of tovix.cfg.
 void protect_standard_output();
 
 // Writes what is buffered. Returns QORX_ERR_CLOSE_FILE when any output of the run was lost, else 0.

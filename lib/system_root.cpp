@@ -3,6 +3,7 @@
 #include <fcntl.h>
 #include <sys/mman.h>
 #include <sys/stat.h>
+#include <sys/sysmacros.h>
 #include <unistd.h>
 
 #include <algorithm>
@@ -160,7 +161,11 @@ long read_system_link(const char* path, std::span<char> buffer) {
 MemoryMap map_system_memory(std::uint64_t base, std::uint64_t length) {
   const auto page_size = static_cast<std::uint64_t>(sysconf(_SC_PAGESIZE));
   constexpr std::uint64_t kFileEnd = std::numeric_limits<off_t>::max();
-  if (length == 0 || base > kFileEnd || length > kFileEnd - base - page_size) {
+  if (length == 0 || base > kFileEnd || length > kFileEnd - base) {
+    return {};
+  }
+  const std::uint64_t extent = (length + page_size - 1) / page_size * page_size;
+  if (extent > kFileEnd - base) {
     return {};
   }
   // Read-write is what opens /dev/mem on every kernel; a machine that refuses it may still allow reading.
@@ -172,11 +177,12 @@ MemoryMap map_system_memory(std::uint64_t base, std::uint64_t length) {
   if (!file.is_open() || fstat(file.descriptor(), &status) != 0) {
     return {};
   }
-  const std::uint64_t extent = (length + page_size - 1) / page_size * page_size;
   if (S_ISREG(status.st_mode)) {
     return load_regular_file(file, static_cast<std::uint64_t>(status.st_size), base, extent);
   }
-  if (length > kMapLimit) {
+  // Mapping anything else, /dev/zero say, can succeed and kill the reader at the first byte.
+  const bool is_memory = S_ISCHR(status.st_mode) && status.st_rdev == makedev(1, 1);
+  if (!is_memory || length > kMapLimit) {
     return {};
   }
   void* const memory = mmap(nullptr, length, PROT_READ, MAP_SHARED, file.descriptor(), static_cast<off_t>(base));

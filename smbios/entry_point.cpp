@@ -187,7 +187,10 @@ std::int32_t Search_SMBIOS_entry_point_mem1(std::uint64_t physical_address) {
   if (!memory.is_mapped()) {
     return code_byte(QORX_ERR_MMAP);
   }
-  return Parse_struct_table(TableBytes::mapped(memory.bytes(), memory.extent()), entry.table_length);
+  const bool is_whole = memory.bytes().size() >= entry.table_length;
+  return Parse_struct_table(is_whole ? TableBytes::mapped(memory.bytes(), memory.extent())
+                                     : TableBytes::loaded(memory.bytes(), entry.table_length),
+                            entry.table_length);
 }
 
 std::int32_t Search_SMBIOS_entry_point_mem() {

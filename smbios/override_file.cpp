@@ -111,16 +111,19 @@ std::int32_t Search_SMBIOS_cfg(const char* file) {
       continue;
     }
     if (!take_line(triple, lines.text())) {
-      return missing_line(triple, file, lines.line_number());
-    }
-    if (triple.lines == 0) {
+      code = missing_line(triple, file, lines.line_number());
+    } else if (triple.lines == 0) {
       code = store_slot(triple, file, lines.line_number());
     }
   }
-  if (code == 0 && (!triple.any || triple.lines != 0)) {
+  const bool is_incomplete = triple.lines != 0;
+  if (code == 0 && (!triple.any || is_incomplete)) {
     return missing_line(triple, file, lines.line_number());
   }
-  // Deliberately also after a complete but invalid triple: the lines themselves were read.
+  if (is_incomplete) {
+    return code;
+  }
+  // Deliberately also after an error that left no slot half read.
   debug("smbios cfg file read OK!\n");
   return code;
 }

@@ -1,0 +1,43 @@
+// Walking a table built in memory.
+#ifndef QORX_TESTS_SMBIOS_PARSING_H
+#define QORX_TESTS_SMBIOS_PARSING_H
+
+#include <cstdint>
+#include <span>
+#include <string>
+#include <vector>
+
+#include "lib/state.h"
+#include "smbios/structure_table.h"
+#include "tests/support/smbios_builder.h"
+
+namespace qorx::test {
+
+inline std::span<const std::uint8_t> as_bytes(const std::string& text) {
+  return {reinterpret_cast<const std::uint8_t*>(text.data()), text.size()};
+}
+
+// Walks the file content `file`, of which the entry point announces `table_len` bytes.
+inline std::int32_t parse(const std::string& file, std::uint32_t table_len) {
+  // Just the bytes, in memory of their own, so that a read past them is noticed.
+  const std::vector<std::uint8_t> exact(file.begin(), file.end());
+  return Parse_struct_table(TableBytes::loaded(exact, table_len), table_len);
+}
+
+// Walks a whole table.
+inline std::int32_t parse(const SmbiosTable& table) {
+  return parse(table.bytes(), static_cast<std::uint32_t>(table.bytes().size()));
+}
+
+// The slot names of the valid slot records.
+inline std::vector<std::string> names() {
+  std::vector<std::string> result;
+  for (const SlotRecord& slot : slot_records()) {
+    result.emplace_back(slot.slot_name);
+  }
+  return result;
+}
+
+}  // namespace qorx::test
+
+#endif

@@ -1,0 +1,151 @@
+#include "smbios/system_info.h"
+
+#include <gtest/gtest.h>
+
+#include <string>
+
+#include "lib/bounded_text.h"
+#include "lib/messages.h"
+#include "lib/state.h"
+#include "tests/support/fake_machine.h"
+#include "tests/support/library.h"
+
+namespace qorx::test {
+namespace {
+
+constexpr const char* kHeader = "slot name:           type root port: port count: vid:  did:  cnt:  model name:  \n";
+
+class SystemInfo : public testing::Test {
+ protected:
+  void SetUp() override { reset_library(); }
+
+  static std::string report() {
+    g_qorx_init = 0;
+    EXPECT_EQ(qorx_get_system_info(), 0);
+    return printed_by([] { EXPECT_EQ(qorx_print_system_info(), 0); });
+  }
+};
+
+TEST_F(SystemInfo, IsRefusedBeforeTheLibraryIsOpen) {
+  add_slot("S1");
+  std::int32_t code = 0;
+  EXPECT_EQ(printed_by([&] { code = qorx_print_system_info(); }),
+            "qorx library needs to be initialized before function call.\n");
+  EXPECT_EQ(code & 0xFF, 0x95);
+  g_error_message_open = 0;
+  EXPECT_EQ(printed_by([&] { code = qorx_print_system_info(); }), "");
+  EXPECT_EQ(code & 0xFF, 0x95);
+}
+
+TEST_F(SystemInfo, AMachineWithoutSlotRecordsPrintsTheTwoCounts) {
+  EXPECT_EQ(report(), "Onboard_cnt: 0\nSlot_cnt: 0\n");
+}
+
+TEST_F(SystemInfo, CountsNamedOnboardPortsAndNamedSlots) {
+  add_device("eth0", "LAN1", 41);
+  add_device("eth1", "LAN1", 41);
+  add_device("eth2", "", 41);
+  add_device("eth3", "S1", 9);
+  add_device("eth4", "other", 0);
+  add_slot("S1", 9);
+  add_slot("", 9);
+  add_slot("LAN1", 41);
+  add_slot("S2", 9);
+  add_slot("S2", 9);
+  qorx_system_environment_info.eth_onboard_number = 77;
+  qorx_system_environment_info.smbios_t9_slot_number = 77;
+  EXPECT_EQ(qorx_get_system_info(), 0);
+  EXPECT_EQ(qorx_system_environment_info.eth_onboard_number, 2U);
+  EXPECT_EQ(qorx_system_environment_info.smbios_t9_slot_number, 3U);
+}
+
+TEST_F(SystemInfo, ListsEveryOnboardPortThenEverySlot) {
+  copy_text(add_slot("S1", 9).model_name, "WMX-0119");
+  add_slot("LAN1", 41);
+  add_slot("", 9);  // merged into another record
+  add_slot("S2", 9);
+  copy_text(add_device("eth0", "LAN1", 41).model, "");
+  copy_text(add_device("eth1", "S1", 9).model, "not listed");
+  copy_text(add_device("eth2", "LAN2", 41).model, "I210");
+  add_device("eth3", "LAN1", 41);
+  add_device("eth4", "", 41);
+  EXPECT_EQ(report(),
+            "Onboard_cnt: 3\nSlot_cnt: 2\n"
+            "LAN1: Onboard\nLAN2: I210\nLAN1: Onboard\n"
+            "S1: WMX-0119\nS2: \n");
+}
+
+TEST_F(SystemInfo, TheReportPrintsAtEveryMessageLevel) {
+  add_slot("S1", 9);
+  g_error_message_open = 0;
+  EXPECT_EQ(report(), "Onboard_cnt: 0\nSlot_cnt: 1\nS1: \n");
+}
+
+TEST_F(SystemInfo, TheDumpIsADebugTrace) {
+  add_slot("S1");
+  EXPECT_EQ(printed_by(Debugout_smbios_array), "");
+}
+
+TEST_F(SystemInfo, TheDumpOfNoRecordsIsItsHeader) {
+  EXPECT_EQ(traced_by(Debugout_smbios_array), kHeader);
+}
+
+TEST_F(SystemInfo, TheDumpHasARowPerSlotRecord) {
+  add_slot("S1", 9, 0x3, 0x1F, 7).port_count = 0x12;
+  copy_text(add_slot("A name of more than twenty characters", 41, 0xAB).model_name, "I210");
+  add_slot("", 9);
+  EXPECT_EQ(traced_by(Debugout_smbios_array),
+            std::string(kHeader) + "S1                   9    03:1f.07   0x12        " + std::string(20, ' ') + "\n" +
+                "A name of more than twenty characters 41   ab:00.00   0x00        I210                \n" +
+                std::string(21, ' ') + "9    00:00.00   0x00        " + std::string(20, ' ') + "\n");
+}
+
+TEST_F(SystemInfo, TheDumpListsEveryDeviceId) {
+  SlotRecord& slot = add_slot("S1", 9, 1);
+  slot.port_count = 3;
+  slot.vendor_id = 0x8086;
+  slot.device_id_number = 3;
+  slot.device_id[0] = 0x1521;
+  slot.device_id[1] = 0x37;
+  slot.device_id[2] = 0x10000;
+  slot.device_id_count[0] = 2;
+  slot.device_id_count[1] = 255;
+  slot.device_id_count[2] = 1;
+  copy_text(slot.model_name, "M");
+  const std::string indent = "\n " + std::string(48, ' ');
+  EXPECT_EQ(traced_by(Debugout_smbios_array),
+            std::string(kHeader) + "S1                   9    01:00.00   0x03        8086  1521  2     " + indent +
+                "8086  0037  255   " + indent + "8086  10000  1     " + "M                   \n");
+}
+
+TEST_F(SystemInfo, TheReportBeginsWithTheDump) {
+  add_slot("S1", 9);
+  g_qorx_init = 0;
+  static_cast<void>(qorx_get_system_info());
+  const std::string traces = traced_by([] { EXPECT_EQ(qorx_print_system_info(), 0); });
+  EXPECT_TRUE(traces.starts_with(kHeader));
+  EXPECT_TRUE(traces.ends_with("\nOnboard_cnt: 0\nSlot_cnt: 1\nS1: \n"));
+}
+
+TEST(SystemInfoCommand, ReportsAWholeMachine) {
+  FakeMachine machine;
+  machine.smbios(SmbiosTable().slot("SLOT1", "03:00.0").slot("SLOT2", "05:00.0").onboard("LAN1", "00:1f.6"));
+  machine.add_port("eth0", "0000:00:1f.6").add_port("eth1", "0000:00:1c.0/0000:03:00.0");
+  const ToolRun run = machine.run({"-sysinfo"});
+  EXPECT_EQ(run.status, 0);
+  EXPECT_EQ(run.output.substr(0, run.output.find("LAN1")), "Onboard_cnt: 1\nSlot_cnt: 2\n");
+  EXPECT_NE(run.output.find("\nSLOT1: "), std::string::npos);
+  EXPECT_NE(run.output.find("\nSLOT2: \n"), std::string::npos);
+}
+
+// A slot wired to two root ports has two records of one name; the later one is merged into the first.
+TEST(SystemInfoCommand, ASlotWithTwoRootPortsIsOneSlot) {
+  FakeMachine machine;
+  machine.smbios(SmbiosTable().slot("SLOT1", "03:00.0").slot("SLOT1", "05:00.0"));
+  const ToolRun run = machine.run({"-sysinfo"});
+  EXPECT_EQ(run.status, 0);
+  EXPECT_EQ(run.output, "Onboard_cnt: 0\nSlot_cnt: 1\nSLOT1: \n");
+}
+
+}  // namespace
+}  // namespace qorx::test
