@@ -1,0 +1,96 @@
+// The C program of libqorx(3): compiled as the page says, and run on a sample appliance.
+#include <gtest/gtest.h>
+
+#include <cstdlib>
+#include <filesystem>
+#include <fstream>
+#include <string>
+#include <vector>
+
+#include "tests/end_to_end/manual_page.h"
+#include "tests/support/fake_machine.h"
+#include "tests/support/tool_run.h"
+
+namespace qorx::test {
+namespace {
+
+namespace fs = std::filesystem;
+
+// The compilers of this build: the library may carry their sanitizers' run-time.
+#if defined(__clang__)
+constexpr const char* kCompiler = "clang";
+constexpr const char* kCppCompiler = "clang++";
+#else
+constexpr const char* kCompiler = "gcc";
+constexpr const char* kCppCompiler = "g++";
+#endif
+
+#if defined(__has_feature)
+#define QORX_HAS_FEATURE(feature) __has_feature(feature)
+#else
+#define QORX_HAS_FEATURE(feature) 0
+#endif
+
+#if defined(__SANITIZE_ADDRESS__) || QORX_HAS_FEATURE(address_sanitizer)
+const std::vector<std::string> kSanitizers{"-fsanitize=address,undefined"};
+#else
+const std::vector<std::string> kSanitizers;
+#endif
+
+// Sets the system root before main: the program itself looks at the machine that it runs on.
+constexpr const char* kOnRecordedMachine = R"(
+#include <cstdlib>
+#include "lib/system_root.h"
+__attribute__((constructor)) static void use_recorded_machine() {
+  qorx::set_system_root(std::getenv("QORX_EXAMPLE_ROOT"));
+}
+)";
+
+ToolRun compile(const char* compiler, std::vector<std::string> arguments, const fs::path& directory) {
+  arguments.insert(arguments.begin(), compiler);
+  arguments.insert(arguments.end(), kSanitizers.begin(), kSanitizers.end());
+  return run_program("/usr/bin/env", arguments, directory);
+}
+
+class DocProgram : public testing::Test {
+ protected:
+  const fs::path example_ = documents() / "examples/libqorx";
+  const fs::path source_ = QORX_SOURCE_DIR;
+  const TemporaryDirectory work_;
+};
+
+TEST_F(DocProgram, IsCleanC) {
+  const ToolRun run = compile(kCompiler,
+                              {"-std=c11", "-Wall", "-Wextra", "-Wpedantic", "-Werror", "-D_POSIX_C_SOURCE=200809L",
+                               "-fsyntax-only", "-I", (source_ / "lib").string(), (example_ / "ports.c").string()},
+                              work_.path());
+  EXPECT_EQ(run.status, 0) << run.output << run.errors;
+}
+
+TEST_F(DocProgram, PrintsWhatThePageShows) {
+  const fs::path library = qorx_program().parent_path().parent_path() / "lib/libqorx.a";
+  ASSERT_TRUE(fs::exists(library)) << library;
+  std::ofstream(work_.path() / "root.cpp") << kOnRecordedMachine;
+  const ToolRun object =
+      compile(kCompiler, {"-I", (source_ / "lib").string(), "-c", (example_ / "ports.c").string(), "-o", "ports.o"},
+              work_.path());
+  ASSERT_EQ(object.status, 0) << object.errors;
+  std::vector<std::string> link{"-std=c++20",     "-I", source_.string(), "root.cpp", "ports.o",
+                                library.string(), "-o", "ports"};
+  ToolRun linked = compile(kCppCompiler, link, work_.path());
+  if (linked.status != 0) {
+    link.emplace_back("--coverage");  // a library with coverage counters needs their run-time
+    linked = compile(kCppCompiler, link, work_.path());
+  }
+  ASSERT_EQ(linked.status, 0) << linked.errors;
+
+  const fs::path root = source_ / "examples/appliances" / lines_of(read_file(example_ / "machine")).at(0) / "root";
+  const ToolRun run =
+      run_program(work_.path() / "ports", {}, work_.path(), [&root] { setenv("QORX_EXAMPLE_ROOT", root.c_str(), 1); });
+
+  EXPECT_EQ(run.output, read_file(example_ / "stdout"));
+  EXPECT_EQ(run.status, 0) << run.errors;
+}
+
+}  // namespace
+}  // namespace qorx::test

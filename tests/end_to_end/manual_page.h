@@ -1,0 +1,103 @@
+// Reading the sources of the manual pages in doc/man.
+#ifndef QORX_TESTS_END_TO_END_MANUAL_PAGE_H
+#define QORX_TESTS_END_TO_END_MANUAL_PAGE_H
+
+#include <algorithm>
+#include <array>
+#include <filesystem>
+#include <sstream>
+#include <stdexcept>
+#include <string>
+#include <string_view>
+#include <utility>
+#include <vector>
+
+#include "tests/support/tool_run.h"
+
+namespace qorx::test {
+
+using Lines = std::vector<std::string>;
+
+inline std::filesystem::path documents() {
+  return std::filesystem::path(QORX_SOURCE_DIR) / "doc";
+}
+
+// Without the blanks at its end: the table's rows end in one, which nobody sees in a manual.
+inline std::string trimmed(std::string line) {
+  line.erase(line.find_last_not_of(" \t\r") + 1);
+  return line;
+}
+
+inline Lines lines_of(const std::string& text) {
+  std::istringstream stream(text);
+  Lines lines;
+  for (std::string line; std::getline(stream, line);) {
+    lines.push_back(trimmed(line));
+  }
+  return lines;
+}
+
+// The text behind the roff escapes that the pages use. An unknown escape stays, and so fails a comparison.
+inline std::string without_escapes(std::string text) {
+  static constexpr std::array<std::pair<std::string_view, std::string_view>, 8> kEscapes{{
+      {"\\&", ""},
+      {"\\-", "-"},
+      {"\\(aq", "'"},
+      {"\\(dq", "\""},
+      {"\\(ga", "`"},
+      {"\\(ha", "^"},
+      {"\\(ti", "~"},
+      {"\\e", "\\"},
+  }};
+  for (const auto& [escape, plain] : kEscapes) {
+    for (std::size_t at = text.find(escape); at != std::string::npos; at = text.find(escape, at + plain.size())) {
+      text.replace(at, escape.size(), plain);
+    }
+  }
+  return text;
+}
+
+inline std::vector<std::filesystem::path> manual_pages() {
+  std::vector<std::filesystem::path> pages;
+  for (const auto& entry : std::filesystem::directory_iterator(documents() / "man")) {
+    pages.push_back(entry.path());
+  }
+  std::sort(pages.begin(), pages.end());
+  return pages;
+}
+
+// A display that is quoted from an example: the comment EXAMPLE <example> <role> [<file>] stands before it.
+struct Quotation {
+  std::string example;
+  std::string role;  // "file", "run" or "written"
+  std::string file;
+  Lines lines;  // as a reader sees them
+};
+
+inline std::vector<Quotation> quotations(const std::filesystem::path& page) {
+  constexpr std::string_view kMark = ".\\\" EXAMPLE ";
+  const Lines source = lines_of(read_file(page));
+  std::vector<Quotation> found;
+  for (auto line = source.begin(); line != source.end(); ++line) {
+    if (!line->starts_with(kMark)) {
+      continue;
+    }
+    Quotation quotation;
+    std::istringstream(line->substr(kMark.size())) >> quotation.example >> quotation.role >> quotation.file;
+    const auto begin = line + 1;
+    const auto end = std::find(begin, source.end(), ".Ed");
+    if (end == source.end() || *begin != ".Bd -literal") {
+      throw std::runtime_error(page.string() + ": no display behind " + *line);
+    }
+    for (auto shown = begin + 1; shown != end; ++shown) {
+      quotation.lines.push_back(without_escapes(*shown));
+    }
+    found.push_back(quotation);
+    line = end;
+  }
+  return found;
+}
+
+}  // namespace qorx::test
+
+#endif
