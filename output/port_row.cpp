@@ -120,6 +120,7 @@ void PortTable::print_legend() {
 }
 
 void print_result_vlan_one(const char* name, const char* mac, std::FILE* stream) {
+  stream = stream != nullptr ? stream : stdout;
   std::fprintf(stream, kName, name);
   std::fputs(kNoAddress, stream);
   std::fputs(kNoUsbMark, stream);

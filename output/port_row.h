@@ -29,7 +29,7 @@ class PortTable {
   bool marked_ = false;
 };
 
-// Prints the row of a virtual interface. `mac` may be empty.
+// Prints the row of a virtual interface, on standard output where `stream` is null. `mac` may be empty.
 void print_result_vlan_one(const char* name, const char* mac, std::FILE* stream);
 
 }  // namespace qorx

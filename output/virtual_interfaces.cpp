@@ -25,7 +25,7 @@ std::int32_t get_all_virtual_eth_devices_info(const char* eth_name, std::FILE* s
     }
     char mac[kMacTextSize];
     static_cast<void>(get_eth_device_mac_address(entry, mac));
-    print_result_vlan_one(entry, mac, stream != nullptr ? stream : stdout);
+    print_result_vlan_one(entry, mac, stream);
   }
   return 0;
 }

@@ -1,0 +1,107 @@
+#include "lib/init_check.h"
+
+#include <gtest/gtest.h>
+
+#include <functional>
+#include <string>
+#include <utility>
+#include <vector>
+
+#include "lib/messages.h"
+#include "lib/state.h"
+#include "tests/support/fake_machine.h"
+#include "tests/support/library.h"
+
+namespace qorx {
+namespace {
+
+const std::int32_t kInitAtStart = g_qorx_init;
+const std::string kRefusal = "qorx library needs to be initialized before function call.\n";
+
+class InitCheck : public testing::Test {
+ protected:
+  void SetUp() override { test::reset_library(); }
+  void TearDown() override { test::reset_library(); }
+
+  test::FakeMachine machine_;
+};
+
+using Call = std::pair<const char*, std::function<std::int32_t()>>;
+
+// Everything that a caller may only do between open and close. The files would lie in `directory`.
+std::vector<Call> guarded_calls(const std::string& directory) {
+  return {
+      {"table", [] { return qorx_print_scan_result(nullptr, nullptr, nullptr); }},
+      {"by name", [] { return qorx_print_scan_result("eth0", nullptr, nullptr); }},
+      {"by feature", [] { return qorx_print_scan_result(nullptr, "POE", nullptr); }},
+      {"by address", [] { return qorx_print_scan_result(nullptr, nullptr, "00:00.0"); }},
+      {"file", [directory] { return qorx_fprint_scan_result((directory + "/result").c_str()); }},
+      {"tovix.cfg", [] { return qorx_output_tovix_cfg(); }},
+      {"system info", [] { return qorx_print_system_info(); }},
+      {"cards", [] { return qorx_print_supported_WMX(); }},
+      {"guard", [] { return INIT_CHECK(); }},
+      {"close", [] { return qorx_close(); }},
+  };
+}
+
+void expect_refused(const Call& call, const std::string& output) {
+  SCOPED_TRACE(call.first);
+  std::int32_t code = 0;
+  EXPECT_EQ(test::printed_by([&] { code = call.second(); }), output);
+  EXPECT_EQ(code, 0x95);
+}
+
+TEST_F(InitCheck, TheLibraryStartsNotInitialised) {
+  EXPECT_EQ(kInitAtStart, -1);
+}
+
+TEST_F(InitCheck, NothingIsReportedBeforeOpen) {
+  for (const Call& call : guarded_calls(machine_.work())) {
+    expect_refused(call, kRefusal);
+  }
+  EXPECT_TRUE(std::filesystem::is_empty(machine_.work()));
+}
+
+TEST_F(InitCheck, NothingIsReportedAfterClose) {
+  ASSERT_EQ(qorx_open(), 0);
+  ASSERT_EQ(qorx_close(), 0);
+  for (const Call& call : guarded_calls(machine_.work())) {
+    expect_refused(call, kRefusal);
+  }
+}
+
+TEST_F(InitCheck, NothingIsReportedAfterAFailedOpen) {
+  ASSERT_EQ(qorx_open(), 0);
+  machine_.remove("sys/class/net");
+  ASSERT_EQ(test::printed_by([] { EXPECT_EQ(qorx_open(), 0x98); }),
+            "/sys/class/net folder do not exist or can't access. Please check your environment\n");
+  for (const Call& call : guarded_calls(machine_.work())) {
+    expect_refused(call, kRefusal);
+  }
+}
+
+TEST_F(InitCheck, TheRefusalIsAnErrorMessage) {
+  qorx_set_message_level(0);
+  for (const Call& call : guarded_calls(machine_.work())) {
+    expect_refused(call, "");
+  }
+}
+
+TEST_F(InitCheck, PassesSilentlyWhenOpen) {
+  g_qorx_init = 0;
+  EXPECT_EQ(test::traced_by([] { EXPECT_EQ(INIT_CHECK(), 0); }), "");
+}
+
+TEST_F(InitCheck, OnlyZeroMeansOpen) {
+  g_qorx_init = 1;
+  expect_refused({"one", [] { return INIT_CHECK(); }}, kRefusal);
+}
+
+TEST_F(InitCheck, CloseEndsInTheClosedStateEvenWhenItFails) {
+  g_qorx_init = 5;
+  EXPECT_EQ(test::printed_by([] { EXPECT_EQ(qorx_close(), 0x95); }), kRefusal);
+  EXPECT_EQ(g_qorx_init, -1);
+}
+
+}  // namespace
+}  // namespace qorx

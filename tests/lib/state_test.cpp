@@ -1,0 +1,197 @@
+#include "lib/state.h"
+
+#include <gtest/gtest.h>
+
+#include <cstddef>
+#include <cstring>
+#include <string>
+#include <vector>
+
+#include "lib/bounded_text.h"
+#include "tests/support/library.h"
+
+namespace qorx {
+namespace {
+
+// As they stand when the process starts.
+const std::vector<std::int32_t> kFlagsAtStart{g_config_flag, g_legacy_flag,   g_WMX_name_flag, g_smbios_flag, g_diag,
+                                              g_force_flag,  g_sort_slotname, g_vm_bypass,     g_novlan};
+const std::string kNamesAtStart =
+    std::string(g_config_file_name) + g_WMX_name_file_name + g_smbios_file_name + g_entry_point_file + g_dmi_file;
+const std::int32_t kRootPortAtStart = g_x86_i2c_root_port_number;
+const std::uint8_t kWrongSegAtStart = wrong_seg_flag;
+
+template <typename Record>
+bool is_zero(const Record& record) {
+  static const Record zero{};
+  return std::memcmp(&record, &zero, sizeof record) == 0;
+}
+
+class State : public testing::Test {
+ protected:
+  void SetUp() override { test::reset_library(); }
+  void TearDown() override { test::reset_library(); }
+};
+
+TEST_F(State, EverythingIsOffAndEmptyAtStart) {
+  for (const std::int32_t flag : kFlagsAtStart) {
+    EXPECT_EQ(flag, 0);
+  }
+  EXPECT_EQ(kNamesAtStart, "");
+  EXPECT_EQ(kRootPortAtStart, -1);
+  EXPECT_EQ(kWrongSegAtStart, 0);
+}
+
+TEST_F(State, TheTablesHold512Records) {
+  EXPECT_EQ(std::size(qorx_eth_device_mapping), 512U);
+  EXPECT_EQ(std::size(qorx_smbios_t9_t41_mapping), 512U);
+}
+
+TEST_F(State, FileNamesHave256Bytes) {
+  EXPECT_EQ(sizeof g_config_file_name, 256U);
+  EXPECT_EQ(sizeof g_WMX_name_file_name, 256U);
+  EXPECT_EQ(sizeof g_smbios_file_name, 256U);
+  EXPECT_EQ(sizeof g_entry_point_file, 256U);
+  EXPECT_EQ(sizeof g_dmi_file, 256U);
+}
+
+TEST_F(State, ADeviceRecordHasTheseFields) {
+  using R = DeviceRecord;
+  EXPECT_EQ(sizeof(R::eth_name), 256U);
+  EXPECT_EQ(sizeof(R::slot_name), 256U);
+  EXPECT_EQ(sizeof(R::panel_name), 256U);
+  EXPECT_EQ(sizeof(R::model), 256U);
+  EXPECT_EQ(sizeof(R::net_path), 512U);
+  EXPECT_EQ(sizeof(R::mac_addr), 18U);
+  EXPECT_EQ(sizeof(R::module_names), 3U * 256U);
+  EXPECT_EQ(sizeof(R::usb), 16U);
+  const std::vector<std::size_t> order{offsetof(R, eth_name),
+                                       offsetof(R, bus),
+                                       offsetof(R, dev),
+                                       offsetof(R, fun),
+                                       offsetof(R, slot_name),
+                                       offsetof(R, panel_name),
+                                       offsetof(R, model),
+                                       offsetof(R, feature),
+                                       offsetof(R, bypass_ctrl_flag),
+                                       offsetof(R, net_path),
+                                       offsetof(R, slot_bus),
+                                       offsetof(R, slot_dev),
+                                       offsetof(R, slot_fun),
+                                       offsetof(R, vendor_id),
+                                       offsetof(R, device_id),
+                                       offsetof(R, subsys_vendor_id),
+                                       offsetof(R, subsys_device_id),
+                                       offsetof(R, mac_addr),
+                                       offsetof(R, smbios_type),
+                                       offsetof(R, port_index),
+                                       offsetof(R, seg),
+                                       offsetof(R, module_names),
+                                       offsetof(R, module_name_count),
+                                       offsetof(R, usb),
+                                       offsetof(R, bypass_type),
+                                       offsetof(R, bypass_bus),
+                                       offsetof(R, bypass_switch1),
+                                       offsetof(R, bypass_switch2),
+                                       offsetof(R, mcu_segment)};
+  for (std::size_t i = 1; i < order.size(); ++i) {
+    EXPECT_LT(order[i - 1], order[i]) << i;
+  }
+}
+
+TEST_F(State, FeatureCodesAreABitSet) {
+  EXPECT_EQ(QORX_FEATURE_NONE, 0);
+  EXPECT_EQ(QORX_FEATURE_POE, 1);
+  EXPECT_EQ(QORX_FEATURE_A_BYPASS, 2);
+  EXPECT_EQ(QORX_FEATURE_L_BYPASS, 4);
+  EXPECT_EQ(QORX_FEATURE_NA, 8);
+  EXPECT_EQ(QORX_FEATURE_NCSI, 16);
+  EXPECT_EQ(QORX_FEATURE_1PPS, 32);
+  EXPECT_EQ(QORX_FEATURE_NCSI_1PPS, 48);
+  EXPECT_EQ(QORX_FEATURE_A_BYPASS_I2C, 64);
+  EXPECT_EQ(QORX_FEATURE_MISMATCH, 128);
+}
+
+TEST_F(State, TheValidRecordsAreThoseCounted) {
+  EXPECT_TRUE(device_records().empty());
+  EXPECT_TRUE(slot_records().empty());
+  test::add_device("eth0");
+  test::add_device("eth1");
+  test::add_slot("S");
+  EXPECT_EQ(device_records().size(), 2U);
+  EXPECT_EQ(device_records().data(), qorx_eth_device_mapping);
+  EXPECT_EQ(slot_records().size(), 1U);
+  EXPECT_EQ(slot_records().data(), qorx_smbios_t9_t41_mapping);
+}
+
+TEST_F(State, ACountAboveTheTableIsNotBelieved) {
+  qorx_system_environment_info.eth_device_number = 600;
+  qorx_system_environment_info.eth_smbios_t9_t41_number = 600;
+  EXPECT_EQ(device_records().size(), 512U);
+  EXPECT_EQ(slot_records().size(), 512U);
+}
+
+TEST_F(State, AFreshRecordIsClearedHoweverOftenItIsUsed) {
+  for (int round = 0; round < 3; ++round) {
+    DeviceRecord& device = fresh_device_record(7);
+    EXPECT_EQ(&device, &qorx_eth_device_mapping[7]);
+    EXPECT_TRUE(is_zero(device));
+    std::memset(&device, 0xFF, sizeof device);
+    SlotRecord& slot = fresh_slot_record(511);
+    EXPECT_EQ(&slot, &qorx_smbios_t9_t41_mapping[511]);
+    EXPECT_TRUE(is_zero(slot));
+    std::memset(&slot, 0xFF, sizeof slot);
+  }
+}
+
+TEST_F(State, AnIndexPastTheTableIsItsLastRecord) {
+  EXPECT_EQ(&fresh_device_record(512), &qorx_eth_device_mapping[511]);
+  EXPECT_EQ(&fresh_slot_record(100000), &qorx_smbios_t9_t41_mapping[511]);
+}
+
+void fill_tables(std::size_t devices, std::size_t slots) {
+  for (std::size_t i = 0; i < devices; ++i) {
+    std::memset(&fresh_device_record(i), 0xA5, sizeof(DeviceRecord));
+  }
+  for (std::size_t i = 0; i < slots; ++i) {
+    std::memset(&fresh_slot_record(i), 0xA5, sizeof(SlotRecord));
+  }
+  qorx_system_environment_info = {static_cast<std::uint32_t>(slots), static_cast<std::uint32_t>(devices), 9, 9};
+}
+
+TEST_F(State, ClearingLeavesNoRecordAndNoCount) {
+  for (const std::size_t count : {0U, 1U, 5U, 511U, 512U}) {
+    SCOPED_TRACE(count);
+    fill_tables(count, 512 - count);
+    clear_tables();
+    for (std::size_t i = 0; i < kMaxRecords; ++i) {
+      ASSERT_TRUE(is_zero(qorx_eth_device_mapping[i])) << i;
+      ASSERT_TRUE(is_zero(qorx_smbios_t9_t41_mapping[i])) << i;
+    }
+    EXPECT_TRUE(is_zero(qorx_system_environment_info));
+  }
+}
+
+// A scan that fails leaves a record behind that it never counted.
+TEST_F(State, ClearingReachesRecordsThatWereNotCounted) {
+  fill_tables(40, 40);
+  qorx_system_environment_info = {};
+  clear_tables();
+  for (std::size_t i = 0; i < kMaxRecords; ++i) {
+    ASSERT_TRUE(is_zero(qorx_eth_device_mapping[i])) << i;
+    ASSERT_TRUE(is_zero(qorx_smbios_t9_t41_mapping[i])) << i;
+  }
+}
+
+TEST_F(State, ClearingReachesTheRecordBehindTheLastOne) {
+  test::add_device("eth0");
+  test::add_slot("S");
+  copy_text(qorx_eth_device_mapping[1].slot_name, "spare");
+  copy_text(qorx_smbios_t9_t41_mapping[1].slot_name, "spare");
+  clear_tables();
+  EXPECT_TRUE(is_zero(qorx_eth_device_mapping[1]));
+  EXPECT_TRUE(is_zero(qorx_smbios_t9_t41_mapping[1]));
+}
+
+}  // namespace
+}  // namespace qorx
