@@ -143,7 +143,11 @@ std::int8_t get_eth_device_pcie_info(const char* name, PortReading mode) {
     return kVirtualInterface;
   }
   if (mode == PortReading::kFillRecord) {
-    fill_record(fresh_device_record(device_records().size()), name, link);
+    const std::size_t index = device_records().size();
+    fill_record(fresh_device_record(index), name, link);
+    if (status < 0) {
+      fresh_device_record(index);  // an interface that is left out leaves nothing behind
+    }
   }
   return status;
 }
