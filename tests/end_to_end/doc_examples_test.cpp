@@ -54,12 +54,12 @@ std::string test_name(const testing::TestParamInfo<fs::path>& info) {
 }
 
 fs::path machine_of(const fs::path& example) {
-  return fs::path(QORX_SOURCE_DIR) / "examples/appliances" / trimmed(lines_of(read_file(example / "machine")).at(0)) /
+  return fs::path(QORX_SOURCE_DIR) / "examples/appliances" / trimmed(page_lines(read_file(example / "machine")).at(0)) /
          "root";
 }
 
 std::string command_of(const fs::path& example) {
-  const Lines lines = lines_of(read_file(example / "command"));
+  const Lines lines = page_lines(read_file(example / "command"));
   return lines.empty() ? "" : lines[0];
 }
 
@@ -177,7 +177,7 @@ void check_run(const Quotation& quotation, const fs::path& example) {
   const std::string prompt = is_program(example) ? "# ./ports " : "# qorx ";
   EXPECT_EQ(shown.front(), trimmed(prompt + command_of(example)));
   shown.erase(shown.begin());
-  EXPECT_TRUE(is_excerpt(shown, lines_of(read_file(example / "stdout")))) << "the output differs";
+  EXPECT_TRUE(is_excerpt(shown, page_lines(read_file(example / "stdout")))) << "the output differs";
 }
 
 class DocPage : public testing::TestWithParam<fs::path> {};
@@ -190,10 +190,10 @@ TEST_P(DocPage, QuotesTheExamplesExactly) {
     if (quotation.role == "run") {
       check_run(quotation, example);
     } else if (quotation.role == "file") {
-      EXPECT_EQ(quotation.lines, lines_of(read_file(example / quotation.file)));
+      EXPECT_EQ(quotation.lines, page_lines(read_file(example / quotation.file)));
     } else {
       ASSERT_EQ(quotation.role, "written");
-      Lines text = lines_of(read_file(example / quotation.file));
+      Lines text = page_lines(read_file(example / quotation.file));
       while (!text.empty() && text.back().empty()) {
         text.pop_back();  // the empty line that ends a record is not shown at the end of a display
       }

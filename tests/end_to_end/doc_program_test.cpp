@@ -84,7 +84,7 @@ TEST_F(DocProgram, PrintsWhatThePageShows) {
   }
   ASSERT_EQ(linked.status, 0) << linked.errors;
 
-  const fs::path root = source_ / "examples/appliances" / lines_of(read_file(example_ / "machine")).at(0) / "root";
+  const fs::path root = source_ / "examples/appliances" / page_lines(read_file(example_ / "machine")).at(0) / "root";
   const ToolRun run =
       run_program(work_.path() / "ports", {}, work_.path(), [&root] { setenv("QORX_EXAMPLE_ROOT", root.c_str(), 1); });
 

@@ -28,7 +28,7 @@ inline std::string trimmed(std::string line) {
   return line;
 }
 
-inline Lines lines_of(const std::string& text) {
+inline Lines page_lines(const std::string& text) {
   std::istringstream stream(text);
   Lines lines;
   for (std::string line; std::getline(stream, line);) {
@@ -76,7 +76,7 @@ struct Quotation {
 
 inline std::vector<Quotation> quotations(const std::filesystem::path& page) {
   constexpr std::string_view kMark = ".\\\" EXAMPLE ";
-  const Lines source = lines_of(read_file(page));
+  const Lines source = page_lines(read_file(page));
   std::vector<Quotation> found;
   for (auto line = source.begin(); line != source.end(); ++line) {
     if (!line->starts_with(kMark)) {

@@ -65,7 +65,7 @@ TEST_P(ManualPage, IsCleanForMandoc) {
     GTEST_SKIP() << "mandoc is not installed";
   }
   const ToolRun run = run_program(mandoc, {"-Tlint", GetParam().string()}, documents());
-  for (const std::string& complaint : lines_of(run.output + run.errors)) {
+  for (const std::string& complaint : page_lines(run.output + run.errors)) {
     EXPECT_TRUE(refers_to_our_page(complaint)) << complaint;
   }
 }
@@ -96,7 +96,7 @@ std::vector<std::string> found_in_sources(const std::vector<std::string>& folder
 }
 
 Lines plain_lines(const std::string& page) {
-  Lines lines = lines_of(read_file(documents() / "man" / page));
+  Lines lines = page_lines(read_file(documents() / "man" / page));
   std::transform(lines.begin(), lines.end(), lines.begin(), without_escapes);
   return lines;
 }
@@ -153,7 +153,7 @@ TEST(Manual, ExplainsEveryOperationAndOption) {
 
 TEST(Manual, ExplainsEveryColumnAndMark) {
   const std::string page = read_file(documents() / "man/qorx.8");
-  const Lines table = lines_of(read_file(documents() / "examples/all-ports/stdout"));
+  const Lines table = page_lines(read_file(documents() / "examples/all-ports/stdout"));
   ASSERT_FALSE(table.empty());
   std::string header = table.front();
   for (const char* const title : {"eth name", "bus:dev.fun", "vid  did", "svid sdid", "mac address", "slot name",
@@ -238,12 +238,12 @@ TEST(Architecture, WorkedExamplesFitTheSources) {
   Lines source;
   Lines::iterator at;
   int checked = 0;
-  for (const std::string& line : lines_of(read_file(documents() / "architecture.md"))) {
+  for (const std::string& line : page_lines(read_file(documents() / "architecture.md"))) {
     if (line.starts_with("```")) {
       in_diff = line == "```diff";
     } else if (in_diff && line.starts_with("+++ ")) {
       name = line.substr(4);
-      source = lines_of(read_file(kSource / name));
+      source = page_lines(read_file(kSource / name));
       at = source.begin();
     } else if (in_diff && (line.starts_with(" ") || line.starts_with("-"))) {
       at = std::find(at, source.end(), line.substr(1));
@@ -256,9 +256,9 @@ TEST(Architecture, WorkedExamplesFitTheSources) {
 }
 
 TEST(Readme, ShowsRealRows) {
-  const Lines table = lines_of(read_file(documents() / "examples/all-ports/stdout"));
+  const Lines table = page_lines(read_file(documents() / "examples/all-ports/stdout"));
   int shown = 0;
-  for (const std::string& line : lines_of(read_file(kSource / "README.md"))) {
+  for (const std::string& line : page_lines(read_file(kSource / "README.md"))) {
     if (std::regex_search(line, std::regex("^(eth|br|enx)"))) {
       EXPECT_NE(std::find(table.begin(), table.end(), line), table.end()) << line;
       ++shown;
