@@ -1,5 +1,6 @@
-# Flags of every target of this project, as interface targets.
+# Flags of every target of this project: project-wide ones, and interface targets.
 
+# Position-independent programs.
 include(CheckPIESupported)
 check_pie_supported()
 
@@ -7,14 +8,41 @@ check_pie_supported()
 add_library(qorx_warnings INTERFACE)
 target_compile_options(qorx_warnings INTERFACE -Wall -Wextra -Wpedantic -Wconversion -Wshadow -Werror)
 
+# What is installed carries the few run-time pieces of C++ that it uses, and needs no libstdc++ on the appliance.
+add_library(qorx_self_contained INTERFACE)
+target_link_options(qorx_self_contained INTERFACE LINKER:--as-needed -static-libgcc -static-libstdc++)
+
+# Makes a program fully static, and still position-independent. Instead of qorx_self_contained, whose options bring
+# shared libraries back.
+function(qorx_link_statically target)
+  set_property(TARGET ${target} PROPERTY POSITION_INDEPENDENT_CODE)  # unset: its -pie means a shared C library
+  target_compile_options(${target} PRIVATE -fPIE)
+  target_link_options(${target} PRIVATE -static-pie)
+endfunction()
+
+# Hardening. What the linker does costs nothing and applies to every build; the rest to optimised builds of what is
+# installed.
+add_link_options(LINKER:-z,relro,-z,now,-z,noexecstack)
+string(REPLACE "-O3" "-O2" CMAKE_C_FLAGS_RELEASE "${CMAKE_C_FLAGS_RELEASE}")
+string(REPLACE "-O3" "-O2" CMAKE_CXX_FLAGS_RELEASE "${CMAKE_CXX_FLAGS_RELEASE}")
+set(hardening -U_FORTIFY_SOURCE -D_FORTIFY_SOURCE=2 -fstack-protector-strong -fstack-clash-protection)
+if(CMAKE_SYSTEM_PROCESSOR MATCHES "^(x86_64|AMD64|i[3-6]86)$")
+  list(APPEND hardening -fcf-protection)
+endif()
+
 # The product: no exceptions and no run-time types, so that nothing but the C library is loaded at start.
 add_library(qorx_product INTERFACE)
 target_include_directories(qorx_product INTERFACE ${PROJECT_SOURCE_DIR})
 target_compile_options(qorx_product INTERFACE
-  $<$<COMPILE_LANGUAGE:CXX>:-fno-exceptions> $<$<COMPILE_LANGUAGE:CXX>:-fno-rtti> -fvisibility=hidden)
+  $<$<COMPILE_LANGUAGE:CXX>:-fno-exceptions> $<$<COMPILE_LANGUAGE:CXX>:-fno-rtti> -fvisibility=hidden
+  "$<$<CONFIG:Release,RelWithDebInfo,MinSizeRel>:${hardening}>")
 target_link_libraries(qorx_product INTERFACE qorx_warnings)
 
 if(QORX_SANITIZE)
   add_compile_options(-fsanitize=address,undefined -fno-sanitize-recover=all -fno-omit-frame-pointer)
   add_link_options(-fsanitize=address,undefined)
+endif()
+if(QORX_COVERAGE)
+  add_compile_options(--coverage -O0)
+  add_link_options(--coverage)
 endif()

@@ -1,12 +1,28 @@
-// qorx-replay: runs qorx against a recorded machine. /sys and /dev/mem are looked up below a directory; files that
-// the user names, and tovix.cfg, stay where they are. Needs no privilege.
+// qorx-replay: runs qorx against a recorded machine. /sys and /dev/mem are looked up below a directory ROOT, or in
+// an archive that qorx-capture wrote; files that the user names, and tovix.cfg, stay where they are. Needs no
+// privilege.
 #include <array>
 #include <cstdio>
 #include <string_view>
 #include <vector>
 
 #include "cli/command_line.h"
+#include "cli/standard_output.h"
 #include "lib/system_root.h"
+#include "tools/archive.h"
+#include "tools/recorded_order.h"
+
+namespace {
+
+int replay(const char* root, int argc, char** argv) {
+  qorx::follow_recorded_order(root);
+  const int first = argc > 2 && std::string_view(argv[2]) == "--" ? 3 : 2;
+  std::vector<const char*> arguments{"qorx"};
+  arguments.insert(arguments.end(), argv + first, argv + argc);
+  return qorx::run_command_line(static_cast<int>(arguments.size()), arguments.data());
+}
+
+}  // namespace
 
 int main(int argc, char** argv) {
   constexpr int kBadUsage = 2;
@@ -14,12 +30,18 @@ int main(int argc, char** argv) {
     std::fputs("Usage: qorx-replay ROOT [--] ARGS...\n", stderr);
     return kBadUsage;
   }
-  if (argv[1][0] == '\0' || !qorx::set_system_root(argv[1])) {
+  qorx::protect_standard_output();
+  const char* root = argv[1];
+  qorx::UnpackedArchive archive;
+  if (qorx::is_archive(root)) {
+    if (!archive.unpack(root)) {
+      return kBadUsage;
+    }
+    root = archive.directory().c_str();
+  }
+  if (root[0] == '\0' || !qorx::set_system_root(root)) {
     std::fputs("qorx-replay: unusable directory name\n", stderr);
     return kBadUsage;
   }
-  const int first = argc > 2 && std::string_view(argv[2]) == "--" ? 3 : 2;
-  std::vector<const char*> arguments{"qorx"};
-  arguments.insert(arguments.end(), argv + first, argv + argc);
-  return qorx::run_command_line(static_cast<int>(arguments.size()), arguments.data());
+  return replay(root, argc, argv);
 }

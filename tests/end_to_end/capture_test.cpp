@@ -1,0 +1,141 @@
+// What qorx says of a recording is what it says of the machine: on the sample appliances and on recorded real ones.
+#include <gtest/gtest.h>
+
+#include <algorithm>
+#include <filesystem>
+#include <fstream>
+#include <sstream>
+#include <string>
+#include <vector>
+
+#include "tests/end_to_end/capture.h"
+#include "tests/end_to_end/realdata.h"
+
+namespace qorx::test {
+namespace {
+
+namespace fs = std::filesystem;
+
+class CaptureOfAppliance : public testing::TestWithParam<const char*> {};
+
+std::vector<std::string> words_of(const std::string& line) {
+  std::istringstream stream(line);
+  std::vector<std::string> words;
+  for (std::string word; stream >> word;) {
+    words.push_back(word);
+  }
+  return words;
+}
+
+TEST_P(CaptureOfAppliance, EveryOperationOfTheGoldenCasesSaysTheSame) {
+  const fs::path machine = fs::path(QORX_SOURCE_DIR) / "examples/appliances" / GetParam();
+  const Capture capture(machine / "root");
+  EXPECT_EQ(capture.complaints(), "") << "all of it can be read";
+  int cases = 0;
+  for (const auto& expected : fs::directory_iterator(machine / "expected")) {
+    const std::string command = read_file(expected.path() / "command");
+    SCOPED_TRACE(command);
+    const std::string output = capture.expect_same(
+        words_of(command), {machine / "qorx.cfg", machine / "wmx_name.cfg", machine / "smbios.cfg"});
+    EXPECT_EQ(output, read_file(expected.path() / "stdout"));
+    ++cases;
+  }
+  EXPECT_GT(cases, 50);
+}
+
+TEST_P(CaptureOfAppliance, TheArchiveItselfSaysTheSame) {
+  const fs::path machine = fs::path(QORX_SOURCE_DIR) / "examples/appliances" / GetParam();
+  const Capture capture(machine / "root");
+  const TemporaryDirectory work;
+  fs::copy_file(machine / "qorx.cfg", work.path() / "qorx.cfg");
+  for (const char* const expected : {"all", "all-config", "sysinfo", "tovix"}) {
+    SCOPED_TRACE(expected);
+    const fs::path folder = machine / "expected" / expected;
+    ASSERT_TRUE(fs::exists(folder));
+    const ToolRun run = run_replay(capture.archive(), work.path(), words_of(read_file(folder / "command")));
+    EXPECT_EQ(run.output, read_file(folder / "stdout"));
+    EXPECT_EQ(run.errors, "");
+    EXPECT_EQ(run.status, 0);
+  }
+  EXPECT_EQ(read_file(work.path() / "tovix.cfg"), read_file(machine / "expected/tovix/tovix.cfg"));
+}
+
+TEST_P(CaptureOfAppliance, TheSlotRecordsAreTheSame) {
+  const fs::path machine = fs::path(QORX_SOURCE_DIR) / "examples/appliances" / GetParam();
+  const Capture capture(machine / "root");
+  EXPECT_EQ(slot_trace(capture.archive()), slot_trace(machine / "root"));
+  EXPECT_NE(slot_trace(capture.archive()), "");
+}
+
+INSTANTIATE_TEST_SUITE_P(Appliances, CaptureOfAppliance, testing::Values("edge", "legacy"));
+
+// A tree of sysfs, with the firmware tables of the same machine where they were recorded too.
+class CaptureOfRealTree : public realdata::RealMachine {
+ protected:
+  void SetUp() override {
+    RealMachine::SetUp();
+    if (IsSkipped() || HasFatalFailure()) {
+      return;
+    }
+    const ToolRun run = run_command({"tar", "-xJf", path(".tar.xz").string(), "-C", tree_.path().string()});
+    ASSERT_EQ(run.status, 0) << run.errors;
+    for (const char* const folder : {"smbios", "smbios-rebuilt"}) {
+      const fs::path tables = realdata::kRealData / folder / path().filename();
+      if (fs::exists(tables)) {
+        fs::create_directories(tree_.path() / "sys/firmware/dmi/tables");
+        fs::copy(tables, tree_.path() / "sys/firmware/dmi/tables");
+      }
+    }
+  }
+
+  // Slot records for every device below the root complex, each said to hold a switch.
+  void write_switch_files(const fs::path& smbios, const fs::path& platform) const {
+    std::ofstream slots(smbios);
+    std::ofstream switches(platform);
+    std::error_code none;
+    for (const auto& device : fs::directory_iterator(tree_.path() / "sys/devices/pci0000:00", none)) {
+      const std::string name = device.path().filename().string();
+      if (name.starts_with("0000:")) {
+        const std::string address = name.substr(5);
+        slots << "TYPE=\"9\"\nNAME=\"Slot " << address << "\"\nBUS:DEV.FUN=\"" << address << "\"\n";
+        switches << "SLOT_NAME=\"Slot " << address << "\"\nPCIe_SW_DEV/WMX_SLOT=\"0-1f/Switch " << address << "\"\n";
+      }
+    }
+  }
+
+  const TemporaryDirectory tree_;
+};
+
+TEST_P(CaptureOfRealTree, EveryOperationSaysTheSame) {
+  const Capture capture(tree_.path());
+  for (const std::vector<std::string>& arguments : {std::vector<std::string>{"-a"},
+                                                    {"-a", "-legacy"},
+                                                    {"-a", "-novlan", "-sort_slotname"},
+                                                    {"-a", "-vm"},
+                                                    {"-a", "-ML", "0"},
+                                                    {"-f", "N/A", "-legacy"},
+                                                    {"-sysinfo"},
+                                                    {"-sysinfo", "-legacy"},
+                                                    {"-tovix.cfg", "-F"}}) {
+    SCOPED_TRACE(testing::PrintToString(arguments));
+    capture.expect_same(arguments);
+  }
+}
+
+TEST_P(CaptureOfRealTree, TheSearchForSwitchesFindsTheSame) {
+  const Capture capture(tree_.path());
+  const TemporaryDirectory files;
+  const fs::path slots = files.path() / "smbios.cfg";
+  const fs::path switches = files.path() / "qorx.cfg";
+  write_switch_files(slots, switches);
+  for (const char* const operation : {"-a", "-sysinfo"}) {
+    SCOPED_TRACE(operation);
+    capture.expect_same({operation, "-smbios_cfg", "smbios.cfg", "-config", "qorx.cfg"}, {slots, switches});
+  }
+}
+
+INSTANTIATE_TEST_SUITE_P(Recorded, CaptureOfRealTree, testing::ValuesIn(realdata::recordings("sysfs", ".tar.xz")),
+                         realdata::test_name);
+
+}  // namespace
+}  // namespace qorx::test

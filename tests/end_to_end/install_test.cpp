@@ -1,0 +1,235 @@
+// What cmake --install puts where, and programs of users built against it.
+#include <gtest/gtest.h>
+
+#include <filesystem>
+#include <fstream>
+#include <regex>
+#include <set>
+#include <string>
+#include <vector>
+
+#include "tests/end_to_end/system_tools.h"
+#include "tests/support/fake_machine.h"
+
+namespace qorx::test {
+namespace {
+
+namespace fs = std::filesystem;
+
+const std::string kLibDir = QORX_LIBDIR;
+const fs::path kSource = QORX_SOURCE_DIR;
+
+class Install : public testing::Test {
+ protected:
+  void SetUp() override {
+    const ToolRun run = run_command({QORX_CMAKE, "--install", QORX_BINARY_DIR, "--prefix", prefix_.string()});
+    ASSERT_EQ(run.status, 0) << run.output << run.errors;
+  }
+
+  const TemporaryDirectory directory_;
+  const fs::path prefix_ = directory_.path() / "prefix";
+  const fs::path libraries_ = prefix_ / kLibDir;
+};
+
+void add_pages(std::set<std::string>& files) {
+  if (!fs::is_directory(kSource / "doc/man")) {
+    return;
+  }
+  for (const auto& page : fs::directory_iterator(kSource / "doc/man")) {
+    const std::string name = page.path().filename().string();
+    files.insert("share/man/man" + name.substr(name.size() - 1) + "/" + name);
+  }
+}
+
+TEST_F(Install, PutsEveryFileInItsPlace) {
+  std::set<std::string> expected{"sbin/qorx",
+                                 "bin/qorx-replay",
+                                 "bin/qorx-capture",
+                                 "include/qorx.h",
+                                 QORX_BASH_COMPLETION_DIR "/qorx",
+                                 QORX_ZSH_COMPLETION_DIR "/_qorx",
+                                 kLibDir + "/libqorx.a",
+                                 kLibDir + "/libqorx.so",
+                                 kLibDir + "/libqorx.so.1",
+                                 kLibDir + "/libqorx.so.1.36",
+                                 kLibDir + "/pkgconfig/qorx.pc"};
+  for (const char* const appliance : {"edge", "legacy"}) {
+    for (const char* const name : {"qorx.cfg", "smbios.cfg", "wmx_name.cfg"}) {
+      expected.insert(std::string("share/doc/qorx/examples/") + appliance + "/" + name);
+    }
+  }
+  for (const auto& guide : fs::directory_iterator(kSource / "doc")) {
+    if (guide.path().extension() == ".md") {
+      expected.insert("share/doc/qorx/" + guide.path().filename().string());
+    }
+  }
+  add_pages(expected);
+  std::set<std::string> installed;
+  for (const std::string& file : files_below(prefix_)) {
+    if (!file.starts_with(kLibDir + "/cmake/qorx/")) {  // named by the build type; find_package is tested below
+      installed.insert(file);
+    }
+  }
+  EXPECT_EQ(installed, expected);
+}
+
+TEST_F(Install, TheInstalledCommandRuns) {
+  EXPECT_EQ(run_command({(prefix_ / "sbin/qorx").string(), "-V"}).output,
+            "libqorx version: 01.36\nqorx version: 01.38\n");
+  EXPECT_EQ(run_command({(prefix_ / "bin/qorx-capture").string(), "--help"}).status, 2) << "usage";
+}
+
+TEST_F(Install, ProgramsLoadTheLibraryByItsFirstVersion) {
+  QORX_SKIP_WITHOUT("readelf");
+  const std::string dynamic = run_command({"readelf", "-d", (libraries_ / "libqorx.so").string()}).output;
+  EXPECT_NE(dynamic.find("soname: [libqorx.so.1]"), std::string::npos) << dynamic;
+  EXPECT_EQ(fs::read_symlink(libraries_ / "libqorx.so"), "libqorx.so.1");
+  EXPECT_EQ(fs::read_symlink(libraries_ / "libqorx.so.1"), "libqorx.so.1.36");
+}
+
+// The names behind QORX_API in the header: of functions, tables and options.
+std::set<std::string> declared_names() {
+  const std::string header = read_file(kSource / "lib/qorx.h");
+  const std::regex declaration(R"(\n(?:extern )?QORX_API [^;#]*?(\w+)(\(|\[|;))");
+  std::set<std::string> names;
+  for (std::sregex_iterator match(header.begin(), header.end(), declaration), end; match != end; ++match) {
+    names.insert((*match)[1].str());
+  }
+  return names;
+}
+
+TEST_F(Install, TheSharedLibraryExportsWhatTheHeaderDeclaresAndNothingElse) {
+  QORX_SKIP_WITHOUT("nm");
+  std::set<std::string> exported;
+  for (const std::string& line :
+       lines_of(run_command({"nm", "-D", "--defined-only", "-P", (libraries_ / "libqorx.so").string()}).output)) {
+    const std::string name = line.substr(0, line.find_first_of("@ "));
+    if (name != "QORX_1") {  // the version of the others
+      exported.insert(name);
+    }
+  }
+  const std::set<std::string> declared = declared_names();
+  EXPECT_EQ(declared.size(), 27U) << "10 operations, 3 tables, 14 options";
+  EXPECT_EQ(exported, declared);
+}
+
+// A program that uses functions, an option and the tables; valid C and C++.
+constexpr const char* kUserProgram = R"(#include <qorx.h>
+#include <stdio.h>
+
+int main(void) {
+  uint8_t major = 0;
+  uint8_t minor = 0;
+  uint32_t i = 0;
+  if (qorx_get_lib_version(&major, &minor) != 0) {
+    return 1;
+  }
+  printf("%d.%d\n", major, minor);
+  g_vm_bypass = 1;
+  qorx_set_message_level(0);
+  if (qorx_open() != 0) {
+    return (qorx_close() & 0xFF) == (QORX_ERR_INIT & 0xFF) ? 0 : 1; /* not a machine with PCI */
+  }
+  for (i = 0; i < qorx_system_environment_info.eth_device_number; ++i) {
+    if (qorx_eth_device_mapping[i].eth_name[0] == '\0') {
+      return 1;
+    }
+  }
+  return qorx_close() == 0 ? 0 : 1;
+}
+)";
+
+class InstallForUsers : public Install {
+ protected:
+  void SetUp() override {
+    if (!kReleaseBuild) {
+      GTEST_SKIP() << "users build against a release build";
+    }
+    Install::SetUp();
+    std::ofstream(directory_.path() / "user.c") << kUserProgram;
+    std::ofstream(directory_.path() / "user.cpp") << kUserProgram;
+  }
+
+  void expect_runs(const std::string& program) const {
+    const ToolRun run = run_command({"LD_LIBRARY_PATH=" + libraries_.string(), directory_.path() / program});
+    EXPECT_EQ(run.output, "1.36\n") << program;
+    EXPECT_EQ(run.errors, "") << program;
+    EXPECT_EQ(run.status, 0) << program;
+  }
+
+  // Compiles user.<suffix> with what pkg-config says.
+  void build_by_pkg_config(const std::string& compiler, const std::string& suffix, const std::string& more = "") const {
+    const ToolRun run =
+        run_command({"PKG_CONFIG_PATH=" + (libraries_ / "pkgconfig").string(), "sh", "-ec",
+                     compiler + " -Wall -Wextra -Wpedantic -Werror " + (more.empty() ? "" : "-static ") + "user." +
+                         suffix + " -o user $(pkg-config --cflags --libs " + more + " qorx)"},
+                    directory_.path());
+    ASSERT_EQ(run.status, 0) << run.output << run.errors;
+  }
+};
+
+TEST_F(InstallForUsers, ACProgramByPkgConfig) {
+  QORX_SKIP_WITHOUT("pkg-config");
+  build_by_pkg_config(QORX_C_COMPILER, "c");
+  expect_runs("user");
+}
+
+TEST_F(InstallForUsers, ACppProgramByPkgConfig) {
+  QORX_SKIP_WITHOUT("pkg-config");
+  build_by_pkg_config(QORX_CXX_COMPILER, "cpp");
+  expect_runs("user");
+}
+
+TEST_F(InstallForUsers, AStaticCProgramByPkgConfig) {
+  QORX_SKIP_WITHOUT("pkg-config");
+  build_by_pkg_config(QORX_C_COMPILER, "c", "--static");
+  expect_runs("user");
+}
+
+TEST_F(InstallForUsers, PkgConfigNamesTheVersionOfTheLibrary) {
+  QORX_SKIP_WITHOUT("pkg-config");
+  EXPECT_EQ(
+      run_command({"PKG_CONFIG_PATH=" + (libraries_ / "pkgconfig").string(), "pkg-config", "--modversion", "qorx"})
+          .output,
+      "1.36\n");
+}
+
+TEST_F(InstallForUsers, CAndCppProgramsByFindPackage) {
+  std::ofstream(directory_.path() / "CMakeLists.txt") << R"(cmake_minimum_required(VERSION 3.16)
+project(user LANGUAGES C CXX)
+find_package(qorx 1.30 REQUIRED)
+add_executable(user_c user.c)
+target_link_libraries(user_c qorx::qorx)
+add_executable(user_cpp user.cpp)
+target_link_libraries(user_cpp qorx::qorx)
+add_executable(user_static user.c)
+target_link_libraries(user_static qorx::qorx_static)
+)";
+  const fs::path build = directory_.path() / "build";
+  const ToolRun configured =
+      run_command({QORX_CMAKE, "-S", directory_.path(), "-B", build, "-DCMAKE_PREFIX_PATH=" + prefix_.string(),
+                   "-DCMAKE_C_COMPILER=" QORX_C_COMPILER, "-DCMAKE_CXX_COMPILER=" QORX_CXX_COMPILER});
+  ASSERT_EQ(configured.status, 0) << configured.output << configured.errors;
+  const ToolRun built = run_command({QORX_CMAKE, "--build", build});
+  ASSERT_EQ(built.status, 0) << built.output << built.errors;
+  for (const char* const program : {"build/user_c", "build/user_cpp", "build/user_static"}) {
+    expect_runs(program);
+  }
+}
+
+TEST_F(InstallForUsers, FindPackageRefusesAnotherMajorVersion) {
+  std::ofstream(directory_.path() / "CMakeLists.txt") << R"(cmake_minimum_required(VERSION 3.16)
+project(user LANGUAGES NONE)
+find_package(qorx 2.0 QUIET)
+if(qorx_FOUND)
+  message(FATAL_ERROR "found ${qorx_VERSION}")
+endif()
+find_package(qorx REQUIRED)
+)";
+  const ToolRun configured = run_command({QORX_CMAKE, "-S", directory_.path(), "-B", directory_.path() / "build",
+                                          "-DCMAKE_PREFIX_PATH=" + prefix_.string()});
+  EXPECT_EQ(configured.status, 0) << configured.output << configured.errors;
+}
+
+}  // namespace
+}  // namespace qorx::test

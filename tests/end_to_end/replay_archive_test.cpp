@@ -1,0 +1,160 @@
+// qorx-replay on archives: what it accepts, what it refuses, and that it leaves nothing behind.
+#include <gtest/gtest.h>
+
+#include <filesystem>
+#include <string>
+#include <vector>
+
+#include "tests/end_to_end/capture.h"
+
+namespace qorx::test {
+namespace {
+
+namespace fs = std::filesystem;
+
+class ReplayOfArchive : public testing::Test {
+ protected:
+  ReplayOfArchive() { machine_.add_virtual("br0", "02:00:00:00:00:99"); }
+
+  // Packs the machine with tar, with more words for it.
+  std::string packed(const std::vector<std::string>& options = {"-z"}, const std::string& name = "machine") const {
+    std::vector<std::string> words{"tar", "-cf", (machine_.work() / name).string()};
+    words.insert(words.end(), options.begin(), options.end());
+    words.insert(words.end(), {"-C", machine_.root().string(), "."});
+    const ToolRun run = run_command(words);
+    EXPECT_EQ(run.status, 0) << run.errors;
+    return machine_.work() / name;
+  }
+
+  // Runs the tool with a directory for temporary files that must be empty afterwards.
+  ToolRun replay(const std::string& archive, const std::vector<std::string>& arguments = {"-a"}) const {
+    const TemporaryDirectory temporary;
+    std::vector<std::string> words{"TMPDIR=" + temporary.path().string(), replay_program().string(), archive, "--"};
+    words.insert(words.end(), arguments.begin(), arguments.end());
+    ToolRun run = run_command(words, machine_.work());
+    EXPECT_TRUE(fs::is_empty(temporary.path())) << "something was left behind";
+    return run;
+  }
+
+  void expect_refused(const std::string& archive, const std::string& reason) const {
+    const ToolRun run = replay(archive);
+    EXPECT_EQ(run.status, 2);
+    EXPECT_EQ(run.output, "");
+    EXPECT_TRUE(run.errors.ends_with("qorx-replay: " + archive + ": " + reason + "\n")) << run.errors;
+  }
+
+  FakeMachine machine_;
+};
+
+TEST_F(ReplayOfArchive, SaysWhatItSaysOfTheDirectory) {
+  for (const std::string compression : {"--gzip", "--xz"}) {
+    SCOPED_TRACE(compression);
+    const ToolRun run = replay(packed({compression}));
+    EXPECT_EQ(run.output, machine_.run({"-a"}).output);
+    EXPECT_NE(run.output.find("br0"), std::string::npos);
+    EXPECT_EQ(run.errors, "");
+    EXPECT_EQ(run.status, 0);
+  }
+}
+
+TEST_F(ReplayOfArchive, KeepsTheExitStatusOfTheCommand) {
+  EXPECT_EQ(replay(packed(), {"-x"}).status, 0x96);
+  machine_.remove("sys/class/net");
+  EXPECT_EQ(replay(packed(), {"-a"}).status, 0x98);
+}
+
+TEST_F(ReplayOfArchive, FilesOfTheUserStayWhereTheyAre) {
+  const ToolRun run = replay(packed(), {"-tovix.cfg"});
+  EXPECT_EQ(run.status, 0) << run.output;
+  EXPECT_EQ(read_file(machine_.work() / "tovix.cfg"), "TYPE:PCIE\n\n");
+}
+
+TEST_F(ReplayOfArchive, ANameThatLooksLikeAnotherMachinesIsAFile) {
+  packed({"-z", "--force-local"}, "host:machine");
+  EXPECT_EQ(replay("host:machine").status, 0);
+}
+
+TEST_F(ReplayOfArchive, WhatTarCannotReadIsRefused) {
+  expect_refused(machine_.user_file("text", "no archive"), "no archive that tar can read");
+  expect_refused(machine_.user_file("empty.gz", ""), "no archive that tar can read");
+}
+
+TEST_F(ReplayOfArchive, NamesThatLeadOutOfTheArchiveAreRefused) {
+  const std::string reason = "the archive holds names that lead out of it";
+  expect_refused(packed({"-P", "--transform=s,^./sys/class,/tmp/qorx-test-escaped,"}), reason);
+  expect_refused(packed({"-P", "--transform=s,^./sys/class,../qorx-test-escaped,"}), reason);
+  expect_refused(packed({"-P", "--transform=s,^./sys/class,sys/../../qorx-test-escaped,"}), reason);
+  EXPECT_FALSE(fs::exists("/tmp/qorx-test-escaped"));
+}
+
+TEST_F(ReplayOfArchive, LinksThatLeadOutOfTheArchiveAreRefused) {
+  const std::string reason = "the archive holds links that lead out of it, or special files";
+  machine_.make_link("/etc/hostname", "sys/class/net/eth0");
+  expect_refused(packed(), reason);
+  machine_.remove("sys/class/net/eth0").make_link("../../../../../../../../etc/hostname", "sys/class/net/eth0");
+  expect_refused(packed(), reason);
+  // A step at a time: a link to the top, and one above it through the first.
+  machine_.remove("sys/class/net/eth0").make_link("../..", "sys/class/top");
+  machine_.make_link("../class/top/..", "sys/devices/above");
+  expect_refused(packed(), reason);
+}
+
+TEST_F(ReplayOfArchive, LinksThatLeadNowhereAreKept) {
+  machine_.add_raw_interface("eth0", "../../devices/pci0000:00/0000:00:1c.0/net/eth0");
+  const ToolRun run = replay(packed());
+  EXPECT_EQ(run.status, 0) << run.errors;
+  EXPECT_NE(run.output.find("eth0            00:1c.0"), std::string::npos) << run.output;
+}
+
+TEST_F(ReplayOfArchive, SpecialFilesAreRefused) {
+  ASSERT_EQ(run_command({"mkfifo", (machine_.root() / "sys/class/pipe").string()}).status, 0);
+  expect_refused(packed(), "the archive holds links that lead out of it, or special files");
+}
+
+TEST_F(ReplayOfArchive, WithoutARoomForItNothingRuns) {
+  const ToolRun run = run_command({"TMPDIR=/no/such/place", replay_program().string(), packed(), "-a"});
+  EXPECT_EQ(run.status, 2);
+  EXPECT_EQ(run.output, "");
+  EXPECT_NE(run.errors.find("can't make a temporary directory"), std::string::npos) << run.errors;
+}
+
+TEST_F(ReplayOfArchive, AClosedStandardOutputDoesNotEndUpInTheArchive) {
+  const ToolRun run =
+      run_command({"sh", "-c", "exec " + replay_program().string() + " " + packed() + " -V >&-"}, machine_.work());
+  EXPECT_EQ(run.status, 131);
+}
+
+// The rows of virtual interfaces stand in the order in which the directory lists them.
+std::string virtual_rows(const std::string& table) {
+  std::string names;
+  for (const std::string& line : lines_of(table)) {
+    if (line.starts_with("v")) {
+      names += line.substr(0, 2) + " ";
+    }
+  }
+  return names;
+}
+
+TEST_F(ReplayOfArchive, DirectoriesListInTheRecordedOrder) {
+  for (const char* const name : {"v1", "v2", "v3", "v4", "v5"}) {
+    machine_.add_virtual(name, "02:00:00:00:00:01");
+  }
+  const std::string net = "sys/class/net/";
+  machine_.write("order", net + "v3\n" + net + "v1\n" + net + "v5\n" + net + "v2\n" + net + "v4\n");
+  EXPECT_EQ(virtual_rows(replay(packed()).output), "v3 v1 v5 v2 v4 ");
+  machine_.write("order", net + "v4\n" + net + "v2\n" + net + "v5\n" + net + "v1\n" + net + "v3\n");
+  EXPECT_EQ(virtual_rows(replay(packed()).output), "v4 v2 v5 v1 v3 ");
+  EXPECT_EQ(virtual_rows(machine_.run({"-a"}).output), "v4 v2 v5 v1 v3 ") << "also of a directory";
+}
+
+TEST_F(ReplayOfArchive, EntriesOutsideTheOrderComeBehindIt) {
+  machine_.add_virtual("v1", "02:00:00:00:00:01").add_virtual("v2", "02:00:00:00:00:01");
+  for (const std::string last : {"v1", "v2"}) {
+    const std::string first = last == "v1" ? "v2" : "v1";
+    machine_.write("order", "sys/class/net/missing\nsys/class/net/" + first + "\n");
+    EXPECT_EQ(virtual_rows(replay(packed()).output), first + " " + last + " ");
+  }
+}
+
+}  // namespace
+}  // namespace qorx::test
