@@ -63,7 +63,7 @@ Outcome parse_fields(DeviceRecord& record) {
   if (start == std::string_view::npos) {
     return Outcome::kNoDescriptor;
   }
-  FieldSplitter fields(name.substr(start));
+  FieldSplitter fields(text_behind(name, start));
   const std::string_view path = fields.next(kDot).value_or("");
   if (path != "(H" && path != "(B") {
     error("SMBIOS data wrong format. (H/B area) String: %s\n", record.slot_name);

@@ -3,6 +3,7 @@
 #include <algorithm>
 
 #include "lib/bounded_text.h"
+#include "lib/text_fields.h"
 
 namespace qorx {
 
@@ -54,7 +55,7 @@ SlotMatcher::SlotMatcher(std::span<const SlotRecord> slots) : slots_(slots.first
 
 std::string_view SlotMatcher::searched_text(int pass, std::string_view net_path) {
   if (pass == 0) {
-    return net_path.substr(net_path.size() - std::min(net_path.size(), kOwnAddressLength));
+    return text_behind(net_path, net_path.size() - std::min(net_path.size(), kOwnAddressLength));
   }
   return net_path.substr(0, kSearchedPathLength);
 }
@@ -82,7 +83,7 @@ bool SlotMatcher::read_place(std::string_view behind_colon, Place& place) {
   if (behind_colon.size() < 3 || behind_colon[2] != ':') {
     return false;
   }
-  place = {two_digits(behind_colon), two_digits(behind_colon.substr(3)), behind_colon.substr(3)};
+  place = {two_digits(behind_colon), two_digits(text_behind(behind_colon, 3)), text_behind(behind_colon, 3)};
   return place.bus >= 0;
 }
 
@@ -98,8 +99,8 @@ bool SlotMatcher::matches_at(const Place& place, const Level& level, const SlotR
   if (!level.with_fun) {
     return true;
   }
-  const std::string_view behind_dev = place.behind_bus.substr(dev > 0xFF ? 3 : 2);
-  return behind_dev.starts_with('.') && match_hex(behind_dev.substr(1), slot.fun + level.add_fun, 1) != kMissing;
+  const std::string_view behind_dev = text_behind(place.behind_bus, dev > 0xFF ? 3 : 2);
+  return behind_dev.starts_with('.') && match_hex(text_behind(behind_dev, 1), slot.fun + level.add_fun, 1) != kMissing;
 }
 
 std::size_t SlotMatcher::first_match(const Level& level, std::span<const Place> places) const {
@@ -123,7 +124,7 @@ std::optional<SlotMatcher::Match> SlotMatcher::find(int pass, std::string_view t
   std::size_t count = 0;
   for (std::size_t colon = text.find(':'); colon != kMissing && count < storage.size();
        colon = text.find(':', colon + 1)) {
-    count += read_place(text.substr(colon + 1), storage[count]) ? 1U : 0U;
+    count += read_place(text_behind(text, colon + 1), storage[count]) ? 1U : 0U;
   }
   const std::span places = std::span(storage).first(count);
   for (const Level& level : levels(pass)) {

@@ -45,7 +45,7 @@ std::int32_t get_x86_i2c_port_number(std::uint32_t* port, const char* pattern) {
     debug("Root bus: %s, founded.\n", entry);
     const std::string_view entry_name = entry;
     if (const std::size_t dash = entry_name.rfind('-'); dash != std::string_view::npos) {
-      *port = static_cast<std::uint32_t>(parse_decimal(entry_name.substr(dash + 1)));
+      *port = static_cast<std::uint32_t>(parse_decimal(text_behind(entry_name, dash + 1)));
     }
     break;
   }

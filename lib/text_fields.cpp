@@ -31,7 +31,7 @@ std::optional<std::string_view> FieldSplitter::next(std::string_view delimiters)
   while (end < rest_.size() && !is_one_of(rest_[end], delimiters)) {
     ++end;
   }
-  const std::string_view field = rest_.substr(first, end - first);
+  const std::string_view field = text_behind(rest_, first).substr(0, end - first);
   rest_.remove_prefix(end < rest_.size() ? end + 1 : end);
   return field.empty() ? std::nullopt : std::optional(field);
 }

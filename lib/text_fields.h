@@ -10,6 +10,13 @@
 
 namespace qorx {
 
+// `text` without its first `count` characters; empty where it has fewer. Unlike substr it needs no exception, and so
+// none of the C++ run-time in a program that has to start quickly and to link from C.
+constexpr std::string_view text_behind(std::string_view text, std::size_t count) {
+  text.remove_prefix(count < text.size() ? count : text.size());
+  return text;
+}
+
 // Takes fields off the front of a text, like strtok but without writing into it: runs of delimiters count as
 // one, leading ones are skipped, so no field is empty.
 class FieldSplitter {
