@@ -85,23 +85,23 @@ FakeMachine::~FakeMachine() {
 }
 
 FakeMachine& FakeMachine::write(const std::string& path, std::string_view content) {
-  write_file(root() / path, content);
+  write_file(below_root(path), content);
   return *this;
 }
 
 FakeMachine& FakeMachine::remove(const std::string& path) {
-  fs::remove_all(root() / path);
+  fs::remove_all(below_root(path));
   return *this;
 }
 
 FakeMachine& FakeMachine::make_directory(const std::string& path) {
-  fs::create_directories(root() / path);
+  fs::create_directories(below_root(path));
   return *this;
 }
 
 FakeMachine& FakeMachine::make_link(const std::string& target, const std::string& path) {
-  fs::create_directories((root() / path).parent_path());
-  fs::create_symlink(target, root() / path);
+  fs::create_directories(below_root(path).parent_path());
+  fs::create_symlink(target, below_root(path));
   return *this;
 }
 
@@ -171,6 +171,14 @@ void FakeMachine::use() const {
   if (!set_system_root(root().string())) {
     throw std::runtime_error("the temporary directory's name is too long");
   }
+}
+
+fs::path FakeMachine::below_root(const std::string& path) const {
+  // Joined to the root, an absolute path would stay as it is and lead out of the fake machine.
+  if (fs::path(path).is_absolute()) {
+    throw std::invalid_argument("not below the fake machine: " + path);
+  }
+  return root() / path;
 }
 
 std::string FakeMachine::next_mac(const std::string& wanted) {

@@ -93,6 +93,7 @@ class FakeMachine {
 
  private:
   std::string next_mac(const std::string& wanted);
+  [[nodiscard]] std::filesystem::path below_root(const std::string& path) const;
 
   TemporaryDirectory root_;
   TemporaryDirectory work_;
