@@ -65,6 +65,7 @@ std::vector<Words> operations() {
 ToolRun run_limited(const FakeMachine& machine, const Words& words, Resource resource, rlim_t amount) {
   return run_replay(machine.root(), machine.work(), words, [resource, amount] {
     limit_time(20);
+    closefrom(STDERR_FILENO + 1);  // what the test itself has inherited must not count
     const rlimit limit{amount, amount};
     setrlimit(resource, &limit);
   });
