@@ -133,7 +133,7 @@ std::int32_t qorx_check_WMX_name_file(const char* name_file) {
     error("Can't find WMX NAME in %s\n", name_file);
     return code_byte(QORX_ERR_CONF_FILE_FORMAT);
   }
-  return 0;
+  return lines.failed() ? code_byte(QORX_ERR_OPEN_FILE) : std::uint8_t{0};
 }
 
 }  // namespace qorx

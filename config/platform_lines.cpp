@@ -110,7 +110,7 @@ std::int32_t read_platform_file(const char* file, PlatformPass& pass) {
       return code;
     }
   }
-  return 0;
+  return lines.failed() ? code_byte(QORX_ERR_OPEN_FILE) : std::uint8_t{0};
 }
 
 }  // namespace qorx

@@ -35,6 +35,9 @@ class LineReader {
   // True once a read has met the end of the file: the line it returned, if any, had no line feed.
   [[nodiscard]] bool at_end() const { return at_end_; }
 
+  // True when the file could not be read to its end: what was read may be half of it.
+  [[nodiscard]] bool failed() const { return std::ferror(file_.get()) != 0; }
+
   // Number of reads so far: the number of the current line, counted from 1.
   [[nodiscard]] int line_number() const { return line_number_; }
 

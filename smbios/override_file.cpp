@@ -125,7 +125,7 @@ std::int32_t Search_SMBIOS_cfg(const char* file) {
   }
   // Deliberately also after an error that left no slot half read.
   debug("smbios cfg file read OK!\n");
-  return code;
+  return code == 0 && lines.failed() ? code_byte(QORX_ERR_OPEN_FILE) : code;
 }
 
 }  // namespace qorx
