@@ -4,10 +4,10 @@
 #include <cstdio>
 #include <string_view>
 
+#include "base/messages.h"
 #include "cli/options.h"
 #include "cli/standard_output.h"
 #include "cli/usage.h"
-#include "lib/messages.h"
 #include "lib/qorx.h"
 
 namespace qorx {

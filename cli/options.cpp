@@ -6,7 +6,7 @@
 #include <cstdlib>
 #include <string_view>
 
-#include "lib/bounded_text.h"
+#include "base/bounded_text.h"
 #include "lib/qorx.h"
 
 namespace qorx {

@@ -4,8 +4,8 @@
 #include <cstring>
 #include <string_view>
 
+#include "base/messages.h"
 #include "ident/strings.h"
-#include "lib/messages.h"
 #include "lib/qorx.h"
 
 namespace qorx {

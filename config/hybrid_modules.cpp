@@ -2,7 +2,7 @@
 
 #include <string_view>
 
-#include "lib/state.h"
+#include "records/state.h"
 
 namespace qorx {
 

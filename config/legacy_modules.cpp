@@ -1,10 +1,10 @@
 #include "config/legacy_modules.h"
 
+#include "base/bounded_text.h"
+#include "base/messages.h"
 #include "ident/model_lookup.h"
-#include "lib/bounded_text.h"
-#include "lib/messages.h"
-#include "lib/name_column.h"
-#include "lib/state.h"
+#include "records/name_column.h"
+#include "records/state.h"
 
 namespace qorx {
 

@@ -2,8 +2,8 @@
 
 #include <string_view>
 
-#include "lib/bounded_text.h"
-#include "lib/state.h"
+#include "base/bounded_text.h"
+#include "records/state.h"
 
 namespace qorx {
 

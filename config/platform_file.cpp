@@ -2,13 +2,13 @@
 
 #include <string_view>
 
+#include "base/bounded_text.h"
+#include "base/messages.h"
+#include "base/text_fields.h"
 #include "config/platform_lines.h"
 #include "ident/features.h"
-#include "lib/bounded_text.h"
-#include "lib/messages.h"
-#include "lib/name_column.h"
-#include "lib/state.h"
-#include "lib/text_fields.h"
+#include "records/name_column.h"
+#include "records/state.h"
 
 namespace qorx {
 

@@ -4,10 +4,10 @@
 #include <optional>
 #include <utility>
 
+#include "base/line_reader.h"
+#include "base/messages.h"
 #include "config/config_lines.h"
 #include "ident/strings.h"
-#include "lib/line_reader.h"
-#include "lib/messages.h"
 #include "lib/qorx.h"
 
 namespace qorx {

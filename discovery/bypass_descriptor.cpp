@@ -4,9 +4,9 @@
 #include <optional>
 #include <string_view>
 
+#include "base/messages.h"
+#include "base/text_fields.h"
 #include "ident/i2c_adapters.h"
-#include "lib/messages.h"
-#include "lib/text_fields.h"
 
 namespace qorx {
 

@@ -2,17 +2,17 @@
 
 #include <string_view>
 
+#include "base/bounded_text.h"
+#include "base/messages.h"
+#include "base/system_root.h"
 #include "discovery/bypass_descriptor.h"
 #include "discovery/slot_match.h"
 #include "discovery/topology.h"
 #include "ident/model_lookup.h"
 #include "ident/subsystem_hooks.h"
 #include "ident/supported_devices.h"
-#include "lib/bounded_text.h"
-#include "lib/messages.h"
-#include "lib/state.h"
-#include "lib/system_root.h"
-#include "output/record_order.h"
+#include "records/record_order.h"
+#include "records/state.h"
 
 namespace qorx {
 

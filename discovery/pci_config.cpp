@@ -4,9 +4,9 @@
 #include <cerrno>
 #include <cstring>
 
-#include "lib/byte_view.h"
-#include "lib/messages.h"
-#include "lib/path_text.h"
+#include "base/byte_view.h"
+#include "base/messages.h"
+#include "base/path_text.h"
 
 namespace qorx {
 

@@ -8,9 +8,9 @@
 #include <cstdint>
 #include <span>
 
-#include "lib/path_text.h"
+#include "base/path_text.h"
+#include "base/system_root.h"
 #include "lib/qorx.h"
-#include "lib/system_root.h"
 
 namespace qorx {
 

@@ -4,12 +4,12 @@
 #include <array>
 #include <string_view>
 
+#include "base/bounded_text.h"
+#include "base/line_reader.h"
+#include "base/messages.h"
+#include "base/path_text.h"
+#include "base/text_fields.h"
 #include "ident/strings.h"
-#include "lib/bounded_text.h"
-#include "lib/line_reader.h"
-#include "lib/messages.h"
-#include "lib/path_text.h"
-#include "lib/text_fields.h"
 
 namespace qorx {
 

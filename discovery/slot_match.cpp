@@ -2,8 +2,8 @@
 
 #include <algorithm>
 
-#include "lib/bounded_text.h"
-#include "lib/text_fields.h"
+#include "base/bounded_text.h"
+#include "base/text_fields.h"
 
 namespace qorx {
 

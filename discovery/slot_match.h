@@ -9,7 +9,7 @@
 #include <span>
 #include <string_view>
 
-#include "lib/state.h"
+#include "records/state.h"
 
 namespace qorx {
 

@@ -4,13 +4,13 @@
 #include <array>
 #include <string_view>
 
+#include "base/bounded_text.h"
+#include "base/messages.h"
+#include "base/path_text.h"
+#include "base/text_fields.h"
 #include "discovery/port_identity.h"
-#include "lib/bounded_text.h"
-#include "lib/messages.h"
-#include "lib/name_column.h"
-#include "lib/path_text.h"
-#include "lib/state.h"
-#include "lib/text_fields.h"
+#include "records/name_column.h"
+#include "records/state.h"
 
 namespace qorx {
 

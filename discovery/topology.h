@@ -6,7 +6,7 @@
 
 #include "discovery/pci_config.h"
 #include "lib/qorx.h"
-#include "lib/state.h"
+#include "records/state.h"
 
 namespace qorx {
 

@@ -4,8 +4,8 @@
 
 #include <string>
 
+#include "base/bounded_text.h"
 #include "fuzz/support.h"
-#include "lib/bounded_text.h"
 
 namespace qorx::fuzz {
 

@@ -1,9 +1,9 @@
 // The file pair of -diag. Input: options, length of the entry point file, its bytes, the table file's bytes.
 #include <string>
 
+#include "base/messages.h"
 #include "fuzz/support.h"
-#include "lib/messages.h"
-#include "lib/state.h"
+#include "records/state.h"
 #include "smbios/entry_point.h"
 
 extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size) {

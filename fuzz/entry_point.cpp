@@ -2,8 +2,8 @@
 // Input: options, position in the area (2 bytes, in steps of 16), the bytes there.
 #include "smbios/entry_point.h"
 
+#include "base/messages.h"
 #include "fuzz/support.h"
-#include "lib/messages.h"
 #include "lib/qorx.h"
 
 namespace qorx::fuzz {

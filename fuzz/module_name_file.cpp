@@ -3,10 +3,10 @@
 
 #include <cstring>
 
+#include "base/bounded_text.h"
 #include "fuzz/support.h"
 #include "ident/final_model.h"
-#include "lib/bounded_text.h"
-#include "lib/state.h"
+#include "records/state.h"
 
 namespace qorx::fuzz {
 

@@ -4,10 +4,10 @@
 #include <map>
 #include <string>
 
+#include "base/messages.h"
 #include "cli/options.h"
 #include "fuzz/support.h"
-#include "lib/messages.h"
-#include "lib/state.h"
+#include "records/state.h"
 
 namespace qorx::fuzz {
 

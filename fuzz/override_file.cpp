@@ -4,7 +4,7 @@
 #include <cstring>
 
 #include "fuzz/support.h"
-#include "lib/state.h"
+#include "records/state.h"
 
 extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size) {
   using namespace qorx::fuzz;

@@ -2,11 +2,11 @@
 #include <algorithm>
 #include <string>
 
+#include "base/bounded_text.h"
 #include "config/platform_file.h"
 #include "config/switch_lines.h"
 #include "fuzz/support.h"
-#include "lib/bounded_text.h"
-#include "lib/state.h"
+#include "records/state.h"
 
 namespace qorx::fuzz {
 

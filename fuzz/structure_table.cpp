@@ -7,9 +7,9 @@
 #include <string>
 #include <vector>
 
+#include "base/messages.h"
 #include "fuzz/support.h"
-#include "lib/messages.h"
-#include "lib/state.h"
+#include "records/state.h"
 
 namespace qorx::fuzz {
 

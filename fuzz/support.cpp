@@ -11,11 +11,11 @@
 #include <filesystem>
 #include <functional>
 
+#include "base/messages.h"
+#include "base/system_root.h"
 #include "ident/model_lookup.h"
 #include "ident/subsystem_hooks.h"
-#include "lib/messages.h"
-#include "lib/state.h"
-#include "lib/system_root.h"
+#include "records/state.h"
 
 namespace qorx::fuzz {
 

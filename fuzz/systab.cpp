@@ -4,9 +4,9 @@
 #include <limits>
 #include <string>
 
+#include "base/messages.h"
 #include "fuzz/support.h"
-#include "lib/messages.h"
-#include "lib/state.h"
+#include "records/state.h"
 #include "smbios/entry_point.h"
 
 namespace qorx::fuzz {

@@ -5,10 +5,10 @@
 #include <iterator>
 #include <string>
 
+#include "base/messages.h"
 #include "cli/command_line.h"
 #include "fuzz/machine.h"
-#include "lib/messages.h"
-#include "lib/state.h"
+#include "records/state.h"
 
 namespace qorx::fuzz {
 

@@ -3,9 +3,9 @@
 #include <algorithm>
 #include <string_view>
 
-#include "lib/bounded_text.h"
-#include "lib/name_column.h"
-#include "lib/state.h"
+#include "base/bounded_text.h"
+#include "records/name_column.h"
+#include "records/state.h"
 
 namespace qorx {
 

@@ -3,11 +3,11 @@
 #include <array>
 #include <string_view>
 
-#include "lib/bounded_text.h"
-#include "lib/messages.h"
+#include "base/bounded_text.h"
+#include "base/messages.h"
+#include "base/system_root.h"
+#include "base/text_fields.h"
 #include "lib/qorx.h"
-#include "lib/system_root.h"
-#include "lib/text_fields.h"
 
 namespace qorx {
 

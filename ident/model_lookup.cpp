@@ -2,9 +2,9 @@
 
 #include <array>
 
+#include "base/bounded_text.h"
+#include "base/messages.h"
 #include "ident/supported_devices.h"
-#include "lib/bounded_text.h"
-#include "lib/messages.h"
 
 namespace qorx {
 

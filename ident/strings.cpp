@@ -3,7 +3,7 @@
 #include <cstring>
 #include <string_view>
 
-#include "lib/messages.h"
+#include "base/messages.h"
 
 namespace qorx {
 

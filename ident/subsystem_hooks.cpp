@@ -4,12 +4,12 @@
 #include <bitset>
 #include <string_view>
 
+#include "base/bounded_text.h"
+#include "base/messages.h"
+#include "base/path_text.h"
+#include "base/text_fields.h"
 #include "discovery/pci_config.h"
 #include "ident/supported_devices.h"
-#include "lib/bounded_text.h"
-#include "lib/messages.h"
-#include "lib/path_text.h"
-#include "lib/text_fields.h"
 
 namespace qorx {
 

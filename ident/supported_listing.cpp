@@ -1,11 +1,11 @@
 // The listing of known cards.
 #include <cstdio>
 
+#include "base/messages.h"
 #include "ident/features.h"
 #include "ident/model_lookup.h"
 #include "ident/supported_devices.h"
 #include "lib/init_check.h"
-#include "lib/messages.h"
 
 std::int32_t qorx_print_supported_WMX() {
   using namespace qorx;

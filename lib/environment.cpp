@@ -1,8 +1,8 @@
 #include "lib/environment.h"
 
-#include "lib/messages.h"
+#include "base/messages.h"
+#include "base/system_root.h"
 #include "lib/qorx.h"
-#include "lib/system_root.h"
 
 namespace qorx {
 

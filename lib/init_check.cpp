@@ -1,7 +1,7 @@
 #include "lib/init_check.h"
 
-#include "lib/messages.h"
-#include "lib/state.h"
+#include "base/messages.h"
+#include "records/state.h"
 
 namespace qorx {
 

@@ -1,4 +1,5 @@
 // qorx_open: the whole identification, stage by stage; and qorx_close.
+#include "base/messages.h"
 #include "config/hybrid_modules.h"
 #include "config/legacy_modules.h"
 #include "config/module_name_file.h"
@@ -10,9 +11,8 @@
 #include "ident/final_model.h"
 #include "lib/environment.h"
 #include "lib/init_check.h"
-#include "lib/messages.h"
-#include "lib/state.h"
 #include "output/bypass_segments.h"
+#include "records/state.h"
 #include "smbios/entry_point.h"
 #include "smbios/override_file.h"
 #include "smbios/system_info.h"

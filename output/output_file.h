@@ -4,7 +4,7 @@
 
 #include <cstdint>
 
-#include "lib/line_reader.h"
+#include "base/line_reader.h"
 
 namespace qorx {
 

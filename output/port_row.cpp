@@ -2,8 +2,8 @@
 
 #include <charconv>
 
+#include "base/path_text.h"
 #include "ident/features.h"
-#include "lib/path_text.h"
 
 namespace qorx {
 

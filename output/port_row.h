@@ -4,7 +4,7 @@
 
 #include <cstdio>
 
-#include "lib/state.h"
+#include "records/state.h"
 
 namespace qorx {
 

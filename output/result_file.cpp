@@ -1,9 +1,9 @@
 // The table in a file.
 #include "lib/init_check.h"
-#include "lib/state.h"
 #include "output/output_file.h"
 #include "output/port_row.h"
 #include "output/virtual_interfaces.h"
+#include "records/state.h"
 
 std::int32_t qorx_fprint_scan_result(const char* file_name) {
   using namespace qorx;

@@ -2,13 +2,13 @@
 #include <cstdio>
 #include <string_view>
 
+#include "base/bounded_text.h"
 #include "ident/features.h"
 #include "ident/strings.h"
-#include "lib/bounded_text.h"
 #include "lib/init_check.h"
-#include "lib/state.h"
 #include "output/port_row.h"
 #include "output/virtual_interfaces.h"
+#include "records/state.h"
 #include "smbios/system_info.h"
 
 namespace qorx {

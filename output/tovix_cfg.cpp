@@ -2,8 +2,8 @@
 #include <cstdio>
 
 #include "lib/init_check.h"
-#include "lib/state.h"
 #include "output/output_file.h"
+#include "records/state.h"
 
 namespace qorx {
 

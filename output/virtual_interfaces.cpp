@@ -2,12 +2,12 @@
 
 #include <string_view>
 
+#include "base/messages.h"
+#include "base/system_root.h"
 #include "discovery/port_identity.h"
 #include "discovery/topology.h"
-#include "lib/messages.h"
-#include "lib/name_column.h"
-#include "lib/system_root.h"
 #include "output/port_row.h"
+#include "records/name_column.h"
 
 namespace qorx {
 

@@ -4,13 +4,13 @@
 #include <cstdio>
 #include <string_view>
 
+#include "base/bounded_text.h"
+#include "base/line_reader.h"
+#include "base/messages.h"
+#include "base/system_root.h"
+#include "base/text_fields.h"
 #include "ident/strings.h"
-#include "lib/bounded_text.h"
-#include "lib/line_reader.h"
-#include "lib/messages.h"
-#include "lib/state.h"
-#include "lib/system_root.h"
-#include "lib/text_fields.h"
+#include "records/state.h"
 #include "smbios/physical_memory.h"
 #include "smbios/structure_table.h"
 

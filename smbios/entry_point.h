@@ -10,7 +10,7 @@
 #include <memory>
 #include <span>
 
-#include "lib/byte_view.h"
+#include "base/byte_view.h"
 
 namespace qorx {
 

@@ -5,13 +5,13 @@
 #include <string_view>
 #include <utility>
 
+#include "base/bounded_text.h"
+#include "base/line_reader.h"
+#include "base/messages.h"
+#include "base/text_fields.h"
 #include "config/config_lines.h"
 #include "ident/strings.h"
-#include "lib/bounded_text.h"
-#include "lib/line_reader.h"
-#include "lib/messages.h"
-#include "lib/state.h"
-#include "lib/text_fields.h"
+#include "records/state.h"
 
 namespace qorx {
 

@@ -5,7 +5,7 @@
 #include <cstdint>
 #include <span>
 
-#include "lib/system_root.h"
+#include "base/system_root.h"
 
 namespace qorx {
 

@@ -3,10 +3,10 @@
 #include <algorithm>
 #include <array>
 
-#include "lib/bounded_text.h"
-#include "lib/byte_view.h"
-#include "lib/messages.h"
-#include "lib/state.h"
+#include "base/bounded_text.h"
+#include "base/byte_view.h"
+#include "base/messages.h"
+#include "records/state.h"
 
 namespace qorx {
 

@@ -2,9 +2,9 @@
 
 #include <cstdio>
 
+#include "base/messages.h"
 #include "lib/init_check.h"
-#include "lib/messages.h"
-#include "lib/state.h"
+#include "records/state.h"
 
 namespace qorx {
 

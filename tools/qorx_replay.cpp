@@ -6,9 +6,9 @@
 #include <string_view>
 #include <vector>
 
+#include "base/system_root.h"
 #include "cli/command_line.h"
 #include "cli/standard_output.h"
-#include "lib/system_root.h"
 #include "tools/archive.h"
 #include "tools/recorded_order.h"
 

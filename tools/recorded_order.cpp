@@ -11,8 +11,8 @@
 #include <utility>
 #include <vector>
 
-#include "lib/line_reader.h"
-#include "lib/system_root.h"
+#include "base/line_reader.h"
+#include "base/system_root.h"
 
 // What the linker calls the C library's functions, and ours in their place.
 // NOLINTBEGIN(bugprone-reserved-identifier,cert-dcl37-c,cert-dcl51-cpp,readability-identifier-naming)

@@ -8,8 +8,8 @@
 #include <string>
 #include <vector>
 
-#include "lib/messages.h"
-#include "lib/state.h"
+#include "base/messages.h"
+#include "records/state.h"
 #include "tests/support/library.h"
 
 namespace qorx {

@@ -4,8 +4,8 @@
 
 #include <string>
 
-#include "lib/bounded_text.h"
-#include "lib/state.h"
+#include "base/bounded_text.h"
+#include "records/state.h"
 #include "tests/support/fake_machine.h"
 #include "tests/support/library.h"
 #include "tests/support/result_rows.h"

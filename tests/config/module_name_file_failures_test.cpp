@@ -12,7 +12,7 @@
 #include <vector>
 
 #include "config/module_name_file.h"
-#include "lib/state.h"
+#include "records/state.h"
 #include "tests/support/fake_machine.h"
 #include "tests/support/library.h"
 #include "tests/support/result_rows.h"

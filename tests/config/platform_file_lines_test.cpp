@@ -10,7 +10,7 @@
 #include <string>
 
 #include "config/platform_file.h"
-#include "lib/state.h"
+#include "records/state.h"
 #include "tests/support/fake_machine.h"
 #include "tests/support/library.h"
 #include "tests/support/result_rows.h"

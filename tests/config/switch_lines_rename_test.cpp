@@ -5,7 +5,7 @@
 #include <string>
 
 #include "config/switch_lines.h"
-#include "lib/state.h"
+#include "records/state.h"
 #include "tests/support/fake_machine.h"
 #include "tests/support/library.h"
 #include "tests/support/result_rows.h"

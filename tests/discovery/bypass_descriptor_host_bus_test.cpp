@@ -4,8 +4,8 @@
 #include <sstream>
 #include <string>
 
+#include "base/messages.h"
 #include "discovery/bypass_descriptor.h"
-#include "lib/messages.h"
 #include "tests/support/fake_machine.h"
 #include "tests/support/library.h"
 

@@ -7,7 +7,7 @@
 #include <string>
 #include <vector>
 
-#include "lib/messages.h"
+#include "base/messages.h"
 #include "tests/support/fake_machine.h"
 #include "tests/support/library.h"
 

@@ -5,7 +5,7 @@
 
 #include <string>
 
-#include "lib/messages.h"
+#include "base/messages.h"
 #include "tests/support/fake_machine.h"
 #include "tests/support/library.h"
 

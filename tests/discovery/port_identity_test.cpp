@@ -4,7 +4,7 @@
 
 #include <string>
 
-#include "lib/messages.h"
+#include "base/messages.h"
 #include "tests/support/fake_machine.h"
 #include "tests/support/library.h"
 

@@ -3,8 +3,8 @@
 
 #include <string>
 
+#include "base/messages.h"
 #include "discovery/port_identity.h"
-#include "lib/messages.h"
 #include "tests/support/fake_machine.h"
 #include "tests/support/library.h"
 

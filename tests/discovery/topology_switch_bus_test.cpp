@@ -5,9 +5,9 @@
 #include <memory>
 #include <string>
 
+#include "base/bounded_text.h"
+#include "base/messages.h"
 #include "discovery/topology.h"
-#include "lib/bounded_text.h"
-#include "lib/messages.h"
 #include "tests/support/fake_machine.h"
 #include "tests/support/library.h"
 

@@ -40,7 +40,7 @@ const std::vector<std::string> kSanitizers;
 // Sets the system root before main: the program itself looks at the machine that it runs on.
 constexpr const char* kOnRecordedMachine = R"(
 #include <cstdlib>
-#include "lib/system_root.h"
+#include "base/system_root.h"
 __attribute__((constructor)) static void use_recorded_machine() {
   qorx::set_system_root(std::getenv("QORX_EXAMPLE_ROOT"));
 }

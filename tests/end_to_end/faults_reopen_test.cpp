@@ -5,8 +5,8 @@
 #include <functional>
 #include <string>
 
-#include "lib/messages.h"
-#include "lib/state.h"
+#include "base/messages.h"
+#include "records/state.h"
 #include "tests/end_to_end/faults.h"
 
 namespace qorx::test {

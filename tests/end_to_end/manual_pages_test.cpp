@@ -128,7 +128,8 @@ const std::set<std::string> kUnreachable{"Error: *conf_file is NULL pointer.\\n"
 
 TEST(Manual, ExplainsEveryErrorLine) {
   const std::regex message(R"re(\berror\("((?:[^"\\]|\\.)*)")re");
-  const auto formats = found_in_sources({"cli", "config", "discovery", "ident", "lib", "output", "smbios"}, message);
+  const auto formats =
+      found_in_sources({"base", "cli", "config", "discovery", "ident", "lib", "output", "records", "smbios"}, message);
   EXPECT_GT(formats.size(), 25U) << "the sources are written differently: adapt the pattern";
   Lines lines = plain_lines("qorx.8");
   const Lines library_lines = plain_lines("libqorx.3");

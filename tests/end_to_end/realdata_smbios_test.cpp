@@ -6,7 +6,7 @@
 #include <string>
 #include <vector>
 
-#include "lib/state.h"
+#include "records/state.h"
 #include "smbios/entry_point.h"
 #include "tests/end_to_end/realdata.h"
 #include "tests/support/fake_machine.h"

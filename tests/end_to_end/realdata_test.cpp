@@ -10,9 +10,9 @@
 #include <string>
 #include <vector>
 
-#include "lib/bounded_text.h"
-#include "lib/state.h"
-#include "lib/system_root.h"
+#include "base/bounded_text.h"
+#include "base/system_root.h"
+#include "records/state.h"
 #include "tests/end_to_end/realdata.h"
 #include "tests/support/fake_machine.h"
 #include "tests/support/library.h"

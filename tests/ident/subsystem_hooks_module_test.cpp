@@ -3,9 +3,9 @@
 
 #include <string>
 
+#include "base/bounded_text.h"
 #include "discovery/interface_scan.h"
 #include "ident/subsystem_hooks.h"
-#include "lib/bounded_text.h"
 #include "tests/support/fake_machine.h"
 #include "tests/support/library.h"
 

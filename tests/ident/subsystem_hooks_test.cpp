@@ -7,7 +7,7 @@
 #include <string>
 #include <vector>
 
-#include "lib/bounded_text.h"
+#include "base/bounded_text.h"
 #include "tests/support/library.h"
 
 namespace qorx::test {

@@ -7,8 +7,8 @@
 #include <utility>
 #include <vector>
 
-#include "lib/messages.h"
-#include "lib/state.h"
+#include "base/messages.h"
+#include "records/state.h"
 #include "tests/support/fake_machine.h"
 #include "tests/support/library.h"
 

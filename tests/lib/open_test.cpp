@@ -3,9 +3,9 @@
 
 #include <string>
 
-#include "lib/bounded_text.h"
-#include "lib/messages.h"
-#include "lib/state.h"
+#include "base/bounded_text.h"
+#include "base/messages.h"
+#include "records/state.h"
 #include "tests/support/fake_machine.h"
 #include "tests/support/library.h"
 #include "tests/support/sample_machine.h"

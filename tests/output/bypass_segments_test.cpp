@@ -5,7 +5,7 @@
 #include <string>
 #include <vector>
 
-#include "lib/state.h"
+#include "records/state.h"
 #include "tests/support/library.h"
 
 namespace qorx {

@@ -7,7 +7,7 @@
 #include <string>
 #include <vector>
 
-#include "lib/bounded_text.h"
+#include "base/bounded_text.h"
 #include "tests/support/expected_table.h"
 #include "tests/support/fake_machine.h"
 #include "tests/support/library.h"

@@ -3,8 +3,8 @@
 
 #include <string>
 
-#include "lib/bounded_text.h"
-#include "lib/state.h"
+#include "base/bounded_text.h"
+#include "records/state.h"
 #include "tests/output/tovix_fixture.h"
 
 namespace qorx::test {

@@ -7,7 +7,7 @@
 #include <filesystem>
 #include <string>
 
-#include "lib/state.h"
+#include "records/state.h"
 #include "tests/support/fake_machine.h"
 #include "tests/support/library.h"
 

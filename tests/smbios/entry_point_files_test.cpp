@@ -6,7 +6,7 @@
 #include <string>
 #include <vector>
 
-#include "lib/messages.h"
+#include "base/messages.h"
 #include "smbios/entry_point.h"
 #include "tests/smbios/parsing.h"
 #include "tests/support/fake_machine.h"

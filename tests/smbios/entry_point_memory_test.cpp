@@ -8,7 +8,7 @@
 #include <string>
 #include <vector>
 
-#include "lib/state.h"
+#include "records/state.h"
 #include "smbios/entry_point.h"
 #include "tests/smbios/parsing.h"
 #include "tests/support/fake_machine.h"

@@ -6,7 +6,7 @@
 #include <functional>
 #include <string>
 
-#include "lib/messages.h"
+#include "base/messages.h"
 #include "tests/smbios/parsing.h"
 #include "tests/support/fake_machine.h"
 #include "tests/support/library.h"

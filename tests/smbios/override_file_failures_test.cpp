@@ -4,8 +4,8 @@
 #include <string>
 #include <vector>
 
-#include "lib/messages.h"
-#include "lib/state.h"
+#include "base/messages.h"
+#include "records/state.h"
 #include "smbios/override_file.h"
 #include "tests/smbios/parsing.h"
 #include "tests/support/fake_machine.h"

@@ -5,7 +5,7 @@
 #include <string>
 #include <vector>
 
-#include "lib/state.h"
+#include "records/state.h"
 #include "tests/smbios/parsing.h"
 #include "tests/support/fake_machine.h"
 #include "tests/support/library.h"

@@ -7,7 +7,7 @@
 #include <string>
 #include <vector>
 
-#include "lib/state.h"
+#include "records/state.h"
 #include "smbios/structure_table.h"
 #include "tests/support/smbios_builder.h"
 

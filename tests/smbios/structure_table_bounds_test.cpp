@@ -5,7 +5,7 @@
 #include <string>
 #include <vector>
 
-#include "lib/messages.h"
+#include "base/messages.h"
 #include "smbios/structure_table.h"
 #include "tests/smbios/parsing.h"
 #include "tests/support/fake_machine.h"

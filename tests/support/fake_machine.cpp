@@ -7,7 +7,7 @@
 #include <sstream>
 #include <stdexcept>
 
-#include "lib/system_root.h"
+#include "base/system_root.h"
 
 namespace qorx::test {
 

@@ -6,11 +6,11 @@
 #include <cstring>
 #include <stdexcept>
 
+#include "base/bounded_text.h"
+#include "base/messages.h"
 #include "ident/model_lookup.h"
 #include "ident/subsystem_hooks.h"
 #include "ident/supported_devices.h"
-#include "lib/bounded_text.h"
-#include "lib/messages.h"
 #include "tests/support/fake_machine.h"
 
 namespace qorx::test {

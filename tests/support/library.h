@@ -6,7 +6,7 @@
 #include <string>
 #include <string_view>
 
-#include "lib/state.h"
+#include "records/state.h"
 
 namespace qorx::test {
 

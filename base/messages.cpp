@@ -1,4 +1,4 @@
-#include "lib/messages.h"
+#include "base/messages.h"
 
 #include <array>
 #include <cstdarg>

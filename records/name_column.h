@@ -3,8 +3,8 @@
 // Several stages join the two tables by slot name, 512 by 512 at most. The names lie 2 KB apart in memory; this index
 // keeps those joins out of the profile. Records of one bucket are chained in table order, since it is always the first
 // record with a name that counts.
-#ifndef QORX_LIB_NAME_COLUMN_H
-#define QORX_LIB_NAME_COLUMN_H
+#ifndef QORX_RECORDS_NAME_COLUMN_H
+#define QORX_RECORDS_NAME_COLUMN_H
 
 #include <array>
 #include <cstddef>
@@ -12,7 +12,7 @@
 #include <span>
 #include <string_view>
 
-#include "lib/state.h"
+#include "records/state.h"
 
 namespace qorx {
 

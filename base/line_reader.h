@@ -1,6 +1,6 @@
 // Reading a text file in numbered lines through the 1,024-byte buffer that every text input shares.
-#ifndef QORX_LIB_LINE_READER_H
-#define QORX_LIB_LINE_READER_H
+#ifndef QORX_BASE_LINE_READER_H
+#define QORX_BASE_LINE_READER_H
 
 #include <array>
 #include <cstddef>

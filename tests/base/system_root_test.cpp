@@ -1,4 +1,4 @@
-#include "lib/system_root.h"
+#include "base/system_root.h"
 
 #include <gtest/gtest.h>
 #include <sys/stat.h>

@@ -1,10 +1,10 @@
 // The two orders of the device record table.
-#ifndef QORX_OUTPUT_RECORD_ORDER_H
-#define QORX_OUTPUT_RECORD_ORDER_H
+#ifndef QORX_RECORDS_RECORD_ORDER_H
+#define QORX_RECORDS_RECORD_ORDER_H
 
 #include <cstddef>
 
-#include "lib/state.h"
+#include "records/state.h"
 
 namespace qorx {
 

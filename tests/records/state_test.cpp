@@ -1,4 +1,4 @@
-#include "lib/state.h"
+#include "records/state.h"
 
 #include <gtest/gtest.h>
 
@@ -7,7 +7,7 @@
 #include <string>
 #include <vector>
 
-#include "lib/bounded_text.h"
+#include "base/bounded_text.h"
 #include "tests/support/library.h"
 
 namespace qorx {

@@ -1,4 +1,4 @@
-#include "lib/state.h"
+#include "records/state.h"
 
 #include <algorithm>
 #include <cstring>

@@ -1,6 +1,6 @@
 // The one bounded copy into a fixed text field, and printf into one.
-#ifndef QORX_LIB_BOUNDED_TEXT_H
-#define QORX_LIB_BOUNDED_TEXT_H
+#ifndef QORX_BASE_BOUNDED_TEXT_H
+#define QORX_BASE_BOUNDED_TEXT_H
 
 #include <cstddef>
 #include <string_view>

@@ -1,4 +1,4 @@
-#include "lib/system_root.h"
+#include "base/system_root.h"
 
 #include <fcntl.h>
 #include <sys/mman.h>
@@ -10,7 +10,7 @@
 #include <cerrno>
 #include <limits>
 
-#include "lib/bounded_text.h"
+#include "base/bounded_text.h"
 
 namespace qorx {
 

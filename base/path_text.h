@@ -1,14 +1,14 @@
 // Short texts put together from pieces, for the paths that are opened once per port: printf costs more than the
 // system call that follows.
-#ifndef QORX_LIB_PATH_TEXT_H
-#define QORX_LIB_PATH_TEXT_H
+#ifndef QORX_BASE_PATH_TEXT_H
+#define QORX_BASE_PATH_TEXT_H
 
 #include <cstddef>
 #include <cstdint>
 #include <initializer_list>
 #include <string_view>
 
-#include "lib/bounded_text.h"
+#include "base/bounded_text.h"
 
 namespace qorx {
 

@@ -1,4 +1,4 @@
-#include "lib/byte_view.h"
+#include "base/byte_view.h"
 
 #include <gtest/gtest.h>
 

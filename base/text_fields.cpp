@@ -1,9 +1,9 @@
-#include "lib/text_fields.h"
+#include "base/text_fields.h"
 
 #include <algorithm>
 #include <cstdlib>
 
-#include "lib/bounded_text.h"
+#include "base/bounded_text.h"
 
 namespace qorx {
 

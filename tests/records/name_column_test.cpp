@@ -1,11 +1,11 @@
-#include "lib/name_column.h"
+#include "records/name_column.h"
 
 #include <gtest/gtest.h>
 
 #include <random>
 #include <string>
 
-#include "lib/bounded_text.h"
+#include "base/bounded_text.h"
 #include "tests/support/library.h"
 
 namespace qorx {

@@ -1,7 +1,7 @@
 // The two message levels and everything that is printed besides results: error texts and debug traces.
 // All of it goes to standard output; a code is returned whether or not its text was printed.
-#ifndef QORX_LIB_MESSAGES_H
-#define QORX_LIB_MESSAGES_H
+#ifndef QORX_BASE_MESSAGES_H
+#define QORX_BASE_MESSAGES_H
 
 #include <cstdint>
 

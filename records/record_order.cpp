@@ -1,4 +1,4 @@
-#include "output/record_order.h"
+#include "records/record_order.h"
 
 #include <algorithm>
 #include <array>

@@ -1,6 +1,6 @@
 // The tables of qorx.h and the run-wide flags that are not options, with bounded access to the valid records.
-#ifndef QORX_LIB_STATE_H
-#define QORX_LIB_STATE_H
+#ifndef QORX_RECORDS_STATE_H
+#define QORX_RECORDS_STATE_H
 
 #include <cstddef>
 #include <cstdint>

@@ -1,6 +1,6 @@
 // Bounded little-endian reads from bytes that nobody checked: past the end it answers 0, it never reads.
-#ifndef QORX_LIB_BYTE_VIEW_H
-#define QORX_LIB_BYTE_VIEW_H
+#ifndef QORX_BASE_BYTE_VIEW_H
+#define QORX_BASE_BYTE_VIEW_H
 
 #include <cstddef>
 #include <cstdint>

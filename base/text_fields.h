@@ -1,6 +1,6 @@
 // Splitting a text at delimiters, and the numbers that its fields hold.
-#ifndef QORX_LIB_TEXT_FIELDS_H
-#define QORX_LIB_TEXT_FIELDS_H
+#ifndef QORX_BASE_TEXT_FIELDS_H
+#define QORX_BASE_TEXT_FIELDS_H
 
 #include <array>
 #include <cstddef>

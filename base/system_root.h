@@ -3,8 +3,8 @@
 // Paths are absolute and used exactly as they stand. A recorded machine is read by setting the directory that
 // holds its sys/ and dev/ as the root; everything else runs the same code. Files that the user names never come
 // through here.
-#ifndef QORX_LIB_SYSTEM_ROOT_H
-#define QORX_LIB_SYSTEM_ROOT_H
+#ifndef QORX_BASE_SYSTEM_ROOT_H
+#define QORX_BASE_SYSTEM_ROOT_H
 
 #include <dirent.h>
 
@@ -15,7 +15,7 @@
 #include <string_view>
 #include <utility>
 
-#include "lib/line_reader.h"
+#include "base/line_reader.h"
 
 namespace qorx {
 

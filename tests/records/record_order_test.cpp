@@ -1,4 +1,4 @@
-#include "output/record_order.h"
+#include "records/record_order.h"
 
 #include <gtest/gtest.h>
 
@@ -8,7 +8,7 @@
 #include <string>
 #include <vector>
 
-#include "lib/bounded_text.h"
+#include "base/bounded_text.h"
 
 namespace qorx {
 namespace {
