@@ -2,10 +2,11 @@
 
 #include <gtest/gtest.h>
 
-#include <cstring>
 #include <string>
+#include <vector>
 
 #include "tests/support/fake_machine.h"
+#include "tests/support/rules.h"
 
 namespace qorx {
 namespace {
@@ -23,89 +24,51 @@ class LineReaderTest : public testing::Test {
   test::TemporaryDirectory directory_;
 };
 
-TEST_F(LineReaderTest, LinesKeepTheirLineFeedAndAreCountedFromOne) {
-  LineReader reader = reader_of("one\n\nthree\n");
-  EXPECT_EQ(reader.line_number(), 0);
-  ASSERT_TRUE(reader.read());
-  EXPECT_STREQ(reader.text(), "one\n");
-  EXPECT_EQ(reader.line_number(), 1);
-  ASSERT_TRUE(reader.read());
-  EXPECT_STREQ(reader.text(), "\n");
-  ASSERT_TRUE(reader.read());
-  EXPECT_STREQ(reader.text(), "three\n");
-  EXPECT_FALSE(reader.at_end());
+std::string xs(std::size_t count, const char* tail = "") {
+  return std::string(count, 'x') + tail;
 }
 
-TEST_F(LineReaderTest, TheReadThatFindsOnlyTheEndCountsToo) {
-  LineReader reader = reader_of("# one\n# two\n");
-  EXPECT_TRUE(reader.read());
-  EXPECT_TRUE(reader.read());
-  EXPECT_FALSE(reader.at_end());
-  EXPECT_FALSE(reader.read());
-  EXPECT_TRUE(reader.at_end());
-  EXPECT_STREQ(reader.text(), "");
-  EXPECT_EQ(reader.line_number(), 3);
-}
+struct Reading {
+  const char* rule;
+  std::string content;
+  std::vector<std::string> lines;
+  bool ends_with_the_last = false;  // else one more read finds the end, and counts
+};
 
-TEST_F(LineReaderTest, AnEmptyFileEndsAtLineOne) {
-  LineReader reader = reader_of("");
-  EXPECT_FALSE(reader.read());
-  EXPECT_TRUE(reader.at_end());
-  EXPECT_EQ(reader.line_number(), 1);
-}
+class LineReading : public LineReaderTest, public testing::WithParamInterface<Reading> {};
 
-TEST_F(LineReaderTest, ALastLineWithoutLineFeedIsReturnedAtTheEnd) {
-  LineReader reader = reader_of("last");
-  EXPECT_TRUE(reader.read());
-  EXPECT_STREQ(reader.text(), "last");
-  EXPECT_TRUE(reader.at_end());
-  EXPECT_EQ(reader.line_number(), 1);
-}
-
-TEST_F(LineReaderTest, ALongLineComesInPiecesThatAreCountedAlone) {
-  LineReader reader = reader_of(std::string(2050, 'x') + "\ny\n");
-  for (const std::size_t length : {1023U, 1023U}) {
+TEST_P(LineReading, Reads) {
+  LineReader reader = reader_of(GetParam().content);
+  int number = 0;
+  for (const std::string& line : GetParam().lines) {
+    EXPECT_EQ(reader.line_number(), number++);
+    EXPECT_FALSE(reader.at_end());
     ASSERT_TRUE(reader.read());
-    EXPECT_EQ(reader.text(), std::string(length, 'x'));
+    EXPECT_EQ(std::string(reader.text(), line.size() + 1), line + '\0');
   }
-  ASSERT_TRUE(reader.read());
-  EXPECT_STREQ(reader.text(), "xxxx\n");
-  ASSERT_TRUE(reader.read());
-  EXPECT_STREQ(reader.text(), "y\n");
-  EXPECT_EQ(reader.line_number(), 4);
+  EXPECT_EQ(reader.line_number(), number);
+  EXPECT_EQ(reader.at_end(), GetParam().ends_with_the_last);
+  if (!reader.at_end()) {
+    EXPECT_FALSE(reader.read());
+    EXPECT_TRUE(reader.at_end());
+    EXPECT_STREQ(reader.text(), "");
+    EXPECT_EQ(reader.line_number(), number + 1);
+  }
 }
 
-TEST_F(LineReaderTest, ALineThatJustFitsTheBufferIsOnePiece) {
-  LineReader reader = reader_of(std::string(1022, 'x') + "\n");
-  ASSERT_TRUE(reader.read());
-  EXPECT_EQ(reader.text(), std::string(1022, 'x') + "\n");
-  EXPECT_FALSE(reader.read());
-}
+const std::vector<Reading> kReadings{
+    {"LinesKeepTheirLineFeedAndAreCountedFromOne", "one\n\nthree\n", {"one\n", "\n", "three\n"}},
+    {"AnEmptyFileEndsAtLineOne", "", {}},
+    {"ALastLineWithoutLineFeedIsReturnedAtTheEnd", "last", {"last"}, true},
+    {"ALongLineComesInPiecesThatAreCountedAlone", xs(2050, "\ny\n"), {xs(1023), xs(1023), "xxxx\n", "y\n"}},
+    {"ALineThatJustFitsTheBufferIsOnePiece", xs(1022, "\n"), {xs(1022, "\n")}},
+    // As with fgets, the end is not known before a read meets it.
+    {"AnUnterminatedPieceThatFillsTheBufferIsNotYetTheEnd", xs(1023), {xs(1023)}},
+    {"AShorterLineLeavesNothingOfTheOneBefore", "longer\nx\n", {"longer\n", "x\n"}},
+    {"ANulByteIsPartOfItsLine", std::string("a\0b\nc\n", 6), {std::string("a\0b\n", 4), "c\n"}},
+};
 
-// As with fgets, the end is not known before a read meets it.
-TEST_F(LineReaderTest, AnUnterminatedPieceThatFillsTheBufferIsNotYetTheEnd) {
-  LineReader reader = reader_of(std::string(1023, 'x'));
-  ASSERT_TRUE(reader.read());
-  EXPECT_FALSE(reader.at_end());
-  EXPECT_FALSE(reader.read());
-  EXPECT_TRUE(reader.at_end());
-  EXPECT_EQ(reader.line_number(), 2);
-}
-
-TEST_F(LineReaderTest, AShorterLineLeavesNothingOfTheOneBefore) {
-  LineReader reader = reader_of("longer\nx\n");
-  reader.read();
-  reader.read();
-  EXPECT_STREQ(reader.text(), "x\n");
-}
-
-TEST_F(LineReaderTest, ANulByteIsPartOfItsLine) {
-  LineReader reader = reader_of(std::string("a\0b\nc\n", 6));
-  ASSERT_TRUE(reader.read());
-  EXPECT_EQ(std::memcmp(reader.text(), "a\0b\n", 5), 0);
-  ASSERT_TRUE(reader.read());
-  EXPECT_STREQ(reader.text(), "c\n");
-}
+INSTANTIATE_TEST_SUITE_P(, LineReading, testing::ValuesIn(kReadings), test::rule_name<Reading>);
 
 TEST_F(LineReaderTest, AnEndlessFileEnds) {
   LineReader reader(open_text_file("/dev/zero"));

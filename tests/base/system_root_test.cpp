@@ -1,6 +1,7 @@
 #include "base/system_root.h"
 
 #include <gtest/gtest.h>
+#include <sys/mman.h>
 #include <sys/stat.h>
 #include <unistd.h>
 
@@ -10,6 +11,7 @@
 #include <vector>
 
 #include "tests/support/fake_machine.h"
+#include "tests/support/unprivileged.h"
 
 namespace qorx {
 namespace {
@@ -81,15 +83,12 @@ TEST_F(SystemRoot, APipeInARecordedTreeDoesNotStopTheRun) {
   EXPECT_EQ(read_all("/sys/pipe"), "");
 }
 
-TEST_F(SystemRoot, TextIsReadInLines) {
+TEST_F(SystemRoot, TextIsReadInLinesAndADirectoryIsNone) {
   machine_.write("sys/text", "one\ntwo\n");
   LineReader reader(open_system_text("/sys/text"));
   ASSERT_TRUE(reader.is_open());
   EXPECT_TRUE(reader.read());
   EXPECT_STREQ(reader.text(), "one\n");
-}
-
-TEST_F(SystemRoot, ADirectoryIsNoText) {
   EXPECT_EQ(open_system_text("/sys/class"), nullptr);
   EXPECT_EQ(open_system_text("/sys/missing"), nullptr);
 }
@@ -172,10 +171,31 @@ TEST_F(MapSystemMemory, FailsWithoutMemory) {
   EXPECT_FALSE(map_system_memory(0, page_).is_mapped());
 }
 
-TEST_F(MapSystemMemory, AReadOnlyRecordingWillDo) {
+TEST_F(MapSystemMemory, WhereWritingIsRefusedReadingWillDo) {
   machine_.write("dev/mem", std::string(page_, 'a'));
-  std::filesystem::permissions(machine_.root() / "dev/mem", std::filesystem::perms::owner_read);
-  EXPECT_EQ(map_system_memory(0, page_).bytes().size(), page_);
+  std::filesystem::permissions(machine_.root() / "dev/mem", std::filesystem::perms{0444});
+  EXPECT_TRUE(
+      test::holds_without_root(machine_, [this] { return map_system_memory(0, page_).bytes().size() == page_; }));
+  std::filesystem::permissions(machine_.root() / "dev/mem", std::filesystem::perms::none);
+  EXPECT_TRUE(test::holds_without_root(machine_, [this] { return !map_system_memory(0, page_).is_mapped(); }));
+}
+
+// Whether this address belongs to the process, which is what mincore tells.
+bool is_held(const void* address) {
+  unsigned char page = 0;
+  return mincore(const_cast<void*>(address), 1, &page) == 0;
+}
+
+TEST_F(MapSystemMemory, AMapIsReleasedByItsLastOwner) {
+  machine_.write("dev/mem", std::string(16 * page_, 'a'));
+  const void* address = nullptr;
+  {
+    MemoryMap first = map_system_memory(0, 16 * page_);
+    address = first.bytes().data();
+    const MemoryMap second = std::move(first);
+    EXPECT_TRUE(is_held(address));
+  }
+  EXPECT_FALSE(is_held(address));
 }
 
 }  // namespace

@@ -1,0 +1,16 @@
+// What a user without root's rights meets, also when the tests run as root.
+#ifndef QORX_TESTS_SUPPORT_UNPRIVILEGED_H
+#define QORX_TESTS_SUPPORT_UNPRIVILEGED_H
+
+#include <functional>
+
+#include "tests/support/fake_machine.h"
+
+namespace qorx::test {
+
+// Runs `check` in a child process that has given up root's rights and may enter the machine's directories.
+bool holds_without_root(const FakeMachine& machine, const std::function<bool()>& check);
+
+}  // namespace qorx::test
+
+#endif
