@@ -1,0 +1,140 @@
+#include "tests/support/expect.h"
+
+#include <gtest/gtest.h>
+
+#include <ostream>
+#include <sstream>
+#include <utility>
+
+#include "tests/support/library.h"
+
+namespace qorx::test {
+
+namespace {
+
+// Collects what differs between a record and what is expected of it.
+class Comparison {
+ public:
+  void text(const char* field, std::string_view actual, const Text& expected) {
+    if (expected && actual != *expected) {
+      differences_ << "\n  " << field << " is \"" << actual << "\", not \"" << *expected << '"';
+    }
+  }
+
+  void number(const char* field, std::int64_t actual, const Number& expected) {
+    if (expected && actual != *expected) {
+      differences_ << "\n  " << field << " is " << in_both_bases(actual) << ", not " << in_both_bases(*expected);
+    }
+  }
+
+  void texts(const char* field, const Texts& actual, const std::optional<Texts>& expected) {
+    if (expected && actual != *expected) {
+      differences_ << "\n  " << field << " are " << testing::PrintToString(actual) << ", not "
+                   << testing::PrintToString(*expected);
+    }
+  }
+
+  void report(const std::string& subject, Where where) const {
+    if (const std::string differences = differences_.str(); !differences.empty()) {
+      ADD_FAILURE_AT(where.file, where.line) << subject << differences;
+    }
+  }
+
+ private:
+  static std::string in_both_bases(std::int64_t value) {
+    std::ostringstream text;
+    text << value << " (0x" << std::hex << value << ')';
+    return text.str();
+  }
+
+  std::ostringstream differences_;
+};
+
+Texts module_names_of(const DeviceRecord& port) {
+  Texts names;
+  for (std::size_t i = 0; i < port.module_name_count; ++i) {
+    names.emplace_back(i < QORX_MAX_MODULE_NAMES ? port.module_names[i] : "(not there)");
+  }
+  return names;
+}
+
+}  // namespace
+
+#define QORX_TEXT(field) comparison.text(#field, actual.field, expected.field)
+#define QORX_NUMBER(field) comparison.number(#field, actual.field, expected.field)
+
+void expect_port(const DeviceRecord& actual, const PortFields& expected, Where where) {
+  Comparison comparison;
+  QORX_TEXT(eth_name);
+  QORX_NUMBER(bus);
+  QORX_NUMBER(dev);
+  QORX_NUMBER(fun);
+  QORX_TEXT(slot_name);
+  QORX_TEXT(panel_name);
+  QORX_TEXT(model);
+  QORX_NUMBER(feature);
+  QORX_NUMBER(bypass_ctrl_flag);
+  QORX_TEXT(net_path);
+  QORX_NUMBER(slot_bus);
+  QORX_NUMBER(slot_dev);
+  QORX_NUMBER(slot_fun);
+  QORX_NUMBER(vendor_id);
+  QORX_NUMBER(device_id);
+  QORX_NUMBER(subsys_vendor_id);
+  QORX_NUMBER(subsys_device_id);
+  QORX_TEXT(mac_addr);
+  QORX_NUMBER(smbios_type);
+  QORX_NUMBER(port_index);
+  QORX_NUMBER(seg);
+  comparison.texts("module_names", module_names_of(actual), expected.module_names);
+  QORX_TEXT(usb);
+  QORX_NUMBER(bypass_type);
+  QORX_NUMBER(bypass_bus);
+  QORX_NUMBER(bypass_switch1);
+  QORX_NUMBER(bypass_switch2);
+  QORX_NUMBER(mcu_segment);
+  comparison.report("port \"" + std::string(actual.eth_name) + '"', where);
+}
+
+void expect_slot(const SlotRecord& actual, const SlotFields& expected, Where where) {
+  Comparison comparison;
+  QORX_NUMBER(length);
+  QORX_NUMBER(bus);
+  QORX_NUMBER(dev);
+  QORX_NUMBER(fun);
+  QORX_NUMBER(type);
+  QORX_NUMBER(str_index);
+  QORX_TEXT(slot_name);
+  QORX_TEXT(smbios_slot_name);
+  QORX_TEXT(model_name);
+  QORX_NUMBER(feature);
+  QORX_NUMBER(port_count);
+  QORX_NUMBER(vendor_id);
+  QORX_NUMBER(device_id_number);
+  QORX_TEXT(sysfs_path);
+  comparison.report("slot \"" + std::string(actual.slot_name) + '"', where);
+}
+
+#undef QORX_TEXT
+#undef QORX_NUMBER
+
+void PrintTo(const Outcome& outcome, std::ostream* out) {
+  *out << "code 0x" << std::hex << outcome.code << std::dec << " and \"" << outcome.printed << '"';
+}
+
+Outcome outcome_of(const std::function<std::int32_t()>& call) {
+  std::int32_t code = 0;
+  std::string printed = printed_by([&] { code = call(); });
+  return {std::move(printed), code & 0xFF};
+}
+
+void expect_run(const FakeMachine& machine, const std::vector<std::string>& words, std::string_view output, int status,
+                Where where) {
+  const testing::ScopedTrace trace(where.file, where.line, testing::PrintToString(words));
+  const ToolRun run = machine.run(words);
+  EXPECT_EQ(run.output, output);
+  EXPECT_EQ(run.errors, "");
+  EXPECT_EQ(run.status, status);
+}
+
+}  // namespace qorx::test
