@@ -74,4 +74,13 @@ Arguments strip_options(Arguments arguments) {
   return arguments;
 }
 
+std::size_t option_words(std::string_view word) {
+  for (const Option& option : kOptions) {
+    if (word == option.word) {
+      return option.words;
+    }
+  }
+  return 0;
+}
+
 }  // namespace qorx

@@ -11,7 +11,7 @@
 
 namespace qorx {
 
-std::int32_t get_all_virtual_eth_devices_info(const char* eth_name, std::FILE* stream) {
+std::int32_t for_each_virtual_interface(const char* eth_name, TakeVirtualInterface take, void* context) {
   const NameColumn<DeviceRecord> ports(device_records(), &DeviceRecord::eth_name);
   SystemDirectory interfaces = open_system_directory("/sys/class/net");
   while (const char* const entry = interfaces.is_open() ? interfaces.next_entry() : nullptr) {
@@ -25,9 +25,18 @@ std::int32_t get_all_virtual_eth_devices_info(const char* eth_name, std::FILE* s
     }
     char mac[kMacTextSize];
     static_cast<void>(get_eth_device_mac_address(entry, mac));
-    print_result_vlan_one(entry, mac, stream);
+    take(context, entry, mac);
   }
   return 0;
+}
+
+std::int32_t get_all_virtual_eth_devices_info(const char* eth_name, std::FILE* stream) {
+  return for_each_virtual_interface(
+      eth_name,
+      [](void* context, const char* name, const char* mac) {
+        print_result_vlan_one(name, mac, static_cast<std::FILE*>(context));
+      },
+      stream);
 }
 
 }  // namespace qorx

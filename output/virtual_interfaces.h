@@ -7,6 +7,13 @@
 
 namespace qorx {
 
+// What is done with an interface; `context` is the caller's.
+using TakeVirtualInterface = void (*)(void* context, const char* name, const char* mac);
+
+// Hands every virtual interface, or only the one named `eth_name` when that is not null, to `take`, with its MAC
+// address or an empty text. Returns 0.
+std::int32_t for_each_virtual_interface(const char* eth_name, TakeVirtualInterface take, void* context);
+
 // Prints the row of every virtual interface, or only of the one named `eth_name` when that is not null, to
 // `stream`, or to standard output when that is null. Returns 0.
 std::int32_t get_all_virtual_eth_devices_info(const char* eth_name, std::FILE* stream);

@@ -3,6 +3,8 @@
 #include <algorithm>
 #include <cstring>
 
+#include "records/origins.h"
+
 qorx_eth_device_record qorx_eth_device_mapping[QORX_MAX_RECORDS];
 qorx_slot_record qorx_smbios_t9_t41_mapping[QORX_MAX_RECORDS];
 qorx_environment_info qorx_system_environment_info;
@@ -27,6 +29,7 @@ namespace qorx {
 std::int32_t g_qorx_init = -1;
 std::int32_t g_x86_i2c_root_port_number = -1;
 std::uint8_t wrong_seg_flag;
+SlotSource g_slot_source;
 
 namespace {
 
@@ -76,6 +79,7 @@ void clear_tables() {
   clear_table(qorx_eth_device_mapping, info.eth_device_number, g_devices_touched);
   clear_table(qorx_smbios_t9_t41_mapping, info.eth_smbios_t9_t41_number, g_slots_touched);
   qorx_system_environment_info = {};
+  g_slot_source = SlotSource::kNone;
 }
 
 }  // namespace qorx

@@ -10,6 +10,7 @@
 #include "base/system_root.h"
 #include "base/text_fields.h"
 #include "ident/strings.h"
+#include "records/origins.h"
 #include "records/state.h"
 #include "smbios/physical_memory.h"
 #include "smbios/structure_table.h"
@@ -194,6 +195,7 @@ std::int32_t Search_SMBIOS_entry_point_mem1(std::uint64_t physical_address) {
 }
 
 std::int32_t Search_SMBIOS_entry_point_mem() {
+  g_slot_source = SlotSource::kMemory;
   const std::int32_t legacy_code = search_legacy_area();
   if (legacy_code == 0) {
     return 0;
@@ -210,6 +212,7 @@ std::int32_t Search_SMBIOS_entry_point_mem() {
   }
   debug("%x\n", static_cast<unsigned>(address));
   debug("From %s\n", kSystab);
+  g_slot_source = SlotSource::kEfi;
   const std::int32_t code = Search_SMBIOS_entry_point_mem1(address);
   if (code != 0) {
     debug("Can't find by UEFI systab!\n");
@@ -261,6 +264,7 @@ std::int32_t Search_SMBIOS_entry_point(const char* entry_point_file, const char*
   std::int32_t code = 0;
   if (g_diag != 0) {
     debug("diag\n");
+    g_slot_source = SlotSource::kFiles;
     code = Search_SMBIOS_entry_point_sysfs_diag(entry_point_file, table_file, FileOrigin::kUser);
   } else {
     debug("mem\n");
@@ -268,10 +272,12 @@ std::int32_t Search_SMBIOS_entry_point(const char* entry_point_file, const char*
     // Deliberately second: the memory of the running machine is asked before the kernel's copy.
     if (code_byte(code) != 0 && Is_SMBIOS_sysfs() == 1) {
       debug("sysfs\n");
+      g_slot_source = SlotSource::kSysfs;
       code = Search_SMBIOS_entry_point_sysfs();
     }
   }
   if (code_byte(code) != 0) {
+    g_slot_source = SlotSource::kNone;
     return code;
   }
   finish_slot_names();

@@ -11,6 +11,7 @@
 #include "base/text_fields.h"
 #include "config/config_lines.h"
 #include "ident/strings.h"
+#include "records/origins.h"
 #include "records/state.h"
 
 namespace qorx {
@@ -102,6 +103,7 @@ std::int32_t Search_SMBIOS_cfg(const char* file) {
   }
   LineReader lines(std::move(opened));
   qorx_system_environment_info.eth_smbios_t9_t41_number = 0;
+  g_slot_source = SlotSource::kOverrideFile;
   Triple triple;
   std::int32_t code = 0;
   while (code == 0 && lines.read() && !lines.at_end()) {

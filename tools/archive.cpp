@@ -30,7 +30,7 @@ std::string real_path(const char* path) {
 }
 
 bool complain(const char* file, const char* reason) {
-  std::fprintf(stderr, "qorx-replay: %s: %s\n", file, reason);
+  std::fprintf(stderr, "%s: %s: %s\n", program_invocation_short_name, file, reason);
   return false;
 }
 

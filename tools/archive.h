@@ -17,8 +17,9 @@ class UnpackedArchive {
   UnpackedArchive& operator=(const UnpackedArchive&) = delete;
   ~UnpackedArchive();
 
-  // Unpacks `file` with tar. False, with the reason on standard error, when that fails or when the archive holds
-  // what no recording has: names or links that lead out of it, or anything but files, directories and links.
+  // Unpacks `file` with tar. False, with the program's name and the reason on standard error, when that fails or when
+  // the archive holds what no recording has: names or links that lead out of it, or anything but files, directories and
+  // links.
   bool unpack(const char* file);
 
   [[nodiscard]] const std::string& directory() const { return directory_; }

@@ -243,5 +243,18 @@ TEST_F(StripOptions, TheOrderOfDifferentOptionsIsFree) {
   }
 }
 
+TEST(OptionWords, CountTheOptionAndItsValues) {
+  for (const char* const alone : {"-legacy", "-F", "-sort_slotname", "-vm", "-novlan"}) {
+    EXPECT_EQ(option_words(alone), 1U) << alone;
+  }
+  for (const char* const with_value : {"-config", "-sys_WMX_cfg", "-smbios_cfg", "-ML"}) {
+    EXPECT_EQ(option_words(with_value), 2U) << with_value;
+  }
+  EXPECT_EQ(option_words("-diag"), 3U);
+  for (const char* const other : {"", "-", "-a", "config", "-Config", "-configs"}) {
+    EXPECT_EQ(option_words(other), 0U) << other;
+  }
+}
+
 }  // namespace
 }  // namespace qorx
