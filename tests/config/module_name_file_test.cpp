@@ -4,6 +4,7 @@
 
 #include <cstring>
 #include <string>
+#include <string_view>
 #include <vector>
 
 #include "base/bounded_text.h"
@@ -34,7 +35,7 @@ class ModuleNameFile : public ::testing::Test {
  protected:
   void SetUp() override { test::reset_library(); }
 
-  static DeviceRecord& port(const std::string& model = "WMX-1813/2848/8655", int fun = 0, int smbios_type = 9) {
+  static DeviceRecord& port(std::string_view model = "WMX-1813/2848/8655", int fun = 0, int smbios_type = 9) {
     DeviceRecord& record = add_device("eth0", "WMX Slot 1", smbios_type);
     copy_text(record.model, model);
     record.fun = static_cast<std::uint8_t>(fun);

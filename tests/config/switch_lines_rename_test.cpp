@@ -31,9 +31,9 @@ class RenameLines : public ::testing::Test {
   }
 
   // A slot whose present name is not the firmware's.
-  static SlotRecord& renamed_slot(const std::string& firmware_name, const std::string& name) {
+  static SlotRecord& renamed_slot(const char* firmware_name, const char* name) {
     SlotRecord& slot = add_slot(firmware_name);
-    std::strcpy(slot.slot_name, name.c_str());
+    std::strcpy(slot.slot_name, name);
     return slot;
   }
 

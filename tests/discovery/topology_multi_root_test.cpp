@@ -1,6 +1,7 @@
 // A slot wired to several root ports has several slot records of one designation: they become one.
 #include <gtest/gtest.h>
 
+#include <initializer_list>
 #include <string>
 #include <utility>
 #include <vector>
@@ -13,7 +14,8 @@ namespace {
 
 using IdCounts = std::vector<std::pair<std::uint32_t, int>>;
 
-SlotRecord& add_counted_slot(const char* name, int type, int port_count, const IdCounts& ids) {
+SlotRecord& add_counted_slot(const char* name, int type, int port_count,
+                             std::initializer_list<IdCounts::value_type> ids) {
   SlotRecord& slot = add_slot(name, type);
   slot.port_count = static_cast<std::uint8_t>(port_count);
   for (const auto& [id, count] : ids) {
