@@ -10,6 +10,7 @@
 #include <vector>
 
 #include "tests/end_to_end/capture.h"
+#include "tests/support/transcript.h"
 
 namespace qorx::test {
 namespace {
@@ -180,7 +181,7 @@ TEST(CaptureAnonymized, AddressesInInterfaceNamesAreReplacedToo) {
 }
 
 TEST(CaptureAnonymized, TheRestIsAsItIs) {
-  const fs::path edge = fs::path(QORX_SOURCE_DIR) / "examples/appliances/edge/root";
+  const fs::path edge = Appliance("edge").root();
   const TemporaryDirectory work;
   EXPECT_EQ(run_replay(Capture(edge, {"--anonymize"}).archive(), work.path(), {"-sysinfo"}).output,
             run_replay(edge, work.path(), {"-sysinfo"}).output);
@@ -271,15 +272,15 @@ TEST(Capture, RunsWithTheToolsOfASmallSystem) {
   const TemporaryDirectory tools;
   ASSERT_EQ(run_command({"busybox", "--install", "-s", tools.path().string()}).status, 0);
   const FakeMachine directory;
-  for (const std::string appliance : {"edge", "legacy"}) {
-    SCOPED_TRACE(appliance);
-    const fs::path machine = fs::path(QORX_SOURCE_DIR) / "examples/appliances" / appliance;
+  for (const std::string& name : Appliance::names()) {
+    SCOPED_TRACE(name);
+    const Appliance machine(name);
     for (const std::string anonymize : {"", "--anonymize"}) {
       std::vector<std::string> words{"PATH=" + tools.path().string(),
                                      (tools.path() / "sh").string(),
                                      capture_program(),
                                      "--root",
-                                     machine / "root",
+                                     machine.root(),
                                      "-o",
                                      "machine.tar.gz"};
       if (!anonymize.empty()) {
@@ -289,7 +290,7 @@ TEST(Capture, RunsWithTheToolsOfASmallSystem) {
       EXPECT_EQ(run.status, 0);
       EXPECT_EQ(run.errors, "");
       const ToolRun replayed = run_replay(directory.work() / "machine.tar.gz", directory.work(), {"-sysinfo"});
-      EXPECT_EQ(replayed.output, read_file(machine / "expected/sysinfo/stdout"));
+      EXPECT_EQ(replayed.output, machine.expected("sysinfo").output);
     }
   }
 }

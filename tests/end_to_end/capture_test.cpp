@@ -1,73 +1,54 @@
 // What qorx says of a recording is what it says of the machine: on the sample appliances and on recorded real ones.
 #include <gtest/gtest.h>
 
-#include <algorithm>
 #include <filesystem>
 #include <fstream>
-#include <sstream>
 #include <string>
 #include <vector>
 
 #include "tests/end_to_end/capture.h"
 #include "tests/end_to_end/realdata.h"
+#include "tests/support/transcript.h"
 
 namespace qorx::test {
 namespace {
 
 namespace fs = std::filesystem;
 
-class CaptureOfAppliance : public testing::TestWithParam<const char*> {};
-
-std::vector<std::string> words_of(const std::string& line) {
-  std::istringstream stream(line);
-  std::vector<std::string> words;
-  for (std::string word; stream >> word;) {
-    words.push_back(word);
-  }
-  return words;
-}
+class CaptureOfAppliance : public testing::TestWithParam<std::string> {};
 
 TEST_P(CaptureOfAppliance, EveryOperationOfTheGoldenCasesSaysTheSame) {
-  const fs::path machine = fs::path(QORX_SOURCE_DIR) / "examples/appliances" / GetParam();
-  const Capture capture(machine / "root");
+  const Appliance machine(GetParam());
+  const Capture capture(machine.root());
   EXPECT_EQ(capture.complaints(), "") << "all of it can be read";
-  int cases = 0;
-  for (const auto& expected : fs::directory_iterator(machine / "expected")) {
-    const std::string command = read_file(expected.path() / "command");
-    SCOPED_TRACE(command);
-    const std::string output = capture.expect_same(
-        words_of(command), {machine / "qorx.cfg", machine / "wmx_name.cfg", machine / "smbios.cfg"});
-    EXPECT_EQ(output, read_file(expected.path() / "stdout"));
-    ++cases;
+  EXPECT_GT(machine.cases().size(), 50U);
+  for (const std::string& name : machine.cases()) {
+    SCOPED_TRACE(name);
+    const Transcript expected = machine.expected(name);
+    EXPECT_EQ(capture.expect_same(expected.arguments, machine.configuration()), expected.output);
   }
-  EXPECT_GT(cases, 50);
 }
 
 TEST_P(CaptureOfAppliance, TheArchiveItselfSaysTheSame) {
-  const fs::path machine = fs::path(QORX_SOURCE_DIR) / "examples/appliances" / GetParam();
-  const Capture capture(machine / "root");
-  const TemporaryDirectory work;
-  fs::copy_file(machine / "qorx.cfg", work.path() / "qorx.cfg");
-  for (const char* const expected : {"all", "all-config", "sysinfo", "tovix"}) {
-    SCOPED_TRACE(expected);
-    const fs::path folder = machine / "expected" / expected;
-    ASSERT_TRUE(fs::exists(folder));
-    const ToolRun run = run_replay(capture.archive(), work.path(), words_of(read_file(folder / "command")));
-    EXPECT_EQ(run.output, read_file(folder / "stdout"));
-    EXPECT_EQ(run.errors, "");
-    EXPECT_EQ(run.status, 0);
+  const Appliance machine(GetParam());
+  const Capture capture(machine.root());
+  for (const char* const name : {"all", "all-config", "sysinfo", "tovix"}) {
+    const Transcript expected = machine.expected(name);
+    const Transcript played = play(expected, machine.configuration(), [&](const fs::path& directory) {
+      return run_replay(capture.archive(), directory, expected.arguments);
+    });
+    EXPECT_EQ(text_of(played), text_of(expected));
   }
-  EXPECT_EQ(read_file(work.path() / "tovix.cfg"), read_file(machine / "expected/tovix/tovix.cfg"));
 }
 
 TEST_P(CaptureOfAppliance, TheSlotRecordsAreTheSame) {
-  const fs::path machine = fs::path(QORX_SOURCE_DIR) / "examples/appliances" / GetParam();
-  const Capture capture(machine / "root");
-  EXPECT_EQ(slot_trace(capture.archive()), slot_trace(machine / "root"));
+  const Appliance machine(GetParam());
+  const Capture capture(machine.root());
+  EXPECT_EQ(slot_trace(capture.archive()), slot_trace(machine.root()));
   EXPECT_NE(slot_trace(capture.archive()), "");
 }
 
-INSTANTIATE_TEST_SUITE_P(Appliances, CaptureOfAppliance, testing::Values("edge", "legacy"));
+INSTANTIATE_TEST_SUITE_P(Appliances, CaptureOfAppliance, testing::ValuesIn(Appliance::names()));
 
 // A tree of sysfs, with the firmware tables of the same machine where they were recorded too.
 class CaptureOfRealTree : public realdata::RealMachine {

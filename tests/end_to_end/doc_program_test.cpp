@@ -9,7 +9,6 @@
 
 #include "tests/end_to_end/manual_page.h"
 #include "tests/support/fake_machine.h"
-#include "tests/support/tool_run.h"
 
 namespace qorx::test {
 namespace {
@@ -54,7 +53,9 @@ ToolRun compile(const char* compiler, std::vector<std::string> arguments, const 
 
 class DocProgram : public testing::Test {
  protected:
-  const fs::path example_ = documents() / "examples/libqorx";
+  DocProgram() { std::ofstream(work_.path() / "ports.c") << example_.given.at("ports.c"); }
+
+  const Transcript example_ = doc_example("libqorx");
   const fs::path source_ = QORX_SOURCE_DIR;
   const TemporaryDirectory work_;
 };
@@ -62,7 +63,7 @@ class DocProgram : public testing::Test {
 TEST_F(DocProgram, IsCleanC) {
   const ToolRun run = compile(kCompiler,
                               {"-std=c11", "-Wall", "-Wextra", "-Wpedantic", "-Werror", "-D_POSIX_C_SOURCE=200809L",
-                               "-fsyntax-only", "-I", (source_ / "lib").string(), (example_ / "ports.c").string()},
+                               "-fsyntax-only", "-I", (source_ / "lib").string(), "ports.c"},
                               work_.path());
   EXPECT_EQ(run.status, 0) << run.output << run.errors;
 }
@@ -72,8 +73,7 @@ TEST_F(DocProgram, PrintsWhatThePageShows) {
   ASSERT_TRUE(fs::exists(library)) << library;
   std::ofstream(work_.path() / "root.cpp") << kOnRecordedMachine;
   const ToolRun object =
-      compile(kCompiler, {"-I", (source_ / "lib").string(), "-c", (example_ / "ports.c").string(), "-o", "ports.o"},
-              work_.path());
+      compile(kCompiler, {"-I", (source_ / "lib").string(), "-c", "ports.c", "-o", "ports.o"}, work_.path());
   ASSERT_EQ(object.status, 0) << object.errors;
   std::vector<std::string> link{"-std=c++20",     "-I", source_.string(), "root.cpp", "ports.o",
                                 library.string(), "-o", "ports"};
@@ -84,12 +84,12 @@ TEST_F(DocProgram, PrintsWhatThePageShows) {
   }
   ASSERT_EQ(linked.status, 0) << linked.errors;
 
-  const fs::path root = source_ / "examples/appliances" / page_lines(read_file(example_ / "machine")).at(0) / "root";
-  const ToolRun run =
-      run_program(work_.path() / "ports", {}, work_.path(), [&root] { setenv("QORX_EXAMPLE_ROOT", root.c_str(), 1); });
-
-  EXPECT_EQ(run.output, read_file(example_ / "stdout"));
-  EXPECT_EQ(run.status, 0) << run.errors;
+  const fs::path root = Appliance(example_.machine).root();
+  const Transcript played = play(example_, {}, [&](const fs::path& directory) {
+    return run_program(work_.path() / "ports", example_.arguments, directory,
+                       [&root] { setenv("QORX_EXAMPLE_ROOT", root.c_str(), 1); });
+  });
+  EXPECT_EQ(text_of(played), text_of(example_));
 }
 
 }  // namespace

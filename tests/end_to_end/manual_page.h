@@ -12,7 +12,7 @@
 #include <utility>
 #include <vector>
 
-#include "tests/support/tool_run.h"
+#include "tests/support/transcript.h"
 
 namespace qorx::test {
 
@@ -20,6 +20,10 @@ using Lines = std::vector<std::string>;
 
 inline std::filesystem::path documents() {
   return std::filesystem::path(QORX_SOURCE_DIR) / "doc";
+}
+
+inline Transcript doc_example(const std::string& name) {
+  return read_transcript(documents() / "examples" / (name + ".txt"));
 }
 
 // Without the blanks at its end: the table's rows end in one, which nobody sees in a manual.

@@ -3,7 +3,6 @@
 
 #include <algorithm>
 #include <array>
-#include <cctype>
 #include <filesystem>
 #include <regex>
 #include <set>
@@ -11,8 +10,7 @@
 #include <vector>
 
 #include "tests/end_to_end/manual_page.h"
-#include "tests/support/fake_machine.h"
-#include "tests/support/tool_run.h"
+#include "tests/support/rows.h"
 
 namespace qorx::test {
 namespace {
@@ -29,13 +27,6 @@ fs::path installed(const std::string& tool) {
     }
   }
   return {};
-}
-
-std::string test_name(const testing::TestParamInfo<fs::path>& info) {
-  std::string name = info.param.filename().string();
-  std::replace_if(
-      name.begin(), name.end(), [](unsigned char c) { return std::isalnum(c) == 0; }, '_');
-  return name;
 }
 
 class ManualPage : public testing::TestWithParam<fs::path> {};
@@ -70,7 +61,7 @@ TEST_P(ManualPage, IsCleanForMandoc) {
   }
 }
 
-INSTANTIATE_TEST_SUITE_P(All, ManualPage, testing::ValuesIn(manual_pages()), test_name);
+INSTANTIATE_TEST_SUITE_P(All, ManualPage, testing::ValuesIn(manual_pages()), kNamedByFile);
 
 TEST(Manual, HasAPageForEveryCommandFileAndLibrary) {
   std::set<std::string> names;
@@ -154,7 +145,7 @@ TEST(Manual, ExplainsEveryOperationAndOption) {
 
 TEST(Manual, ExplainsEveryColumnAndMark) {
   const std::string page = read_file(documents() / "man/qorx.8");
-  const Lines table = page_lines(read_file(documents() / "examples/all-ports/stdout"));
+  const Lines table = page_lines(doc_example("all-ports").output);
   ASSERT_FALSE(table.empty());
   std::string header = table.front();
   for (const char* const title : {"eth name", "bus:dev.fun", "vid  did", "svid sdid", "mac address", "slot name",
@@ -257,7 +248,7 @@ TEST(Architecture, WorkedExamplesFitTheSources) {
 }
 
 TEST(Readme, ShowsRealRows) {
-  const Lines table = page_lines(read_file(documents() / "examples/all-ports/stdout"));
+  const Lines table = page_lines(doc_example("all-ports").output);
   int shown = 0;
   for (const std::string& line : page_lines(read_file(kSource / "README.md"))) {
     if (std::regex_search(line, std::regex("^(eth|br|enx)"))) {
@@ -268,7 +259,7 @@ TEST(Readme, ShowsRealRows) {
   EXPECT_GT(shown, 5);
 }
 
-INSTANTIATE_TEST_SUITE_P(All, Document, testing::ValuesIn(all_documents()), test_name);
+INSTANTIATE_TEST_SUITE_P(All, Document, testing::ValuesIn(all_documents()), kNamedByFile);
 
 }  // namespace
 }  // namespace qorx::test

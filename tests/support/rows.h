@@ -48,6 +48,9 @@ inline std::string test_name(std::string_view rule) {
   return name;
 }
 
+// For INSTANTIATE_TEST_SUITE_P over files: the tests are named after them.
+inline constexpr auto kNamedByFile = [](const auto& tested) { return test_name(tested.param.filename().string()); };
+
 // A row that a failure shows as its rule.
 template <class Row>
 struct NamedRow {
