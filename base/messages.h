@@ -1,5 +1,5 @@
-// The two message levels and everything that is printed besides results: error texts and debug traces.
-// All of it goes to standard output; a code is returned whether or not its text was printed.
+// Everything that is printed besides results: error texts and debug traces, each kind with its switch. All of it goes
+// to standard output; a code is returned whether or not its text was printed.
 #ifndef QORX_BASE_MESSAGES_H
 #define QORX_BASE_MESSAGES_H
 
@@ -9,10 +9,6 @@ namespace qorx {
 
 extern std::int32_t g_error_message_open;  // non-zero: print error texts (on at start)
 extern std::int32_t g_debug_message_open;  // non-zero: print debug traces
-
-// The text of an entry-point or structure-table check that found nothing usable. It has no name among the
-// public codes and prints as an unknown code; scripts know it by its byte, 0x91.
-inline constexpr std::int32_t kSmbiosNotFound = -111;
 
 // The form in which codes travel between the stages: the low eight bits.
 constexpr std::uint8_t code_byte(std::int32_t code) {

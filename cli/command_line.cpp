@@ -9,13 +9,11 @@
 #include "cli/standard_output.h"
 #include "cli/usage.h"
 #include "lib/qorx.h"
+#include "lib/version.h"
 
 namespace qorx {
 
 namespace {
-
-constexpr int kToolVersionMajor = 1;
-constexpr int kToolVersionMinor = 38;
 
 // An operation runs with the word behind it, null where it takes none.
 using Run = std::int32_t (*)(const char* word);
@@ -35,7 +33,7 @@ std::int32_t print_versions(const char* /*word*/) {
     return code;
   }
   std::printf("libqorx version: %02d.%02d\n", major, minor);
-  std::printf("qorx version: %02d.%02d\n", kToolVersionMajor, kToolVersionMinor);
+  std::printf("qorx version: %02d.%02d\n", kToolVersion.major, kToolVersion.minor);
   return 0;
 }
 

@@ -1,4 +1,4 @@
-#include "config/hybrid_modules.h"
+#include "config/stages.h"
 
 #include <string_view>
 

@@ -1,4 +1,4 @@
-#include "config/legacy_modules.h"
+#include "config/stages.h"
 
 #include "base/bounded_text.h"
 #include "base/messages.h"

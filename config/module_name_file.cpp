@@ -1,4 +1,4 @@
-#include "config/module_name_file.h"
+#include "config/stages.h"
 
 #include <string_view>
 #include <utility>

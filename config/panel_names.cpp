@@ -1,4 +1,4 @@
-#include "config/panel_names.h"
+#include "config/stages.h"
 
 #include <string_view>
 

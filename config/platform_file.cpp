@@ -1,4 +1,4 @@
-#include "config/platform_file.h"
+#include "config/stages.h"
 
 #include <string_view>
 

@@ -5,6 +5,7 @@
 #include "fuzz/support.h"
 #include "records/state.h"
 #include "smbios/entry_point.h"
+#include "smbios/entry_point_check.h"
 
 extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size) {
   using namespace qorx::fuzz;

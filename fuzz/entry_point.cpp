@@ -1,6 +1,7 @@
 // The SMBIOS entry point: checked directly, or found in the legacy BIOS area of a machine's memory with its table.
 // Input: options, position in the area (2 bytes, in steps of 16), the bytes there.
 #include "smbios/entry_point.h"
+#include "smbios/entry_point_check.h"
 
 #include "base/messages.h"
 #include "fuzz/support.h"

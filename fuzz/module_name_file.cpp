@@ -1,5 +1,5 @@
 // The module name file, -sys_WMX_cfg, and the models it leads to. Input: its text.
-#include "config/module_name_file.h"
+#include "config/stages.h"
 
 #include <cstring>
 

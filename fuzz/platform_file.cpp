@@ -3,8 +3,7 @@
 #include <string>
 
 #include "base/bounded_text.h"
-#include "config/platform_file.h"
-#include "config/switch_lines.h"
+#include "config/stages.h"
 #include "fuzz/support.h"
 #include "records/state.h"
 

@@ -1,6 +1,7 @@
 // The SMBIOS structure table, against a plain walk over the same bytes.
 // Input: options, announced length (4 bytes), the bytes that are there.
 #include "smbios/structure_table.h"
+#include "smbios/entry_point_check.h"
 
 #include <algorithm>
 #include <array>

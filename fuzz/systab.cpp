@@ -8,6 +8,7 @@
 #include "fuzz/support.h"
 #include "records/state.h"
 #include "smbios/entry_point.h"
+#include "smbios/entry_point_check.h"
 
 namespace qorx::fuzz {
 

@@ -5,7 +5,7 @@
 #include "ident/features.h"
 #include "ident/model_lookup.h"
 #include "ident/supported_devices.h"
-#include "lib/init_check.h"
+#include "lib/checks.h"
 
 std::int32_t qorx_print_supported_WMX() {
   using namespace qorx;

@@ -1,5 +1,5 @@
 // The table in a file.
-#include "lib/init_check.h"
+#include "lib/checks.h"
 #include "output/output_file.h"
 #include "output/port_row.h"
 #include "output/virtual_interfaces.h"

@@ -5,7 +5,7 @@
 #include "base/bounded_text.h"
 #include "ident/features.h"
 #include "ident/strings.h"
-#include "lib/init_check.h"
+#include "lib/checks.h"
 #include "output/port_row.h"
 #include "output/virtual_interfaces.h"
 #include "records/state.h"

@@ -1,7 +1,7 @@
 // tovix.cfg, the configuration file of the LAN-bypass utility: one record per port that controls a segment.
 #include <cstdio>
 
-#include "lib/init_check.h"
+#include "lib/checks.h"
 #include "output/output_file.h"
 #include "records/state.h"
 

@@ -74,12 +74,13 @@ SlotRecord& fresh_slot_record(std::size_t index) {
   return fresh_record(qorx_smbios_t9_t41_mapping, index, g_slots_touched);
 }
 
-void clear_tables() {
+std::int32_t clear_tables() {
   const qorx_environment_info& info = qorx_system_environment_info;
   clear_table(qorx_eth_device_mapping, info.eth_device_number, g_devices_touched);
   clear_table(qorx_smbios_t9_t41_mapping, info.eth_smbios_t9_t41_number, g_slots_touched);
   qorx_system_environment_info = {};
   g_slot_source = SlotSource::kNone;
+  return 0;
 }
 
 }  // namespace qorx

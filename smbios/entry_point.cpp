@@ -1,17 +1,14 @@
 #include "smbios/entry_point.h"
 
-#include <algorithm>
-#include <cstdio>
 #include <string_view>
 
-#include "base/bounded_text.h"
 #include "base/line_reader.h"
 #include "base/messages.h"
 #include "base/system_root.h"
 #include "base/text_fields.h"
-#include "ident/strings.h"
+#include "lib/qorx.h"
 #include "records/origins.h"
-#include "records/state.h"
+#include "smbios/entry_point_check.h"
 #include "smbios/physical_memory.h"
 #include "smbios/structure_table.h"
 
@@ -19,17 +16,7 @@ namespace qorx {
 
 namespace {
 
-// Entry point layout (DMTF DSP0134, 5.2.1 and 5.2.2). The checksummed lengths are fixed: the length byte of the
-// entry point is wrong on some machines of version 2.1.
-constexpr std::string_view kAnchor2 = "_SM_";
-constexpr std::size_t kEntry2Last = 30;
-constexpr std::size_t kEntry2Intermediate = 16;
-constexpr std::size_t kEntry2TableLength = 22;
-constexpr std::size_t kEntry2TableAddress = 24;
-constexpr std::string_view kAnchor3 = "_SM3_";
-constexpr std::size_t kEntry3Last = 23;
-constexpr std::size_t kEntry3TableLength = 12;
-constexpr std::size_t kEntry3TableAddress = 16;
+// Of the entry point file; both kinds of entry point are shorter.
 constexpr std::size_t kEntrySize = 32;
 
 #if defined(__x86_64__) || defined(__i386__)
@@ -45,13 +32,6 @@ constexpr const char* kSysfsTable = "/sys/firmware/dmi/tables/DMI";
 
 // The walk looks at most this far behind the announced end: one formatted area and the closing NULs.
 constexpr std::size_t kTableSlack = 512;
-
-// No file that is loaded whole is larger; an endless one is given up as too large for memory.
-constexpr std::size_t kFileLimit = std::size_t{16} << 20;
-
-FilePtr open_text(const char* path, FileOrigin origin) {
-  return origin == FileOrigin::kSystem ? open_system_text(path) : open_text_file(path);
-}
 
 void trace_entry(const EntryPoint& entry) {
   debug("entry_v%d\n", entry.version);
@@ -107,77 +87,7 @@ std::int32_t search_legacy_area() {
 #endif
 }
 
-// Trims the designations and keeps them as the firmware's names.
-void finish_slot_names() {
-  debug("qorx_system_environment_info.eth_smbios_t9_t41_number %d\n",
-        static_cast<int>(qorx_system_environment_info.eth_smbios_t9_t41_number));
-  for (SlotRecord& slot : slot_records()) {
-    str_eliminate_header_space(slot.slot_name);
-    str_eliminate_end_space(slot.slot_name);
-    copy_text(slot.smbios_slot_name, slot.slot_name);
-    debug("%s\n", slot.smbios_slot_name);
-    debug("bus %x dev %x fun %x\n", slot.bus, slot.dev, slot.fun);
-  }
-}
-
 }  // namespace
-
-std::uint8_t Cal_checksum(ByteView bytes, std::size_t first, std::size_t last) {
-  std::uint8_t sum = 0;
-  for (std::size_t i = first; i <= last; ++i) {
-    sum = static_cast<std::uint8_t>(sum + bytes.u8(i));
-  }
-  return sum;
-}
-
-std::int32_t Check_SMBIOS_entry_point(ByteView bytes, EntryPoint& entry) {
-  entry = {};
-  if (bytes.starts_with(kAnchor2)) {
-    entry = {2, bytes.u16(kEntry2TableLength), bytes.u32(kEntry2TableAddress)};
-    if (Cal_checksum(bytes, 0, kEntry2Last) != 0) {
-      error("SMBIOS entry point structure checksum is NOT 0!\n");
-      return code_byte(QORX_ERR_SMBIOS_CHECKSUM);
-    }
-    if (Cal_checksum(bytes, kEntry2Intermediate, kEntry2Last) != 0) {
-      error("SMBIOS entry point structure intermediate checksum is NOT 0!\n");
-      return code_byte(QORX_ERR_SMBIOS_CHECKSUM);
-    }
-    return 0;
-  }
-  if (bytes.starts_with(kAnchor3)) {
-    entry = {3, bytes.u32(kEntry3TableLength), bytes.u64(kEntry3TableAddress)};
-    if (Cal_checksum(bytes, 0, kEntry3Last) != 0) {
-      error("SMBIOS3 entry point structure checksum is NOT 0!\n");
-      return code_byte(QORX_ERR_SMBIOS_CHECKSUM);
-    }
-    return 0;
-  }
-  return code_byte(kSmbiosNotFound);
-}
-
-FileImage File_map(const char* path, FileOrigin origin, std::size_t limit) {
-  const FilePtr file = open_text(path, origin);
-  if (!file) {
-    debug("3Can't get %s\n", path);
-    return {};
-  }
-  const std::size_t capacity = std::min(limit, kFileLimit);
-  FileImage image(capacity);
-  if (!image.is_loaded()) {
-    debug("4Can't get %s\n", path);
-    return {};
-  }
-  image.fill(file.get());
-  if (std::ferror(file.get()) != 0) {
-    debug("5Can't get %s\n", path);
-    return {};
-  }
-  if (limit > capacity && image.bytes().size() == capacity && std::fgetc(file.get()) != EOF) {
-    debug("4Can't get %s\n", path);
-    return {};
-  }
-  return image;
-}
 
 std::int32_t Search_SMBIOS_entry_point_mem1(std::uint64_t physical_address) {
   EntryPoint entry;
@@ -280,7 +190,7 @@ std::int32_t Search_SMBIOS_entry_point(const char* entry_point_file, const char*
     g_slot_source = SlotSource::kNone;
     return code;
   }
-  finish_slot_names();
+  keep_firmware_names();
   return 0;
 }
 

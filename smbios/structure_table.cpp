@@ -6,7 +6,9 @@
 #include "base/bounded_text.h"
 #include "base/byte_view.h"
 #include "base/messages.h"
+#include "ident/strings.h"
 #include "records/state.h"
+#include "smbios/entry_point_check.h"
 
 namespace qorx {
 
@@ -119,6 +121,18 @@ std::int32_t Parse_struct_table(const TableBytes& table, std::uint32_t table_len
     debug("WARNING:sum %u is bigger than table_len %u!\n", static_cast<unsigned>(offset), table_len);
   }
   return 0;
+}
+
+void keep_firmware_names() {
+  debug("qorx_system_environment_info.eth_smbios_t9_t41_number %d\n",
+        static_cast<int>(qorx_system_environment_info.eth_smbios_t9_t41_number));
+  for (SlotRecord& slot : slot_records()) {
+    str_eliminate_header_space(slot.slot_name);
+    str_eliminate_end_space(slot.slot_name);
+    copy_text(slot.smbios_slot_name, slot.slot_name);
+    debug("%s\n", slot.smbios_slot_name);
+    debug("bus %x dev %x fun %x\n", slot.bus, slot.dev, slot.fun);
+  }
 }
 
 }  // namespace qorx

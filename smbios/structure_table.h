@@ -54,6 +54,9 @@ class TableBytes {
 // stay.
 std::int32_t Parse_struct_table(const TableBytes& table, std::uint32_t table_len);
 
+// Trims the designations of the slot records and keeps them as the firmware's names.
+void keep_firmware_names();
+
 }  // namespace qorx
 
 #endif

@@ -3,7 +3,7 @@
 #include <cstdio>
 
 #include "base/messages.h"
-#include "lib/init_check.h"
+#include "lib/checks.h"
 #include "records/state.h"
 
 namespace qorx {

@@ -124,7 +124,7 @@ TEST_F(Messages, AWrongLevelLeavesDebugAsItIs) {
 TEST_F(Messages, ACodeTravelsAsItsLowByte) {
   EXPECT_EQ(code_byte(QORX_ERR_OPEN_FILE), 0x80);
   EXPECT_EQ(code_byte(QORX_ERR_SMBIOS_DATA_FORMAT_WRONG), 0x9A);
-  EXPECT_EQ(code_byte(kSmbiosNotFound), 0x91);
+  EXPECT_EQ(code_byte(-111), 0x91);
   EXPECT_EQ(code_byte(0), 0);
 }
 

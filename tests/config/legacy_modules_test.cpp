@@ -1,4 +1,4 @@
-#include "config/legacy_modules.h"
+#include "config/stages.h"
 
 #include <gtest/gtest.h>
 

@@ -11,7 +11,7 @@
 #include <string>
 #include <vector>
 
-#include "config/module_name_file.h"
+#include "config/stages.h"
 #include "records/state.h"
 #include "tests/support/fake_machine.h"
 #include "tests/support/library.h"

@@ -7,7 +7,7 @@
 #include <string>
 #include <vector>
 
-#include "config/platform_file.h"
+#include "config/stages.h"
 #include "records/state.h"
 #include "tests/support/fake_machine.h"
 #include "tests/support/library.h"

@@ -9,7 +9,7 @@
 #include <fstream>
 #include <string>
 
-#include "config/platform_file.h"
+#include "config/stages.h"
 #include "records/state.h"
 #include "tests/support/fake_machine.h"
 #include "tests/support/library.h"

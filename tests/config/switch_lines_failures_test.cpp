@@ -5,7 +5,7 @@
 #include <string>
 #include <vector>
 
-#include "config/switch_lines.h"
+#include "config/stages.h"
 #include "records/state.h"
 #include "tests/support/fake_machine.h"
 #include "tests/support/library.h"

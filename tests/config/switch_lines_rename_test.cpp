@@ -4,7 +4,7 @@
 #include <cstring>
 #include <string>
 
-#include "config/switch_lines.h"
+#include "config/stages.h"
 #include "records/state.h"
 #include "tests/support/fake_machine.h"
 #include "tests/support/library.h"

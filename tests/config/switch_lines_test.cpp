@@ -1,4 +1,4 @@
-#include "config/switch_lines.h"
+#include "config/stages.h"
 
 #include <gtest/gtest.h>
 

@@ -1,4 +1,4 @@
-#include "lib/environment.h"
+#include "lib/checks.h"
 
 #include <gtest/gtest.h>
 #include <unistd.h>

@@ -1,4 +1,4 @@
-#include "lib/init_check.h"
+#include "lib/checks.h"
 
 #include <gtest/gtest.h>
 

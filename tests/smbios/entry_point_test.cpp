@@ -1,5 +1,5 @@
 // The entry point itself: anchors and checksums.
-#include "smbios/entry_point.h"
+#include "smbios/entry_point_check.h"
 
 #include <gtest/gtest.h>
 

@@ -1,8 +1,8 @@
-#include "lib/environment.h"
+#include "lib/checks.h"
 
 #include "base/messages.h"
 #include "base/system_root.h"
-#include "lib/qorx.h"
+#include "records/state.h"
 
 namespace qorx {
 
@@ -15,6 +15,14 @@ std::int32_t check_environment() {
     debug("Folder %s exist\n", path);
   }
   return 0;
+}
+
+std::int32_t INIT_CHECK() {
+  if (g_qorx_init == 0) {
+    return 0;
+  }
+  error("qorx library needs to be initialized before function call.\n");
+  return code_byte(QORX_ERR_INIT);
 }
 
 }  // namespace qorx
