@@ -6,7 +6,7 @@
 #include <vector>
 
 #include "tests/support/fake_machine.h"
-#include "tests/support/rules.h"
+#include "tests/support/rows.h"
 
 namespace qorx {
 namespace {
@@ -35,19 +35,19 @@ struct Reading {
   bool ends_with_the_last = false;  // else one more read finds the end, and counts
 };
 
-class LineReading : public LineReaderTest, public testing::WithParamInterface<Reading> {};
+class LineReading : public test::RowTest<Reading, LineReaderTest> {};
 
 TEST_P(LineReading, Reads) {
-  LineReader reader = reader_of(GetParam().content);
+  LineReader reader = reader_of(row().content);
   int number = 0;
-  for (const std::string& line : GetParam().lines) {
+  for (const std::string& line : row().lines) {
     EXPECT_EQ(reader.line_number(), number++);
     EXPECT_FALSE(reader.at_end());
     ASSERT_TRUE(reader.read());
     EXPECT_EQ(std::string(reader.text(), line.size() + 1), line + '\0');
   }
   EXPECT_EQ(reader.line_number(), number);
-  EXPECT_EQ(reader.at_end(), GetParam().ends_with_the_last);
+  EXPECT_EQ(reader.at_end(), row().ends_with_the_last);
   if (!reader.at_end()) {
     EXPECT_FALSE(reader.read());
     EXPECT_TRUE(reader.at_end());
@@ -56,19 +56,18 @@ TEST_P(LineReading, Reads) {
   }
 }
 
-const std::vector<Reading> kReadings{
-    {"LinesKeepTheirLineFeedAndAreCountedFromOne", "one\n\nthree\n", {"one\n", "\n", "three\n"}},
-    {"AnEmptyFileEndsAtLineOne", "", {}},
-    {"ALastLineWithoutLineFeedIsReturnedAtTheEnd", "last", {"last"}, true},
-    {"ALongLineComesInPiecesThatAreCountedAlone", xs(2050, "\ny\n"), {xs(1023), xs(1023), "xxxx\n", "y\n"}},
-    {"ALineThatJustFitsTheBufferIsOnePiece", xs(1022, "\n"), {xs(1022, "\n")}},
-    // As with fgets, the end is not known before a read meets it.
-    {"AnUnterminatedPieceThatFillsTheBufferIsNotYetTheEnd", xs(1023), {xs(1023)}},
-    {"AShorterLineLeavesNothingOfTheOneBefore", "longer\nx\n", {"longer\n", "x\n"}},
-    {"ANulByteIsPartOfItsLine", std::string("a\0b\nc\n", 6), {std::string("a\0b\n", 4), "c\n"}},
-};
-
-INSTANTIATE_TEST_SUITE_P(, LineReading, testing::ValuesIn(kReadings), test::rule_name<Reading>);
+// The piece that fills the buffer: as with fgets, the end is not known before a read meets it.
+QORX_ROWS(LineReading,
+          Reading{"lines keep their line feed and are counted from one", "one\n\nthree\n", {"one\n", "\n", "three\n"}},
+          Reading{"an empty file ends at line one", "", {}},
+          Reading{"a last line without line feed is returned at the end", "last", {"last"}, true},
+          Reading{"a long line comes in pieces that are counted alone",
+                  xs(2050, "\ny\n"),
+                  {xs(1023), xs(1023), "xxxx\n", "y\n"}},
+          Reading{"a line that just fits the buffer is one piece", xs(1022, "\n"), {xs(1022, "\n")}},
+          Reading{"an unterminated piece that fills the buffer is not yet the end", xs(1023), {xs(1023)}},
+          Reading{"a shorter line leaves nothing of the one before", "longer\nx\n", {"longer\n", "x\n"}},
+          Reading{"a nul byte is part of its line", std::string("a\0b\nc\n", 6), {std::string("a\0b\n", 4), "c\n"}});
 
 TEST_F(LineReaderTest, AnEndlessFileEnds) {
   LineReader reader(open_text_file("/dev/zero"));

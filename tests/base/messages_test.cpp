@@ -8,7 +8,7 @@
 #include <string>
 
 #include "lib/qorx.h"
-#include "tests/support/library.h"
+#include "tests/support/fixture.h"
 
 namespace qorx {
 namespace {
@@ -17,11 +17,7 @@ namespace {
 const std::int32_t kErrorsAtStart = g_error_message_open;
 const std::int32_t kDebugAtStart = g_debug_message_open;
 
-class Messages : public testing::Test {
- protected:
-  void SetUp() override { test::reset_library(); }
-  void TearDown() override { test::reset_library(); }
-};
+using Messages = test::LibraryTest;
 
 std::string line_of(std::int32_t code) {
   return test::printed_by([code] { qorx_print_error_message(code); });
