@@ -3,156 +3,66 @@
 #include <gtest/gtest.h>
 
 #include <cstring>
-#include <map>
+#include <set>
 #include <string>
 #include <vector>
 
 #include "ident/supported_devices.h"
-#include "tests/support/library.h"
+#include "tests/ident/known_cards.h"
+#include "tests/support/rows.h"
 
 namespace qorx {
 namespace {
 
 using test::traced_by;
 
-class ModelLookup : public ::testing::Test {
- protected:
-  void SetUp() override { test::reset_library(); }
-};
+using ModelLookup = test::LibraryTest;
 
-struct Model {
-  const char* name;
-  std::vector<std::uint32_t> subsys_device_ids;  // with subsystem vendor id 0x13FE
-};
-
-const std::vector<Model> kModels{
-    {"WMX-1813", {0x0038}},
-    {"WMX-2248", {0x0037}},
-    {"WMX-4915", {0x2042}},
-    {"WMX-9811", {0x2043}},
-    {"WMX-1658", {0x2044}},
-    {"WMX-6473", {0x2045}},
-    {"WMX-5068", {0x2046}},
-    {"WMX-3529", {0x002A, 0x002B}},
-    {"WMX-2848", {0x0035, 0x0036}},
-    {"WMX-8655", {0x201F, 0x203A, 0x203F}},
-    {"WMX-0119", {0x0034}},
-    {"WMX-6471", {0x2041}},
-    {"WMX-0229", {0x2040}},
-    {"WMX-4195", {0x0032, 0x0033}},
-    {"WMX-3493", {0x201A, 0x201D, 0x203D, 0x204B, 0x204C, 0x204D}},
-    {"WMX-6997", {0x201B, 0x201E, 0x203E, 0x204E, 0x204F, 0x2050}},
-    {"WMX-4459", {0x201C, 0x2051}},
-    {"WMX-4180", {0x2017}},
-    {"WMX-1280", {0x0031}},
-    {"WMX-9243", {0x0028, 0x0029}},
-    {"WMX-9582", {0x200C}},
-    {"WMX-5506", {0x200D}},
-    {"WMX-1800", {0x2019}},
-    {"WMX-1912GD", {0x205A}},
-    {"WMX-9041", {0x2018}},
-    {"WMX-7045", {0x0030}},
-    {"WMX-9556", {0x002F}},
-    {"WMX-9605", {0x002E, 0x2058}},
-    {"WMX-6264", {0x0026, 0x0027}},
-    {"WMX-4840", {0x2013, 0x2056}},
-    {"WMX-5019", {0x2014}},
-    {"WMX-7135", {0x2015}},
-    {"WMX-2216", {0x2048}},
-    {"WMX-J34", {0x2016}},
-    {"WMX-L13", {0x2047}},
-    {"WMX-LH53", {0x204A}},
-    {"WMX-44C0", {0x205D}},
-    {"WMX-90Z9", {0x205E}},
-    {"WMX-35M8", {0x205F}},
-    {"WMX-01D8", {0x2061, 0x2065}},
-    {"PCIE-6696NP", {0x205B}},
-    {"PCIE-7289BP", {0x0011}},
-    {"PCIE-5238BP", {0x3008}},
-    {"PCIE-5219NP", {0x3009, 0x300A}},
-    {"PCIE-1068BP", {0x2052}},
-    {"PCIE-6922", {0x3007}},
-    {"I210_CO", {0x3016, 0x301A, 0x301C, 0x3023, 0x302B, 0x302E}},
-    {"I210_FI", {0x303C}},
-    {"I211_CO", {0x3022, 0x3027}},
-    {"I350_CO", {0x3017, 0x301E}},
-    {"X553_CO", {0x3018, 0x301B, 0x3024, 0x3026}},
-    {"X553_FI", {0x3025, 0x302C}},
-    {"X710_FI", {0x3029, 0x3031}},
-    {"X722_FI", {0x301D, 0x301F, 0x3028, 0x302F, 0x3030}},
-    {"WX1860A2_CO", {0x3032}},
-    {"WX1860A4_CO", {0x3033}},
-    {"WX1860A4_FI", {0x3034}},
-    {"I226_CO", {0x3035, 0x3043}},
-    {"E822_FI_CO", {0x3037}},
-};
-
-TEST_F(ModelLookup, EveryKnownPairHasItsModelBeforeTheTableIsFilled) {
-  std::size_t pairs = 0;
-  for (const Model& model : kModels) {
-    for (const std::uint32_t id : model.subsys_device_ids) {
-      SCOPED_TRACE(id);
-      EXPECT_STREQ(qorx_get_model_name(0x13FE, id), model.name);
-      ++pairs;
-    }
-  }
-  EXPECT_EQ(pairs, 98U);
+TEST_F(ModelLookup, EveryKnownPairHasItsModelSilentlyBeforeTheTableIsFilled) {
+  EXPECT_EQ(traced_by([] {
+              for (const test::Card& card : test::kCards) {
+                EXPECT_STREQ(qorx_get_model_name(card.subsys_vendor_id, card.subsys_device_id), card.model);
+              }
+            }),
+            "");
   EXPECT_EQ(Velmora_sub_id_number, 0U);
 }
 
+// One card, 15b3 2015, carries another maker's subsystem vendor id too.
 TEST_F(ModelLookup, KnowsTheSamePairsAsTheTableOfFeatures) {
-  std::map<std::uint32_t, bool> known;
-  for (const Model& model : kModels) {
-    for (const std::uint32_t id : model.subsys_device_ids) {
-      known[id] = true;
-    }
+  std::set<std::uint32_t> known;
+  for (const test::Card& card : test::kCards) {
+    known.insert(card.subsys_device_id);
   }
   device_mapping_init();
   for (std::uint32_t id = 0; id <= 0x10000; ++id) {
     ASSERT_EQ(*qorx_get_model_name(0x13FE, id) != '\0', known.contains(id)) << id;
     ASSERT_EQ(default_feature(0x13FE, id) != 0, known.contains(id)) << id;
+    ASSERT_EQ(*qorx_get_model_name(0x15B3, id) != '\0', id == 0x2015) << id;
+    ASSERT_EQ(default_feature(0x15B3, id) != 0, id == 0x2015) << id;
   }
 }
 
-TEST_F(ModelLookup, AKnownPairIsNotTraced) {
-  EXPECT_EQ(traced_by([] {
-              qorx_get_model_name(0x13FE, 0x0038);
-              qorx_get_model_name(0x15B3, 0x2015);
-            }),
-            "");
+struct UnknownIds {
+  std::string_view rule;
+  std::uint32_t vendor;
+  std::uint32_t device;
+  const char* trace;
+};
+
+class UnknownPair : public test::RowTest<UnknownIds> {};
+
+TEST_P(UnknownPair, HasNoModelAndIsTraced) {
+  EXPECT_EQ(traced_by([] { EXPECT_STREQ(qorx_get_model_name(row().vendor, row().device), ""); }), row().trace);
+  EXPECT_EQ(test::printed_by([] { qorx_get_model_name(row().vendor, row().device); }), "");
 }
 
-TEST_F(ModelLookup, OneCardCarriesAnotherMakersSubsystemVendorId) {
-  EXPECT_STREQ(qorx_get_model_name(0x15B3, 0x2015), "WMX-7135");
-  EXPECT_STREQ(qorx_get_model_name(0x13FE, 0x2015), "WMX-7135");
-  EXPECT_EQ(traced_by([] { EXPECT_STREQ(qorx_get_model_name(0x15B3, 0x2016), ""); }),
-            "Unknown subsystem_vendor_id (0x15b3)\n");
-}
-
-TEST_F(ModelLookup, BothIdsOfOneChipNameIt) {
-  EXPECT_STREQ(qorx_get_model_name(0x13FE, 0x3043), "I226_CO");
-  EXPECT_STREQ(qorx_get_model_name(0x13FE, 0x3035), "I226_CO");
-}
-
-TEST_F(ModelLookup, AnIdJustOutsideAGroupIsUnknown) {
-  EXPECT_EQ(traced_by([] { EXPECT_STREQ(qorx_get_model_name(0x13FE, 0x2049), ""); }),
-            "Unknown subsystem_device_id (0x2049)\n");
-  EXPECT_EQ(traced_by([] { EXPECT_STREQ(qorx_get_model_name(0x13FE, 0x3036), ""); }),
-            "Unknown subsystem_device_id (0x3036)\n");
-}
-
-TEST_F(ModelLookup, UnknownIdsAreTracedWithAtLeastFourDigits) {
-  EXPECT_EQ(traced_by([] { qorx_get_model_name(0x13FE, 0x9); }), "Unknown subsystem_device_id (0x0009)\n");
-  EXPECT_EQ(traced_by([] { qorx_get_model_name(0x10000, 0x10000); }), "Unknown subsystem_vendor_id (0x10000)\n");
-}
-
-TEST_F(ModelLookup, NothingIsPrintedWithoutDebugMessages) {
-  EXPECT_EQ(test::printed_by([] {
-              qorx_get_model_name(0x8086, 0x0001);
-              qorx_get_model_name(0x13FE, 0x9999);
-            }),
-            "");
-}
+QORX_ROWS(UnknownPair,
+          UnknownIds{"another card of the other maker", 0x15B3, 0x2016, "Unknown subsystem_vendor_id (0x15b3)\n"},
+          UnknownIds{"a module id just outside a group", 0x13FE, 0x2049, "Unknown subsystem_device_id (0x2049)\n"},
+          UnknownIds{"an onboard id just outside a group", 0x13FE, 0x3036, "Unknown subsystem_device_id (0x3036)\n"},
+          UnknownIds{"at least four digits", 0x13FE, 0x9, "Unknown subsystem_device_id (0x0009)\n"},
+          UnknownIds{"an id that is not known", 0x10000, 0x10000, "Unknown subsystem_vendor_id (0x10000)\n"});
 
 TEST_F(ModelLookup, EveryCallForgetsTheResultBefore) {
   EXPECT_EQ(qorx_get_model_name(0x13FE, 0x0038), model_name);
@@ -238,19 +148,21 @@ TEST_F(ModelLookup, ALegacyModuleOfAnotherVendorHasNoName) {
   }
 }
 
-std::string legacy_trace(std::uint32_t vendor, std::uint32_t device) {
-  const std::uint32_t ids[] = {device, 0};
-  const std::uint8_t counts[] = {4, 0};
-  std::uint8_t feature = 0;
-  return traced_by([&] { qorx_get_model_name_func_for_legacy(vendor, ids, counts, &feature); });
-}
-
 TEST_F(ModelLookup, TheLegacyLookupTracesItsKeyAndAnUnknownVendor) {
-  EXPECT_EQ(legacy_trace(0x8086, 0x1521), "id (0x15218086)\n");
-  EXPECT_EQ(legacy_trace(0x8086, 0x9999), "id (0x99998086)\n");
-  EXPECT_EQ(legacy_trace(0x10EC, 0x8168), "id (0x816810ec)\nUnknown vendor_id (0x10ec)\n");
-  EXPECT_EQ(legacy_trace(0, 0), "id (0x00000000)\nUnknown vendor_id (0x0000)\n");
-  EXPECT_EQ(legacy_trace(0x10000, 0x10000), "id (0x00010000)\nUnknown vendor_id (0x10000)\n");
+  struct Case {
+    std::uint32_t vendor;
+    std::uint32_t device;
+    const char* trace;
+  };
+  for (const Case& c : {Case{0x8086, 0x1521, "id (0x15218086)\n"}, Case{0x8086, 0x9999, "id (0x99998086)\n"},
+                        Case{0x10EC, 0x8168, "id (0x816810ec)\nUnknown vendor_id (0x10ec)\n"},
+                        Case{0, 0, "id (0x00000000)\nUnknown vendor_id (0x0000)\n"},
+                        Case{0x10000, 0x10000, "id (0x00010000)\nUnknown vendor_id (0x10000)\n"}}) {
+    const std::uint32_t ids[] = {c.device, 0};
+    const std::uint8_t counts[] = {4, 0};
+    std::uint8_t feature = 0;
+    EXPECT_EQ(traced_by([&] { qorx_get_model_name_func_for_legacy(c.vendor, ids, counts, &feature); }), c.trace);
+  }
 }
 
 }  // namespace

@@ -5,23 +5,10 @@
 #include <string>
 #include <vector>
 
-#include "tests/support/library.h"
+#include "tests/support/rows.h"
 
-namespace qorx {
+namespace qorx::test {
 namespace {
-
-using test::traced_by;
-
-class Strings : public ::testing::Test {
- protected:
-  void SetUp() override { test::reset_library(); }
-};
-
-struct Trim {
-  std::string before;
-  std::string after;
-  std::string trace;
-};
 
 // Applies a routine to a buffer of exactly the text's size, so that a step outside it is caught.
 std::string applied(void (*routine)(char*), const std::string& text) {
@@ -30,59 +17,45 @@ std::string applied(void (*routine)(char*), const std::string& text) {
   return buffer.data();
 }
 
-void expect_trims(void (*routine)(char*), const std::vector<Trim>& cases) {
-  for (const Trim& trim : cases) {
-    SCOPED_TRACE("!" + trim.before + "!");
-    std::string result;
-    EXPECT_EQ(traced_by([&] { result = applied(routine, trim.before); }), trim.trace);
-    EXPECT_EQ(result, trim.after);
-  }
+struct Trim {
+  std::string_view rule;
+  void (*routine)(char*);
+  std::string before;
+  std::string after;
+  std::string trace;
+};
+
+class Trimming : public RowTest<Trim> {};
+
+TEST_P(Trimming, Leaves) {
+  std::string result;
+  EXPECT_EQ(traced_by([&] { result = applied(row().routine, row().before); }), row().trace);
+  EXPECT_EQ(result, row().after);
+  EXPECT_EQ(printed_by([] { applied(row().routine, row().before); }), "");
 }
 
-TEST_F(Strings, TheFrontTrimRemovesBlanksAndTabs) {
-  expect_trims(str_eliminate_header_space,
-               {
-                   {"  \tword", "word", "check head char of !  \tword!\nremove head 3 char !word!\n"},
-                   {"\tword two ", "word two ", "check head char of !\tword two !\nremove head 1 char !word two !\n"},
-                   {" \n", "\n", "check head char of ! \n!\nremove head 1 char !\n!\n"},
-               });
+Trim front(std::string_view rule, const std::string& before, const std::string& after, const std::string& tail) {
+  return {rule, str_eliminate_header_space, before, after, "check head char of !" + before + "!\n" + tail};
 }
 
-TEST_F(Strings, TheFrontTrimLeavesALeadingLineFeedOrCarriageReturn) {
-  expect_trims(str_eliminate_header_space, {
-                                               {"\nword", "\nword", "check head char of !\nword!\n"},
-                                               {"\r word", "\r word", "check head char of !\r word!\n"},
-                                               {"word", "word", "check head char of !word!\n"},
-                                           });
+Trim end(std::string_view rule, const std::string& before, const std::string& after, const std::string& tail) {
+  return {rule, str_eliminate_end_space, before, after, "check tail char of !" + before + "!\n" + tail};
 }
 
-TEST_F(Strings, TheEndTrimRemovesBlanksTabsCarriageReturnsAndLineFeeds) {
-  expect_trims(str_eliminate_end_space,
-               {
-                   {"word \r\n", "word", "check tail char of !word \r\n!\nremove tail 3 char !word!\n"},
-                   {" a b\t\n", " a b", "check tail char of ! a b\t\n!\nremove tail 2 char ! a b!\n"},
-               });
-}
+QORX_ROWS(Trimming, front("the front trim removes blanks and tabs", "  \tword", "word", "remove head 3 char !word!\n"),
+          front("the front trim removes nothing else", "\tword two ", "word two ", "remove head 1 char !word two !\n"),
+          front("the front trim stops at a line feed", " \n", "\n", "remove head 1 char !\n!\n"),
+          front("the front trim leaves a leading line feed", "\nword", "\nword", ""),
+          front("the front trim leaves a leading carriage return", "\r word", "\r word", ""),
+          front("the front trim leaves a word", "word", "word", ""),
+          front("the front trim empties a text of blanks", "   ", "", "remove head 3 char !!\n"),
+          end("the end trim removes blanks and line ends", "word \r\n", "word", "remove tail 3 char !word!\n"),
+          end("the end trim removes tabs", " a b\t\n", " a b", "remove tail 2 char ! a b!\n"),
+          end("the end trim leaves a word", "word", "word", ""),
+          end("the end trim leaves any other character", " \tword\v", " \tword\v", ""),
+          end("the end trim empties a text of blanks", "   ", "", "remove tail 3 char !!\n"));
 
-TEST_F(Strings, TheEndTrimLeavesATextThatEndsInAnotherCharacter) {
-  expect_trims(str_eliminate_end_space, {
-                                            {"word", "word", "check tail char of !word!\n"},
-                                            {" \tword\v", " \tword\v", "check tail char of ! \tword\v!\n"},
-                                        });
-}
-
-TEST_F(Strings, ATextOfBlanksBecomesEmptyUnderEitherTrim) {
-  expect_trims(str_eliminate_header_space, {{"   ", "", "check head char of !   !\nremove head 3 char !!\n"}});
-  expect_trims(str_eliminate_end_space, {{"   ", "", "check tail char of !   !\nremove tail 3 char !!\n"}});
-}
-
-TEST_F(Strings, NothingIsTracedWithoutDebugMessages) {
-  EXPECT_EQ(test::printed_by([] {
-              applied(str_eliminate_header_space, "  a");
-              applied(str_eliminate_end_space, "a  ");
-            }),
-            "");
-}
+using Strings = LibraryTest;
 
 TEST_F(Strings, NothingHappensToNoTextOrAnEmptyOne) {
   for (const auto routine : {str_eliminate_header_space, str_eliminate_end_space, str_upper_case}) {
@@ -94,19 +67,13 @@ TEST_F(Strings, NothingHappensToNoTextOrAnEmptyOne) {
   }
 }
 
-TEST_F(Strings, UpperCaseChangesTheSmallLettersOfAsciiOnly) {
+TEST_F(Strings, UpperCaseChangesTheSmallLettersOfAsciiInTheWholeText) {
   for (int byte = 1; byte < 256; ++byte) {
-    SCOPED_TRACE(byte);
     const bool small = byte >= 0x61 && byte <= 0x7A;
-    const std::string before(1, static_cast<char>(byte));
-    const std::string after(1, static_cast<char>(small ? byte - 0x20 : byte));
-    EXPECT_EQ(applied(str_upper_case, before), after);
+    const std::string before(3, static_cast<char>(byte));
+    EXPECT_EQ(applied(str_upper_case, before), std::string(3, static_cast<char>(small ? byte - 0x20 : byte))) << byte;
   }
 }
 
-TEST_F(Strings, UpperCaseReachesTheWholeText) {
-  EXPECT_EQ(applied(str_upper_case, "5e:00.3 ncsi/1pps \xe4z"), "5E:00.3 NCSI/1PPS \xe4Z");
-}
-
 }  // namespace
-}  // namespace qorx
+}  // namespace qorx::test
