@@ -6,8 +6,8 @@
 #include "base/bounded_text.h"
 #include "discovery/interface_scan.h"
 #include "ident/subsystem_hooks.h"
-#include "tests/support/fake_machine.h"
-#include "tests/support/library.h"
+#include "tests/support/expect.h"
+#include "tests/support/fixture.h"
 
 namespace qorx::test {
 namespace {
@@ -16,10 +16,8 @@ constexpr Ids kModule{0x10B5, 0x8724, 0x13FE, 0x204A};
 constexpr const char* kDevices = "../../devices/pci0000:00/";
 constexpr const char* kPort = "0000:00:1c.0/0000:01:00.0/0000:02:01.0/0000:03:00.0";
 
-class BridgedModule : public testing::Test {
+class BridgedModule : public MachineTest {
  protected:
-  void SetUp() override { reset_library(); }
-
   // Asks for a port with this device path.
   bool is_module(const std::string& net_path) {
     reset_library();
@@ -32,10 +30,10 @@ class BridgedModule : public testing::Test {
   }
 
   static void expect_amended(bool amended) {
-    const DeviceRecord& record = qorx_eth_device_mapping[0];
-    EXPECT_STREQ(record.model, amended ? "WMX-LH53" : "before");
-    EXPECT_STREQ(record.panel_name, amended ? "N/A" : "before");
-    EXPECT_EQ(record.feature, amended ? QORX_FEATURE_NA : QORX_FEATURE_POE);
+    const char* const panel = amended ? "N/A" : "before";
+    const int feature = amended ? QORX_FEATURE_NA : QORX_FEATURE_POE;
+    expect_port(qorx_eth_device_mapping[0],
+                {.panel_name = panel, .model = amended ? "WMX-LH53" : "before", .feature = feature});
   }
 
   // Makes a function known by its address alone.
@@ -43,7 +41,10 @@ class BridgedModule : public testing::Test {
     return machine_.write("sys/bus/pci/devices/" + address + "/config", config);
   }
 
-  FakeMachine machine_;
+  static Texts scanned(char (DeviceRecord::*field)[QORX_NAME_SIZE]) {
+    EXPECT_EQ(get_all_eth_devices_info(), 0);
+    return texts_of(device_records(), field);
+  }
 };
 
 TEST_F(BridgedModule, ABridgeWithTheModulesIdsMarksThePort) {
@@ -57,28 +58,20 @@ TEST_F(BridgedModule, ABridgeWithTheModulesIdsMarksThePort) {
   expect_amended(true);
 }
 
+// Another device, another vendor, and the ids in the place of the bridge's own ones.
 TEST_F(BridgedModule, WithoutThoseIdsThePortIsLeftAlone) {
-  struct Case {
-    const char* name;
-    Ids ids;
-  };
-  for (const Case& c :
-       {Case{"other device", {0x10B5, 0x8724, 0x13FE, 0x204B}}, Case{"other vendor", {0x10B5, 0x8724, 0x8086, 0x204A}},
-        Case{"as the bridge's own ids", {0x13FE, 0x204A, 0, 0}}}) {
-    SCOPED_TRACE(c.name);
-    function("0000:01:00.0", bridge_config(c.ids, 0x40));
-    EXPECT_FALSE(is_module(std::string(kDevices) + kPort));
+  for (const Ids& ids :
+       {Ids{0x10B5, 0x8724, 0x13FE, 0x204B}, Ids{0x10B5, 0x8724, 0x8086, 0x204A}, Ids{0x13FE, 0x204A, 0, 0}}) {
+    function("0000:01:00.0", bridge_config(ids, 0x40));
+    EXPECT_FALSE(is_module(std::string(kDevices) + kPort)) << ids.subsys_vendor << " " << ids.subsys_device;
     expect_amended(false);
   }
 }
 
-TEST_F(BridgedModule, ThePortsOwnFunctionCounts) {
+TEST_F(BridgedModule, ThePortsOwnFunctionAndTheRootPortCount) {
   function("0000:03:00.0", endpoint_config(kModule));
   EXPECT_TRUE(is_module(std::string(kDevices) + kPort));
-}
-
-TEST_F(BridgedModule, TheRootPortCounts) {
-  function("0000:00:1c.0", bridge_config(kModule, 0xA0));
+  function("0000:03:00.0", "").write("sys/bus/pci/devices/0000:00:1c.0/config", bridge_config(kModule, 0xA0));
   EXPECT_TRUE(is_module(std::string(kDevices) + kPort));
 }
 
@@ -93,10 +86,10 @@ TEST_F(BridgedModule, UnreadableFunctionsAreNotTheModule) {
 
 TEST_F(BridgedModule, OnlyComponentsOfDomainZeroAreVisited) {
   function("0000:01:00.0", endpoint_config(kModule));
-  EXPECT_FALSE(is_module("../../devices/pci0001:00/0001:01:00.0"));
-  EXPECT_FALSE(is_module("../../devices/pci0000:00/10000:01:00.0"));
-  EXPECT_FALSE(is_module("../../devices/pci0000:00/x0000:01:00.0"));
-  EXPECT_TRUE(is_module("../../devices/pci0000:00/0000:01:00.0"));
+  for (const char* const other : {"0001:01:00.0", "10000:01:00.0", "x0000:01:00.0"}) {
+    EXPECT_FALSE(is_module(std::string(kDevices) + other)) << other;
+  }
+  EXPECT_TRUE(is_module(std::string(kDevices) + "0000:01:00.0"));
   EXPECT_TRUE(is_module("0000:01:00.0"));
 }
 
@@ -159,42 +152,29 @@ TEST_F(BridgedModule, TracesShowAtMostSixteenCharactersOfAComponent) {
       << trace;
 }
 
-TEST_F(BridgedModule, SeveralPortsBehindOneBridgeAreAllMarked) {
-  machine_.add_function("0000:01:00.0", bridge_config(kModule, 0x40));
-  for (int i = 0; i < 4; ++i) {
-    machine_.add_port("eth" + std::to_string(i), "0000:01:00.0/0000:02:00." + std::to_string(i));
-  }
-  machine_.add_port("eth4", "0000:05:00.0");
-  EXPECT_EQ(get_all_eth_devices_info(), 0);
-  ASSERT_EQ(device_records().size(), 5U);
-  for (int i = 0; i < 5; ++i) {
-    EXPECT_STREQ(qorx_eth_device_mapping[i].model, i < 4 ? "WMX-LH53" : "");
-  }
-}
-
-TEST_F(BridgedModule, APortWhoseOwnFunctionIsTheModuleIsMarkedByTheScan) {
-  machine_.add_port("eth0", "0000:01:00.0", kModule).add_port("eth1", "0000:01:00.1");
-  EXPECT_EQ(get_all_eth_devices_info(), 0);
-  EXPECT_STREQ(qorx_eth_device_mapping[0].panel_name, "N/A");
-  EXPECT_STREQ(qorx_eth_device_mapping[1].panel_name, "");
+TEST_F(BridgedModule, SeveralPortsBehindOneBridgeAreAllMarkedByTheScan) {
+  machine_.add_function("0000:01:00.0", bridge_config(kModule, 0x40))
+      .add_port("eth0", "0000:01:00.0/0000:02:00.0")
+      .add_port("eth1", "0000:01:00.0/0000:02:00.1")
+      .add_port("eth2", "0000:05:00.0")
+      .add_port("eth3", "0000:06:00.0", kModule);
+  EXPECT_EQ(scanned(&DeviceRecord::model), (Texts{"WMX-LH53", "WMX-LH53", "", "WMX-LH53"}));
+  EXPECT_EQ(texts_of(device_records(), &DeviceRecord::panel_name), (Texts{"N/A", "N/A", "", "N/A"}));
 }
 
 TEST_F(BridgedModule, ASecondScanReadsTheMachineAgain) {
   machine_.add_port("eth0", "0000:01:00.0/0000:02:00.0");
-  EXPECT_EQ(get_all_eth_devices_info(), 0);
-  EXPECT_STREQ(qorx_eth_device_mapping[0].model, "");
+  EXPECT_EQ(scanned(&DeviceRecord::model), Texts{""});
   machine_.add_function("0000:01:00.0", bridge_config(kModule, 0x40));
   clear_tables();
-  EXPECT_EQ(get_all_eth_devices_info(), 0);
-  EXPECT_STREQ(qorx_eth_device_mapping[0].model, "WMX-LH53");
+  EXPECT_EQ(scanned(&DeviceRecord::model), Texts{"WMX-LH53"});
 }
 
 // A storage controller's private domain repeats its own address: the same numbers, another function.
 TEST_F(BridgedModule, AnAddressInAnotherDomainSaysNothingOfDomainZero) {
   machine_.add_function("0000:00:0e.0", endpoint_config(kModule));
   machine_.add_port("eth0", "0000:00:0e.0/pci10000:00/10000:00:0e.0");
-  EXPECT_EQ(get_all_eth_devices_info(), 0);
-  EXPECT_STREQ(qorx_eth_device_mapping[0].model, "WMX-LH53");
+  EXPECT_EQ(scanned(&DeviceRecord::model), Texts{"WMX-LH53"});
 }
 
 }  // namespace

@@ -8,7 +8,7 @@
 #include <vector>
 
 #include "base/bounded_text.h"
-#include "tests/support/library.h"
+#include "tests/support/rows.h"
 
 namespace qorx::test {
 namespace {
@@ -16,248 +16,189 @@ namespace {
 constexpr std::uint32_t kX710 = 0x1572;
 constexpr std::uint32_t kXl710 = 0x1583;
 constexpr std::uint32_t kX710Copper = 0x1589;
+constexpr std::uint32_t kI350 = 0x1521;
 constexpr int kFlagBefore = 9;
 
-class SubsystemHook : public testing::Test {
- protected:
-  void SetUp() override { reset_library(); }
+// What the hook reads of a port, in the order of the functions of one device; and what it may write.
+struct Port {
+  int bus;
+  std::uint32_t device_id;
+  std::uint32_t subsys_device_id;
+  std::string model = "";
+  int feature = 0;
+  int flag = kFlagBefore;
+  std::uint32_t vendor_id = 0x8086;
+};
 
-  static DeviceRecord& port(int bus, int fun, std::uint32_t device_id, std::uint32_t subsys_device_id,
-                            const char* model = "", int feature = 0) {
-    DeviceRecord& record = add_device("eth");
-    record.bus = static_cast<std::uint8_t>(bus);
-    record.fun = static_cast<std::uint8_t>(fun);
-    record.vendor_id = 0x8086;
-    record.device_id = device_id;
-    record.subsys_device_id = subsys_device_id;
-    record.feature = static_cast<std::uint8_t>(feature);
-    record.bypass_ctrl_flag = kFlagBefore;
-    copy_text(record.model, model);
-    return record;
-  }
-
-  // A bypass port of the controller whose flag stays on the lowest bus.
-  static DeviceRecord& bypass_port(int bus, int i2c_bus, int switch1, int switch2, int segment, int flag = 1) {
-    DeviceRecord& record = port(bus, 0, 0x125B, 0x3043);
-    record.bypass_bus = static_cast<std::uint8_t>(i2c_bus);
-    record.bypass_switch1 = static_cast<std::uint8_t>(switch1);
-    record.bypass_switch2 = static_cast<std::uint8_t>(switch2);
-    record.mcu_segment = static_cast<std::uint8_t>(segment);
-    record.bypass_ctrl_flag = static_cast<std::uint8_t>(flag);
-    return record;
-  }
-
-  static std::vector<int> flags() {
-    std::vector<int> result;
-    for (const DeviceRecord& record : device_records()) {
-      result.push_back(record.bypass_ctrl_flag);
-    }
-    return result;
-  }
-
-  static void expect_port(std::size_t index, const char* model, int feature, int flag) {
-    SCOPED_TRACE(index);
-    EXPECT_STREQ(qorx_eth_device_mapping[index].model, model);
-    EXPECT_EQ(qorx_eth_device_mapping[index].feature, feature);
-    EXPECT_EQ(qorx_eth_device_mapping[index].bypass_ctrl_flag, flag);
+struct Result {
+  std::string model;
+  int feature = 0;
+  int flag = kFlagBefore;
+  bool operator==(const Result&) const = default;
+  friend void PrintTo(const Result& result, std::ostream* out) {
+    *out << '"' << result.model << "\" feature " << result.feature << " flag " << result.flag;
   }
 };
 
-TEST_F(SubsystemHook, OnlyTheFirstPortCarriesOnePps) {
-  port(3, 0, kX710, 0x3031, "X710_FI", QORX_FEATURE_1PPS);
-  for (int fun = 1; fun < 4; ++fun) {
-    port(3, fun, kX710, 0);
-  }
-  post_subsystem_id_general_hook();
-  expect_port(0, "X710_FI", QORX_FEATURE_1PPS, kFlagBefore);
-  for (std::size_t i = 1; i < 4; ++i) {
-    expect_port(i, "X710_FI", QORX_FEATURE_NA, kFlagBefore);
-  }
-}
+using Ports = std::vector<Port>;
+using Results = std::vector<Result>;
 
-TEST_F(SubsystemHook, AnyOtherFeatureIsShared) {
-  for (const std::uint32_t device_id : {kX710, kXl710, kX710Copper}) {
-    SCOPED_TRACE(device_id);
-    reset_library();
-    port(3, 0, device_id, 0x2050, "WMX-6997", QORX_FEATURE_NA);
-    for (int fun = 1; fun < 4; ++fun) {
-      port(3, fun, device_id, 0);
-    }
-    post_subsystem_id_general_hook();
-    for (std::size_t i = 0; i < 4; ++i) {
-      expect_port(i, "WMX-6997", QORX_FEATURE_NA, kFlagBefore);
-    }
+void add_ports(const Ports& ports) {
+  int fun = 0;
+  for (const Port& port : ports) {
+    DeviceRecord& record = add_device("eth");
+    record.bus = static_cast<std::uint8_t>(port.bus);
+    record.fun = static_cast<std::uint8_t>(fun++);
+    record.vendor_id = port.vendor_id;
+    record.device_id = port.device_id;
+    record.subsys_device_id = port.subsys_device_id;
+    record.feature = static_cast<std::uint8_t>(port.feature);
+    record.bypass_ctrl_flag = static_cast<std::uint8_t>(port.flag);
+    copy_text(record.model, port.model);
   }
 }
 
-TEST_F(SubsystemHook, OfABypassCardsPortsTheEvenOnesCarryTheControl) {
-  port(3, 0, kX710, 0x0027, "WMX-6264", QORX_FEATURE_A_BYPASS);
-  for (int fun = 1; fun < 4; ++fun) {
-    port(3, fun, kX710, 0);
+Results corrected() {
+  EXPECT_EQ(printed_by(post_subsystem_id_general_hook), "");
+  Results results;
+  for (const DeviceRecord& record : device_records()) {
+    results.push_back({record.model, record.feature, record.bypass_ctrl_flag});
   }
-  post_subsystem_id_general_hook();
-  expect_port(0, "WMX-6264", QORX_FEATURE_A_BYPASS, kFlagBefore);
-  expect_port(1, "WMX-6264", QORX_FEATURE_A_BYPASS, 0);
-  expect_port(2, "WMX-6264", QORX_FEATURE_A_BYPASS, 1);
-  expect_port(3, "WMX-6264", QORX_FEATURE_A_BYPASS, 0);
+  return results;
 }
 
-TEST_F(SubsystemHook, OtherControllersShareNothing) {
-  struct Case {
-    std::uint32_t vendor_id;
-    std::uint32_t device_id;
-  };
-  for (const Case& c : {Case{0x8086, 0x1521}, Case{0x8086, 0x1573}, Case{0x15B3, kX710}, Case{0x8086, 0x10000}}) {
-    SCOPED_TRACE(c.device_id);
-    reset_library();
-    port(3, 0, c.device_id, 0x2050, "WMX-6997", QORX_FEATURE_NA).vendor_id = c.vendor_id;
-    port(3, 1, c.device_id, 0).vendor_id = c.vendor_id;
-    post_subsystem_id_general_hook();
-    expect_port(1, "", QORX_FEATURE_NONE, kFlagBefore);
-  }
+struct Sharing {
+  std::string_view rule;
+  Ports ports;
+  Results results;
+};
+
+class SubsystemHook : public RowTest<Sharing> {};
+
+TEST_P(SubsystemHook, Corrects) {
+  add_ports(row().ports);
+  EXPECT_EQ(corrected(), row().results);
 }
 
-TEST_F(SubsystemHook, APortWithoutAnIdSharesNothing) {
-  port(3, 0, kX710, 0, "model", QORX_FEATURE_POE);
-  port(3, 1, kX710, 0);
-  post_subsystem_id_general_hook();
-  expect_port(1, "", QORX_FEATURE_NONE, kFlagBefore);
+const Port kFirst{3, kX710, 0x2050, "WMX-6997", 8};
+const Port kPlain{3, kX710, 0};
+const Result kShared{"WMX-6997", 8};
+const Result kNothing{""};
+
+Sharing both(std::string_view rule, std::uint32_t device_id) {
+  return {rule, {{3, device_id, 0x2050, "WMX-6997", 8}, {3, device_id, 0}}, {kShared, kShared}};
 }
 
-TEST_F(SubsystemHook, TheLookAheadIsThreePorts) {
-  port(3, 0, kX710, 0x2050, "WMX-6997", QORX_FEATURE_NA);
-  for (int fun = 1; fun < 5; ++fun) {
-    port(3, fun, kX710, 0);
-  }
-  post_subsystem_id_general_hook();
-  expect_port(3, "WMX-6997", QORX_FEATURE_NA, kFlagBefore);
-  expect_port(4, "", QORX_FEATURE_NONE, kFlagBefore);
+// Of two ports of this controller the second gets nothing from the first.
+Sharing none(std::string_view rule, std::uint32_t device_id, std::uint32_t vendor_id = 0x8086) {
+  return {
+      rule,
+      {{3, device_id, 0x2050, "WMX-6997", 8, kFlagBefore, vendor_id}, {3, device_id, 0, "", 0, kFlagBefore, vendor_id}},
+      {kShared, kNothing}};
 }
 
-TEST_F(SubsystemHook, AnotherControllerOrBusEndsTheLookAhead) {
-  for (const bool other_bus : {false, true}) {
-    SCOPED_TRACE(other_bus);
-    reset_library();
-    port(3, 0, kX710, 0x2050, "WMX-6997", QORX_FEATURE_NA);
-    port(other_bus ? 4 : 3, 1, other_bus ? kX710 : kXl710, 0);
-    port(3, 2, kX710, 0);
-    post_subsystem_id_general_hook();
-    expect_port(1, "", QORX_FEATURE_NONE, kFlagBefore);
-    expect_port(2, "", QORX_FEATURE_NONE, kFlagBefore);
-  }
-}
+QORX_ROWS(SubsystemHook, both("two ports of the X710 share", kX710), both("two ports of the XL710 share", kXl710),
+          both("two ports of the X710 for copper share", kX710Copper), none("the I350 shares nothing", kI350),
+          none("a neighbouring device id shares nothing", 0x1573), none("another vendor shares nothing", kX710, 0x15B3),
+          none("an unknown controller shares nothing", QORX_ID_UNKNOWN),
+          Sharing{"only the first port carries 1pps",
+                  {{3, kX710, 0x3031, "X710_FI", 32}, kPlain, kPlain, kPlain},
+                  {{"X710_FI", 32}, {"X710_FI", 8}, {"X710_FI", 8}, {"X710_FI", 8}}},
+          Sharing{"of a bypass card's ports the even ones carry the control",
+                  {{3, kX710, 0x0027, "WMX-6264", 2}, kPlain, kPlain, kPlain},
+                  {{"WMX-6264", 2}, {"WMX-6264", 2, 0}, {"WMX-6264", 2, 1}, {"WMX-6264", 2, 0}}},
+          Sharing{"a port without an id shares nothing", {{3, kX710, 0, "model", 1}, kPlain}, {{"model", 1}, kNothing}},
+          Sharing{"the look-ahead is three ports",
+                  {kFirst, kPlain, kPlain, kPlain, kPlain},
+                  {kShared, kShared, kShared, kShared, kNothing}},
+          Sharing{"another controller ends it", {kFirst, {3, kXl710, 0}, kPlain}, {kShared, kNothing, kNothing}},
+          Sharing{"another bus ends it", {kFirst, {4, kX710, 0}, kPlain}, {kShared, kNothing, kNothing}},
+          // The last port hears the second one, which speaks after the first.
+          Sharing{"a port with its own id is left alone and passed by",
+                  {kFirst, {3, kX710, 1, "own", 1}, kPlain},
+                  {kShared, {"own", 1}, {"own", 1}}},
+          Sharing{"an unknown id is an id of its own",
+                  {kFirst, {3, kX710, QORX_ID_UNKNOWN, "unknown"}},
+                  {kShared, {"unknown"}}},
+          // The last port has the flag from the first port, model and feature from the third.
+          Sharing{"what was written takes part in its own turn",
+                  {{3, kX710, 0x0027, "WMX-6264", 2}, kPlain, kFirst, kPlain},
+                  {{"WMX-6264", 2}, {"WMX-6264", 2, 0}, kShared, {"WMX-6997", 8, 0}}},
+          Sharing{"the onboard E822 has no bypass on the controller 1898", {{3, 0x1898, 0x3037, "E", 2}}, {{"E", 8}}},
+          Sharing{"nor on the controller 1892", {{3, 0x1892, 0x3037, "E", 2}}, {{"E", 8}}},
+          Sharing{"it has on any other controller", {{3, 0x1897, 0x3037, "E", 2}}, {{"E", 2}}},
+          Sharing{"and on another vendor's controller", {{3, 0x1898, 0x3037, "E", 2, kFlagBefore, 0x8087}}, {{"E", 2}}},
+          Sharing{"another card on that controller keeps its bypass", {{3, 0x1898, 0x3036, "E", 2}}, {{"E", 2}}},
+          Sharing{"an empty table is fine", {}, {}});
 
-TEST_F(SubsystemHook, APortWithItsOwnIdIsLeftAloneAndPassedBy) {
-  port(3, 0, kX710, 0x2050, "WMX-6997", QORX_FEATURE_NA);
-  port(3, 1, kX710, 0x0001, "own", QORX_FEATURE_POE);
-  port(3, 2, kX710, 0);
-  post_subsystem_id_general_hook();
-  expect_port(1, "own", QORX_FEATURE_POE, kFlagBefore);
-  // The port before it speaks last, in its own turn.
-  expect_port(2, "own", QORX_FEATURE_POE, kFlagBefore);
-}
+using SubsystemHookTable = LibraryTest;
 
-TEST_F(SubsystemHook, AnUnknownIdIsAnIdOfItsOwn) {
-  port(3, 0, kX710, 0x2050, "WMX-6997", QORX_FEATURE_NA);
-  port(3, 1, kX710, QORX_ID_UNKNOWN, "unknown", QORX_FEATURE_NONE);
-  post_subsystem_id_general_hook();
-  expect_port(1, "unknown", QORX_FEATURE_NONE, kFlagBefore);
-}
-
-TEST_F(SubsystemHook, TheRecordBehindTheLastOneIsNotAPort) {
-  port(3, 0, kX710, 0x2050, "WMX-6997", QORX_FEATURE_NA);
-  port(3, 1, kX710, 0);
+TEST_F(SubsystemHookTable, TheRecordBehindTheLastOneIsNotAPort) {
+  add_ports({kFirst, kPlain});
   qorx_system_environment_info.eth_device_number = 1;
   std::memset(&qorx_eth_device_mapping[1], 0, sizeof qorx_eth_device_mapping[1]);
-  post_subsystem_id_general_hook();
-  expect_port(1, "", 0, 0);
+  EXPECT_EQ(corrected(), Results{kShared});
+  EXPECT_STREQ(qorx_eth_device_mapping[1].model, "");
 }
 
-TEST_F(SubsystemHook, AFullTableEndsWithItsLastRecord) {
-  for (std::size_t i = 0; i < kMaxRecords - 2; ++i) {
-    port(2, 0, 0x1521, 0);
+TEST_F(SubsystemHookTable, AFullTableEndsWithItsLastRecord) {
+  Ports ports(kMaxRecords - 2, Port{2, kI350, 0});
+  ports.insert(ports.end(), {kFirst, kPlain});
+  add_ports(ports);
+  EXPECT_EQ(corrected().back(), kShared);
+}
+
+// A bypass port of the controller of which only the ports on the lowest bus keep the flag.
+struct BypassPort {
+  int bus;
+  int i2c_bus;
+  int switch1;
+  int switch2;
+  int segment;
+  int flag = 1;
+  std::uint32_t subsys_device_id = 0x3043;
+};
+
+struct OneController {
+  std::string_view rule;
+  std::vector<BypassPort> ports;
+  std::vector<int> flags;
+};
+
+class LowestBus : public RowTest<OneController> {};
+
+TEST_P(LowestBus, KeepsTheFlag) {
+  for (const BypassPort& port : row().ports) {
+    add_ports({{port.bus, 0x125B, port.subsys_device_id, "", 0, port.flag}});
+    DeviceRecord& record = device_records().back();
+    record.bypass_bus = static_cast<std::uint8_t>(port.i2c_bus);
+    record.bypass_switch1 = static_cast<std::uint8_t>(port.switch1);
+    record.bypass_switch2 = static_cast<std::uint8_t>(port.switch2);
+    record.mcu_segment = static_cast<std::uint8_t>(port.segment);
   }
-  port(3, 0, kX710, 0x2050, "WMX-6997", QORX_FEATURE_NA);
-  port(3, 1, kX710, 0);
-  post_subsystem_id_general_hook();
-  expect_port(511, "WMX-6997", QORX_FEATURE_NA, kFlagBefore);
-}
-
-TEST_F(SubsystemHook, TheOnboardE822HasNoBypassOnTwoControllers) {
-  struct Case {
-    std::uint32_t vendor_id;
-    std::uint32_t device_id;
-    std::uint32_t subsys_device_id;
-    int feature;
-  };
-  for (const Case& c :
-       {Case{0x8086, 0x1898, 0x3037, QORX_FEATURE_NA}, Case{0x8086, 0x1892, 0x3037, QORX_FEATURE_NA},
-        Case{0x8086, 0x1897, 0x3037, QORX_FEATURE_A_BYPASS}, Case{0x8087, 0x1898, 0x3037, QORX_FEATURE_A_BYPASS},
-        Case{0x8086, 0x1898, 0x3036, QORX_FEATURE_A_BYPASS}}) {
-    SCOPED_TRACE(c.device_id);
-    reset_library();
-    port(3, 0, c.device_id, c.subsys_device_id, "E822_FI_CO", QORX_FEATURE_A_BYPASS).vendor_id = c.vendor_id;
-    post_subsystem_id_general_hook();
-    expect_port(0, "E822_FI_CO", c.feature, kFlagBefore);
+  std::vector<int> flags;
+  for (const Result& result : corrected()) {
+    flags.push_back(result.flag);
   }
+  EXPECT_EQ(flags, row().flags);
 }
 
-TEST_F(SubsystemHook, OfPortsOnOneBypassControllerTheLowestBusKeepsTheFlag) {
-  bypass_port(3, 1, 255, 255, 1);
-  bypass_port(5, 1, 255, 255, 1);
-  bypass_port(4, 1, 255, 255, 1);
-  post_subsystem_id_general_hook();
-  EXPECT_EQ(flags(), (std::vector<int>{1, 0, 0}));
-}
-
-TEST_F(SubsystemHook, PortsOnTheSameLowestBusKeepIt) {
-  bypass_port(3, 1, 255, 255, 1);
-  bypass_port(3, 1, 255, 255, 1);
-  bypass_port(0xFF, 1, 255, 255, 1);
-  post_subsystem_id_general_hook();
-  EXPECT_EQ(flags(), (std::vector<int>{1, 1, 0}));
-}
-
-TEST_F(SubsystemHook, AnyDifferenceInTheAddressIsAnotherController) {
-  bypass_port(3, 1, 2, 3, 4);
-  bypass_port(5, 9, 2, 3, 4);
-  bypass_port(5, 1, 9, 3, 4);
-  bypass_port(5, 1, 2, 9, 4);
-  bypass_port(5, 1, 2, 3, 9);
-  bypass_port(5, 1, 2, 3, 4);
-  post_subsystem_id_general_hook();
-  EXPECT_EQ(flags(), (std::vector<int>{1, 1, 1, 1, 1, 0}));
-}
-
-TEST_F(SubsystemHook, APortOnALowerBusCountsWhateverItIs) {
-  port(2, 0, 0x1521, 0x1234);  // all its bypass fields are 0
-  bypass_port(5, 0, 0, 0, 0);
-  post_subsystem_id_general_hook();
-  EXPECT_EQ(flags(), (std::vector<int>{kFlagBefore, 0}));
-}
-
-TEST_F(SubsystemHook, OnlyASetFlagOfThatControllerIsCleared) {
-  bypass_port(3, 1, 255, 255, 1, 0);
-  bypass_port(5, 1, 255, 255, 1, 2);
-  bypass_port(6, 1, 255, 255, 1).subsys_device_id = 0x3042;
-  bypass_port(7, 1, 255, 255, 1);
-  post_subsystem_id_general_hook();
-  EXPECT_EQ(flags(), (std::vector<int>{0, 2, 1, 0}));
-}
-
-TEST_F(SubsystemHook, WhatWasWrittenTakesPartInItsOwnTurn) {
-  port(3, 0, kX710, 0x0027, "WMX-6264", QORX_FEATURE_A_BYPASS);
-  port(3, 1, kX710, 0);
-  port(3, 2, kX710, 0x2050, "WMX-6997", QORX_FEATURE_NA);
-  port(3, 3, kX710, 0);
-  post_subsystem_id_general_hook();
-  expect_port(1, "WMX-6264", QORX_FEATURE_A_BYPASS, 0);
-  expect_port(3, "WMX-6997", QORX_FEATURE_NA, 0);  // the first port's flag, the third one's model and feature
-}
-
-TEST_F(SubsystemHook, AnEmptyTableIsFine) {
-  EXPECT_EQ(printed_by(post_subsystem_id_general_hook), "");
-}
+QORX_ROWS(
+    LowestBus,
+    OneController{
+        "only the lowest of several buses", {{3, 1, 255, 255, 1}, {5, 1, 255, 255, 1}, {4, 1, 255, 255, 1}}, {1, 0, 0}},
+    OneController{
+        "all ports on the lowest bus", {{3, 1, 255, 255, 1}, {3, 1, 255, 255, 1}, {255, 1, 255, 255, 1}}, {1, 1, 0}},
+    OneController{
+        "any difference in the address is another controller",
+        {{3, 1, 2, 3, 4}, {5, 9, 2, 3, 4}, {5, 1, 9, 3, 4}, {5, 1, 2, 9, 4}, {5, 1, 2, 3, 9}, {5, 1, 2, 3, 4}},
+        {1, 1, 1, 1, 1, 0}},
+    OneController{"a port on a lower bus counts whatever it is",
+                  {{2, 0, 0, 0, 0, kFlagBefore, 0x1234}, {5, 0, 0, 0, 0}},
+                  {kFlagBefore, 0}},
+    OneController{"only a set flag of that controller is cleared",
+                  {{3, 1, 255, 255, 1, 0}, {5, 1, 255, 255, 1, 2}, {6, 1, 255, 255, 1, 1, 0x3042}, {7, 1, 255, 255, 1}},
+                  {0, 2, 1, 0}});
 
 }  // namespace
 }  // namespace qorx::test
