@@ -25,8 +25,8 @@ struct Joining {
 class ConfirmedNames : public RowTest<Joining> {};
 
 TEST_P(ConfirmedNames, AreJoined) {
-  const SlotRecord& slot = add_slot("Slot");
-  DeviceRecord& port = add_device("eth0", "Slot", kSlot);
+  const SlotRecord& slot = add_slot("S");
+  DeviceRecord& port = add_device("eth0", "S", kSlot);
   copy_text(port.model, "WMX-1813/2848/8655");
   for (const std::string& name : row().names) {
     copy_text(port.module_names[port.module_name_count++], name);
