@@ -1,0 +1,152 @@
+"""Debian's packages, downloaded and unpacked into a cache, never installed: the guests' kernels and busybox."""
+
+import fcntl
+import os
+import re
+import shutil
+import subprocess
+import tarfile
+import tempfile
+from contextlib import contextmanager
+from pathlib import Path
+
+
+class NotAvailable(Exception):
+    """Why something that a guest needs can't be had here."""
+
+
+def cache_folder():
+    base = os.environ.get("XDG_CACHE_HOME") or Path.home() / ".cache"
+    return Path(base) / "qorx" / "real_kernel"
+
+
+@contextmanager
+def locked(folder):
+    folder.mkdir(parents=True, exist_ok=True)
+    with open(folder / "lock", "w", encoding="ascii") as lock:
+        fcntl.flock(lock, fcntl.LOCK_EX)
+        yield
+
+
+def output_of(command, folder, reason):
+    try:
+        done = subprocess.run(command, cwd=folder, stdin=subprocess.DEVNULL, capture_output=True, text=True, timeout=600)
+    except (OSError, subprocess.TimeoutExpired) as problem:
+        raise NotAvailable(f"{reason}: {problem}") from problem
+    if done.returncode != 0:
+        raise NotAvailable(f"{reason}: {(done.stderr.strip() or done.stdout.strip())[-400:]}")
+    return done.stdout
+
+
+class Apt:
+    """apt for one architecture. The machine's own lists serve where they have it; else lists of our own are fetched."""
+
+    def __init__(self, architecture, folder):
+        self.architecture = architecture
+        self.folder = folder
+        self.options = []
+
+    def use_own_lists(self):
+        state = self.folder / f"apt-{self.architecture}"
+        for part in ("lists/partial", "cache/archives/partial"):
+            (state / part).mkdir(parents=True, exist_ok=True)
+        self.options = [
+            "-o", f"APT::Architecture={self.architecture}", "-o", f"APT::Architectures::={self.architecture}",
+            "-o", f"Dir::State::lists={state}/lists", "-o", f"Dir::Cache={state}/cache",
+            "-o", "Dir::State::status=/dev/null", "-o", "APT::Sandbox::User="]
+        output_of(["apt-get", *self.options, "-q", "update"], self.folder, "apt-get update")
+
+    def run(self, program, *words):
+        return output_of([program, *self.options, *words], self.folder, f"{program} {' '.join(words)}")
+
+    def kernel_package(self):
+        depends = self.run("apt-cache", "depends", f"linux-image-{self.architecture}")
+        found = re.search(r"Depends: (linux-image-\d\S+)", depends)
+        if not found:
+            raise NotAvailable(f"apt knows no linux-image-{self.architecture}")
+        return found[1]
+
+    def download(self, package):
+        """-> the package's file in the folder."""
+        self.run("apt-get", "-q", "download", package)
+        return next(self.folder.glob(f"{package}_*.deb"))
+
+
+def content_of(package):
+    """The package's files as an archive that can be read at any place."""
+    unpacked = tempfile.TemporaryFile(dir=package.parent)
+    subprocess.run(["dpkg-deb", "--fsys-tarfile", package], stdout=unpacked, check=True)
+    unpacked.seek(0)
+    return tarfile.open(fileobj=unpacked)
+
+
+def module_name(path):
+    return Path(path).name.removesuffix(".ko").replace("-", "_")
+
+
+def needed_by(module):
+    """The names of the modules that a module's content says it needs."""
+    found = re.search(rb"\0depends=([^\0]*)\0", module)
+    return [name.replace("-", "_") for name in found[1].decode("ascii").split(",") if name] if found else []
+
+
+def unpack_kernel(package, modules, folder):
+    """Takes the kernel and these modules, with all that they need; "modules" lists them in loading order."""
+    with content_of(package) as archive:
+        files = {member.name: member for member in archive if member.isfile()}
+        objects = {module_name(name): name for name in files if name.endswith(".ko")}
+        order = []
+
+        def take(name):
+            if name in order or name not in objects:
+                return
+            content = archive.extractfile(files[objects[name]]).read()
+            for other in needed_by(content):
+                take(other)
+            order.append(name)
+            (folder / f"{name}.ko").write_bytes(content)
+
+        for name in modules:
+            take(name)
+        kernel = next(name for name in files if name.startswith("./boot/vmlinuz"))
+        (folder / "vmlinuz").write_bytes(archive.extractfile(files[kernel]).read())
+    (folder / "modules").write_text("".join(name + "\n" for name in order), encoding="ascii")
+
+
+def unpack_busybox(package, folder):
+    with content_of(package) as archive:
+        (folder / "busybox").write_bytes(archive.extractfile("./bin/busybox").read())
+
+
+def fetch(architecture, modules, folder):
+    """Fills the folder with a kernel, its modules and a busybox for the architecture."""
+    with tempfile.TemporaryDirectory(dir=folder.parent) as work:
+        apt = Apt(architecture, Path(work))
+        try:
+            kernel = apt.kernel_package()
+            files = apt.download(kernel), apt.download("busybox-static")
+        except NotAvailable:
+            apt.use_own_lists()
+            kernel = apt.kernel_package()
+            files = apt.download(kernel), apt.download("busybox-static")
+        made = Path(work) / "made"
+        made.mkdir()
+        unpack_kernel(files[0], modules, made)
+        unpack_busybox(files[1], made)
+        (made / "package").write_text(files[0].name + "\n", encoding="ascii")
+        shutil.rmtree(folder, ignore_errors=True)
+        made.rename(folder)
+
+
+def kernel_folder(architecture, modules):
+    """-> a folder with vmlinuz, busybox and the modules that there are of these, fetched where it isn't there yet."""
+    if not shutil.which("apt-get") or not shutil.which("dpkg-deb"):
+        raise NotAvailable("no Debian kernel: there is no apt-get or no dpkg-deb")
+    folder = cache_folder() / architecture
+    wanted = "".join(name + "\n" for name in modules)
+    with locked(cache_folder()):
+        recorded = folder / "wanted"
+        if not recorded.exists() or recorded.read_text(encoding="ascii") != wanted:
+            fetch(architecture, modules, folder)
+            recorded.write_text(wanted, encoding="ascii")
+    return folder

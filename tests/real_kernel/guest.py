@@ -1,0 +1,142 @@
+"""The initramfs of a guest: busybox, qorx, and an /init that runs the stories and sends back what they left."""
+
+import gzip
+import os
+import shlex
+import stat
+from pathlib import Path
+
+# Loaded one after the other in this order, so the interfaces get their names in it.
+MODULES = ("e1000e", "e1000", "virtio_pci", "virtio_net", "xhci_pci", "cdc_ether", "i2c_i801")
+
+# Loaded by the stories.
+STORY_MODULES = ("8021q", "bridge", "bonding", "dummy", "i2c_stub", "inv_mpu6050_i2c")
+
+
+class Archive:
+    """A cpio archive in the format "newc", built in memory."""
+
+    def __init__(self):
+        self.parts = []
+        self.number = 0
+
+    def add(self, path, mode, content=b""):
+        name = path.encode("ascii") + b"\0"
+        self.number += 1
+        fields = (self.number, mode, 0, 0, 1, 0, len(content), 0, 0, 0, 0, len(name), 0)
+        header = b"070701" + b"".join(b"%08X" % value for value in fields)
+        for part in (header + name, content):
+            self.parts.append(part + bytes(-len(part) % 4))
+
+    def folder(self, path):
+        self.add(path, stat.S_IFDIR | 0o755)
+
+    def file(self, path, content, mode=0o644):
+        self.add(path, stat.S_IFREG | mode, content)
+
+    def packed(self):
+        self.add("TRAILER!!!", 0)
+        return gzip.compress(b"".join(self.parts), compresslevel=1)
+
+
+INIT = """\
+#!/bin/busybox sh
+PATH=/bin:/sbin:/usr/bin:/usr/sbin
+export PATH
+/bin/busybox mkdir -p /usr/bin /usr/sbin /proc /sys /dev /tmp
+/bin/busybox --install -s /bin
+mount -t devtmpfs none /dev
+mount -t proc none /proc
+mount -t sysfs none /sys
+chmod 1777 /tmp
+for module in {modules}; do insmod /modules/$module.ko || echo "can't load $module"; done
+
+# USB adapters come when the bus has been looked through.
+count() {{ set -- /sys/class/net/*/device; [ -e "$1" ] || shift; echo $#; }}
+for try in $(seq 300); do
+  [ "$(count)" -lt {interfaces} ] || break
+  sleep 0.1
+done
+[ "$(count)" -eq {interfaces} ] || echo "found $(count) interfaces instead of {interfaces}"
+
+exec 3>{results}
+stty raw -F {results}
+tell() {{ echo "$*" >&3; }}
+story() {{ story=$1; mkdir -p /out/$story; cd /stories/$story; tell story $story; }}
+step() {{
+  timeout -s KILL {step_limit} sh -c "$2" >/out/$story/$1.out 2>&1 </dev/null
+  echo $? >/out/$story/$1.status
+}}
+tell ready
+. /stories/run
+dmesg >/out/dmesg
+tell archive
+tar -c -C /out . | gzip -1 >&3
+sync
+poweroff -f
+"""
+
+
+def script(stories):
+    """The commands of the stories, as a piece of shell."""
+    lines = []
+    for name, steps in stories.items():
+        lines.append(f"story {name}")
+        lines += [f"step {number} {shlex.quote(step.command)}" for number, step in enumerate(steps)]
+    return "".join(line + "\n" for line in lines)
+
+
+def modules_in(folder, wanted):
+    """The modules of the folder that these need, in loading order."""
+    from debian_packages import needed_by      # the same rule by which they were unpacked
+    order = []
+
+    def take(name):
+        path = folder / f"{name}.ko"
+        if name in order or not path.exists():
+            return
+        for other in needed_by(path.read_bytes()):
+            take(other)
+        order.append(name)
+
+    for name in wanted:
+        take(name)
+    return order
+
+
+def shared_libraries(program):
+    """The libraries that a program of this machine loads."""
+    import subprocess
+    listed = subprocess.run(["ldd", program], capture_output=True, text=True, check=False).stdout
+    return {word for line in listed.splitlines() for word in line.split() if word.startswith("/")}
+
+
+def initramfs(kernel, programs, stories, files, *, interfaces, results, step_limit, extra=""):
+    """programs: {path in the guest: file}; files: {file in the folder of every story: content}."""
+    archive = Archive()
+    for folder in ("bin", "sbin", "usr", "usr/bin", "usr/sbin", "etc", "modules", "stories", "out"):
+        archive.folder(folder)
+    made = {"bin", "sbin", "usr/bin"}
+    archive.file("bin/busybox", (kernel / "busybox").read_bytes(), 0o755)
+    for path, source in programs.items():
+        parent = os.path.dirname(path)
+        parts = parent.split("/")
+        for depth in range(1, len(parts) + 1):
+            folder = "/".join(parts[:depth])
+            if folder not in made:
+                made.add(folder)
+                archive.folder(folder)
+        archive.file(path, Path(source).read_bytes(), 0o755)
+    loaded = modules_in(kernel, MODULES)
+    for name in modules_in(kernel, MODULES + STORY_MODULES):
+        archive.file(f"modules/{name}.ko", (kernel / f"{name}.ko").read_bytes())
+    archive.file("etc/passwd", b"root::0:0::/:/bin/sh\nuser::1000:1000::/:/bin/sh\n")
+    archive.file("etc/group", b"root::0:\nuser::1000:\n")
+    for name in stories:
+        archive.add(f"stories/{name}", stat.S_IFDIR | 0o777)
+        for file, content in files.items():
+            archive.file(f"stories/{name}/{file}", content)
+    archive.file("stories/run", (script(stories) + extra).encode("ascii"))
+    init = INIT.format(modules=" ".join(loaded), interfaces=interfaces, results=results, step_limit=step_limit)
+    archive.file("init", init.encode("ascii"), 0o755)
+    return archive.packed()
