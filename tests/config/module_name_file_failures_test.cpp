@@ -1,132 +1,105 @@
 // The lines of the module name file, and what is wrong with some.
 #include <gtest/gtest.h>
-#include <signal.h>
-#include <sys/stat.h>
-#include <sys/wait.h>
-#include <unistd.h>
 
-#include <cstring>
-#include <filesystem>
-#include <fstream>
 #include <string>
-#include <vector>
 
-#include "config/stages.h"
+#include "base/bounded_text.h"
+#include "base/messages.h"
 #include "records/state.h"
-#include "tests/support/fake_machine.h"
-#include "tests/support/library.h"
-#include "tests/support/result_rows.h"
+#include "tests/support/user_files.h"
 
-namespace qorx {
+namespace qorx::test {
 namespace {
 
-using test::add_device;
-using test::FakeMachine;
-using test::row_of;
-using test::ToolRun;
+constexpr const char* kNoFeature = "can't find feature for WMX in F file line #";
+constexpr const char* kUnknownFeature = "Not supported feature for WMX in F line #";
 
-const std::string kFormatCode = "Error: QORX_ERR_CONF_FILE_FORMAT (0x81)\n";
-const std::string kOpenCode = "Error: QORX_ERR_OPEN_FILE (0x80)\n";
-const std::string kNoFeature = "can't find feature for WMX in wmx_name.cfg file line ";
-const std::string kUnknownFeature = "Not supported feature for WMX in wmx_name.cfg line ";
-const std::string kNoName = "Can't find WMX NAME in wmx_name.cfg\n";
+// A line of this many bytes with its line feed.
+std::string line_of(std::size_t bytes, const std::string& head, char filler) {
+  return head + std::string(bytes - head.size() - 1, filler) + "\n";
+}
 
-class ModuleNameFileLines : public ::testing::Test {
- protected:
-  void SetUp() override {
-    test::reset_library();
-    port_ = &add_device("eth0", "WMX Slot 1", 9);
-    std::strcpy(port_->model, "WMX-1813/2848/8655");
-  }
+using ModuleNameErrors = WrongFileTest;
 
-  int code_for(const std::string& text) {
-    path_ = machine_.user_file("wmx_name.cfg", text);
-    int code = 0;
-    printed_ = test::printed_by([&] { code = qorx_check_WMX_name_file(path_.c_str()); });
-    return code & 0xFF;
-  }
+TEST_P(ModuleNameErrors, AreRefused) {
+  expect_refused(kModuleNames, row());
+  expect_command_refused(kModuleNames, row());
+}
 
-  ToolRun run_on(const std::string& file, const std::vector<std::string>& options = {}) const {
-    std::vector<std::string> words{"-a", "-legacy", "-sys_WMX_cfg", file};
-    words.insert(words.end(), options.begin(), options.end());
-    return machine_.run(words);
-  }
+QORX_ROWS(ModuleNameErrors,
+          {"a file without data has no name",
+           kModuleNames.no_data,
+           {{""}, {"\n"}, {"# only\n# comments"}, {" \t\r\n#\n"}}},
+          {"a data line needs a feature",
+           kNoFeature,
+           {{"WMX-2848\n", 1}, {"# c\n\nWMX-2848   \n", 3}, {"WMX-2848 POE\nWMX-8655", 2}}},
+          {"a tab parts no fields", kNoFeature, {{"WMX-2848\tPOE\n", 1}}},
+          {"a tab is part of a feature", kUnknownFeature, {{"WMX-2848 \tPOE\n", 1}, {"WMX-2848 POE\tPOE\n", 1}}},
+          {"other words are no features", kUnknownFeature,
+           variants(2, "# c\nWMX-2848 ", {"A_BYPASS-C", "1PPS", "NCSI/1PPS", "poe", "na", "unknown", "#", "POE,"})},
+          {"the line feed of a line of 1024 bytes is a blank line",
+           kNoFeature,
+           {{line_of(1024, "#", 'x') + "WMX-2848\n", 3}}},
+          {"the pieces of a line of 3000 bytes are lines of their own",
+           kNoFeature,
+           {{line_of(3000, "#", 'x') + "WMX-2848 POE\n", 2}}},
+          {"a name of 2000 bytes has no feature", kNoFeature, {{"WMX-" + std::string(1996, 'n') + " POE\n", 1}}});
 
-  // Expects a file that confirms WMX-2848 with POE.
-  void expect_confirmed(const std::string& text) {
-    SCOPED_TRACE(text.substr(0, 100));
-    port_->module_name_count = 0;
-    port_->feature = 0;
-    EXPECT_EQ(code_for(text), 0);
-    EXPECT_EQ(printed_, "");
-    EXPECT_EQ(port_->module_name_count, 1);
-    EXPECT_STREQ(port_->module_names[0], "WMX-2848");
-    EXPECT_EQ(port_->feature, 0x01);
-  }
-
-  // Expects the command to end with the message.
-  void expect_failure(const std::string& text, const std::string& message) {
-    SCOPED_TRACE(text.substr(0, 100));
-    machine_.user_file("wmx_name.cfg", text);
-    const ToolRun run = run_on("wmx_name.cfg");
-    EXPECT_EQ(run.output, message + kFormatCode);
-    EXPECT_EQ(run.status, 0x81);
-  }
-
-  FakeMachine machine_;
-  DeviceRecord* port_ = nullptr;
-  std::string path_;
-  std::string printed_;
+struct Accepted {
+  std::string_view rule;
+  std::string text;
 };
 
-TEST_F(ModuleNameFileLines, BlanksTabsAndCarriageReturnsAroundALineDoNotMatter) {
-  expect_confirmed("# c\r\n\r\n \t# c\n \tWMX-2848 POE \t\r\n\t\n#");
+// A port whose candidates are confirmed.
+class ModuleNameLines : public RowTest<Accepted, UserFileTest> {
+ protected:
+  ModuleNameLines() { copy_text(port_.model, "WMX-1813/2848/8655"); }
+
+  DeviceRecord& port_ = add_device("eth0", "WMX Slot 1", 9);
+};
+
+TEST_P(ModuleNameLines, ConfirmWmx2848WithPoe) {
+  apply(kModuleNames, row().text);
+  expect_port(port_, {.feature = 0x01, .module_names = Texts{"WMX-2848"}});
 }
 
-TEST_F(ModuleNameFileLines, RunsOfBlanksCountAsOneAndFurtherFieldsAreIgnored) {
-  expect_confirmed("WMX-2848    POE   A_BYPASS # fitted by hand\n");
-}
+QORX_ROWS(ModuleNameLines,
+          {"blanks tabs and carriage returns around a line do not matter",
+           "# c\r\n\r\n \t# c\n \tWMX-2848 POE \t\r\n\t\n#"},
+          {"runs of blanks count as one and further fields are ignored",
+           "WMX-2848    POE   A_BYPASS # fitted by hand\n"},
+          {"the last line needs no line feed", "WMX-2848 POE"},
+          {"a line of 1023 bytes is one line", line_of(1023, "WMX-2848 POE ", 'x')},
+          {"a line of 1024 bytes may end with blanks", line_of(1024, "WMX-2848 POE", ' ')},
+          {"a line of 1024 bytes loses only its line feed", line_of(1024, "WMX-2848 POE ", 'x')});
 
-TEST_F(ModuleNameFileLines, TheLastLineNeedsNoLineFeed) {
-  expect_confirmed("WMX-2848 POE");
-}
+class ModuleNames : public UserFileTest {
+ protected:
+  ModuleNames() { copy_text(port_.model, "WMX-1813/2848/8655"); }
 
-TEST_F(ModuleNameFileLines, ALineOf1023BytesIsOneLine) {
-  expect_confirmed("WMX-2848 POE " + std::string(1009, 'x') + "\n");
-  expect_confirmed("WMX-2848 POE" + std::string(1011, ' ') + "\n");
-}
+  DeviceRecord& port_ = add_device("eth0", "WMX Slot 1", 9);
+};
 
-TEST_F(ModuleNameFileLines, TheLineFeedOfALineOf1024BytesIsABlankLine) {
-  expect_confirmed("WMX-2848 POE " + std::string(1010, 'x') + "\n");
-  EXPECT_EQ(code_for("#" + std::string(1022, 'x') + "\nWMX-2848\n"), 0x81);
-  EXPECT_EQ(printed_, "can't find feature for WMX in " + path_ + " file line 3\n");
-}
-
-TEST_F(ModuleNameFileLines, ThePiecesOfALineOf3000BytesAreLinesOfTheirOwn) {
-  EXPECT_EQ(code_for("#" + std::string(2998, 'x') + "\nWMX-2848 POE\n"), 0x81);
-  EXPECT_EQ(printed_, "can't find feature for WMX in " + path_ + " file line 2\n");
-}
-
-TEST_F(ModuleNameFileLines, LongNamesAreCutTo255CharactersAndRecordedOnce) {
+TEST_F(ModuleNames, LongNamesAreCutTo255CharactersAndRecordedOnce) {
   // Found by the number of the line before it, as it is of another family.
   for (const std::size_t length : {255U, 256U, 900U}) {
     SCOPED_TRACE(length);
-    port_->module_name_count = 0;
+    port_.module_name_count = 0;
     const std::string line = std::string(length, 'n') + " POE\n";
-    EXPECT_EQ(code_for("WMX-2848 POE\n" + line + line), 0);
-    ASSERT_EQ(port_->module_name_count, 2);
-    EXPECT_EQ(std::string(port_->module_names[1]), std::string(255, 'n'));
+    apply(kModuleNames, "WMX-2848 POE\n" + line + line);
+    expect_port(port_, {.module_names = Texts{"WMX-2848", std::string(255, 'n')}});
   }
 }
 
-TEST_F(ModuleNameFileLines, ANameOf2000BytesHasNoFeature) {
-  EXPECT_EQ(code_for("WMX-" + std::string(1996, 'n') + " POE\n"), 0x81);
-  EXPECT_EQ(printed_, "can't find feature for WMX in " + path_ + " file line 1\n");
+TEST_F(ModuleNames, ChangesBeforeAnErrorStay) {
+  EXPECT_EQ(read(kModuleNames, "WMX-2848 POE\nWMX-8655 x\nWMX-1813 POE\n"),
+            (Outcome{"Not supported feature for WMX in F line 2\n", 0x81}));
+  expect_port(port_, {.feature = 0x01, .module_names = Texts{"WMX-2848"}});
 }
 
-TEST_F(ModuleNameFileLines, DebugMessagesShowEveryDataLine) {
-  path_ = machine_.user_file("wmx_name.cfg", "# c\n\n WMX-2848  POE\n");
-  EXPECT_EQ(test::traced_by([&] { EXPECT_EQ(qorx_check_WMX_name_file(path_.c_str()), 0); }),
+TEST_F(ModuleNames, DebugMessagesShowEveryDataLine) {
+  g_debug_message_open = 1;
+  EXPECT_EQ(read(kModuleNames, "# c\n\n WMX-2848  POE\n").printed,
             "check head char of !# c\n!\n"
             "check tail char of !# c\n!\n"
             "remove tail 1 char !# c!\n"
@@ -140,91 +113,9 @@ TEST_F(ModuleNameFileLines, DebugMessagesShowEveryDataLine) {
             "WMX-2848  POE\n");
 }
 
-TEST_F(ModuleNameFileLines, AFileWithoutDataHasNoName) {
-  for (const char* const text : {"", "\n", "# only\n# comments", " \t\r\n#\n"}) {
-    expect_failure(text, kNoName);
-  }
-}
-
-TEST_F(ModuleNameFileLines, ADataLineNeedsAFeature) {
-  expect_failure("WMX-2848\n", kNoFeature + "1\n");
-  expect_failure("# c\n\nWMX-2848   \n", kNoFeature + "3\n");
-  expect_failure("WMX-2848 POE\nWMX-8655", kNoFeature + "2\n");
-}
-
-TEST_F(ModuleNameFileLines, ATabPartsNoFields) {
-  expect_failure("WMX-2848\tPOE\n", kNoFeature + "1\n");
-  expect_failure("WMX-2848 \tPOE\n", kUnknownFeature + "1\n");
-  expect_failure("WMX-2848 POE\tPOE\n", kUnknownFeature + "1\n");
-}
-
-TEST_F(ModuleNameFileLines, OtherWordsAreNoFeatures) {
-  for (const char* const word : {"A_BYPASS-C", "1PPS", "NCSI/1PPS", "poe", "na", "unknown", "#", "POE,"}) {
-    expect_failure(std::string("# c\nWMX-2848 ") + word + "\n", kUnknownFeature + "2\n");
-  }
-}
-
-TEST_F(ModuleNameFileLines, ChangesBeforeAnErrorStay) {
-  EXPECT_EQ(code_for("WMX-2848 POE\nWMX-8655 x\nWMX-1813 POE\n"), 0x81);
-  EXPECT_EQ(printed_, "Not supported feature for WMX in " + path_ + " line 2\n");
-  EXPECT_EQ(port_->module_name_count, 1);
-  EXPECT_EQ(port_->feature, 0x01);
-}
-
-TEST_F(ModuleNameFileLines, NoFileNameReadsNothing) {
-  int code = -1;
-  EXPECT_EQ(test::printed_by([&] { code = qorx_check_WMX_name_file(nullptr); }), "");
-  EXPECT_EQ(code, 0);
-}
-
-TEST_F(ModuleNameFileLines, AFileThatCantBeOpenedEndsTheCommand) {
-  std::filesystem::create_directory(machine_.work() / "directory");
-  for (const char* const file : {"nowhere.cfg", "directory"}) {
-    const ToolRun run = run_on(file);
-    EXPECT_EQ(run.output, std::string("Error: Open file ") + file + " failed.\n" + kOpenCode);
-    EXPECT_EQ(run.status, 0x80);
-  }
-}
-
-TEST_F(ModuleNameFileLines, AnEndlessDeviceEndsAsAFileWithoutData) {
-  const ToolRun run = run_on("/dev/zero");
-  EXPECT_EQ(run.output, "Can't find WMX NAME in /dev/zero\n" + kFormatCode);
-  EXPECT_EQ(run.status, 0x81);
-}
-
-TEST_F(ModuleNameFileLines, WithoutErrorMessagesOnlyTheCodeIsReported) {
-  for (const char* const text : {"", "WMX-2848\n", "WMX-2848 x\n"}) {
-    machine_.user_file("wmx_name.cfg", text);
-    EXPECT_EQ(run_on("wmx_name.cfg", {"-ML", "0"}).output, kFormatCode);
-  }
-  EXPECT_EQ(run_on("nowhere.cfg", {"-ML", "0"}).output, kOpenCode);
-}
-
-TEST_F(ModuleNameFileLines, AFileWithoutAMatchIsNoError) {
-  machine_.user_file("wmx_name.cfg", "WMX-2848 POE\n");
-  EXPECT_EQ(run_on("wmx_name.cfg").status, 0);
-}
-
-TEST_F(ModuleNameFileLines, APipeIsReadOnce) {
-  machine_.smbios(test::SmbiosTable().slot("WMX Slot 1", "06:00.0"));
-  for (int i = 0; i < 4; ++i) {
-    machine_.add_port("eth" + std::to_string(i), "0000:00:1c.0/0000:06:00." + std::to_string(i));
-  }
-  const std::string path = machine_.work() / "pipe";
-  ASSERT_EQ(mkfifo(path.c_str(), 0600), 0);
-  const pid_t writer = fork();
-  if (writer == 0) {
-    std::ofstream(path) << "WMX-2848 POE\n";
-    _exit(0);
-  }
-  ASSERT_GT(writer, 0);
-  const ToolRun run = run_on("pipe");
-  kill(writer, SIGKILL);
-  waitpid(writer, nullptr, 0);
-  EXPECT_EQ(run.status, 0);
-  EXPECT_EQ(row_of(run.output, "eth0").model, "WMX-2848");
-  EXPECT_EQ(row_of(run.output, "eth0").feature, "POE");
+TEST_F(ModuleNames, AFileWithoutAMatchIsNoError) {
+  EXPECT_EQ(run_on(kModuleNames, "WMX-2848 POE\n").status, 0);
 }
 
 }  // namespace
-}  // namespace qorx
+}  // namespace qorx::test

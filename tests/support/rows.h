@@ -11,8 +11,8 @@
 //   TEST_P(Splitting, CountsFields) {
 //     EXPECT_EQ(count_fields(row().text), row().fields);
 //   }
-//   QORX_ROWS(Splitting, Split{"a run of slashes counts as one", "a//b", 2},
-//             Split{.rule = "an empty text has none", .text = "", .fields = 0});
+//   QORX_ROWS(Splitting, {"a run of slashes counts as one", "a//b", 2},
+//             {.rule = "an empty text has none", .text = "", .fields = 0});
 //
 // The first is the test Splitting.CountsFields/ARunOfSlashesCountsAsOne.
 //
@@ -63,6 +63,9 @@ template <class Row, class Fixture = LibraryTest>
 class RowTest : public Fixture, public testing::WithParamInterface<NamedRow<Row>> {
  public:
   // For QORX_ROWS.
+  static auto values(const std::vector<Row>& rows) {
+    return testing::ValuesIn(std::vector<NamedRow<Row>>(rows.begin(), rows.end()));
+  }
   static std::string row_name(const testing::TestParamInfo<NamedRow<Row>>& info) {
     return test_name(info.param.row.rule);
   }
@@ -73,7 +76,6 @@ class RowTest : public Fixture, public testing::WithParamInterface<NamedRow<Row>
 
 }  // namespace qorx::test
 
-#define QORX_ROWS(suite, ...) \
-  INSTANTIATE_TEST_SUITE_P(, suite, testing::ValuesIn(std::vector<suite::ParamType>{__VA_ARGS__}), suite::row_name)
+#define QORX_ROWS(suite, ...) INSTANTIATE_TEST_SUITE_P(, suite, suite::values({__VA_ARGS__}), suite::row_name)
 
 #endif
