@@ -37,7 +37,7 @@ constexpr Case kCases[] = {
     {"edge", "support"},
     {"edge", "version-message-level-2"},
     {"edge", "error-no-operation"},
-    {"edge", "error-config-and-smbios"},
+    {"edge", "error-config-without-slots"},
     {"legacy", "all-legacy-names"},
     {"legacy", "all-config-legacy"},
     {"legacy", "all-smbios-legacy-names"},
