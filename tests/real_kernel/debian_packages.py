@@ -91,26 +91,20 @@ def needed_by(module):
 
 
 def unpack_kernel(package, modules, folder):
-    """Takes the kernel and these modules, with all that they need; "modules" lists them in loading order."""
+    """Takes the kernel and these modules, with all that they need."""
     with content_of(package) as archive:
         files = {member.name: member for member in archive if member.isfile()}
         objects = {module_name(name): name for name in files if name.endswith(".ko")}
-        order = []
-
-        def take(name):
-            if name in order or name not in objects:
-                return
-            content = archive.extractfile(files[objects[name]]).read()
-            for other in needed_by(content):
-                take(other)
-            order.append(name)
-            (folder / f"{name}.ko").write_bytes(content)
-
-        for name in modules:
-            take(name)
+        wanted = list(modules)
+        for name in wanted:
+            if name in objects:
+                content = archive.extractfile(files[objects[name]]).read()
+                (folder / f"{name}.ko").write_bytes(content)
+                wanted += [other for other in needed_by(content) if other not in wanted]
         kernel = next(name for name in files if name.startswith("./boot/vmlinuz"))
         (folder / "vmlinuz").write_bytes(archive.extractfile(files[kernel]).read())
-    (folder / "modules").write_text("".join(name + "\n" for name in order), encoding="ascii")
+    release = kernel.rsplit("/vmlinuz-", 1)[1]
+    (folder / "release").write_text(release + "\n", encoding="ascii")
 
 
 def unpack_busybox(package, folder):

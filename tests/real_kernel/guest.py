@@ -6,6 +6,8 @@ import shlex
 import stat
 from pathlib import Path
 
+from debian_packages import needed_by
+
 # Loaded one after the other in this order, so the interfaces get their names in it.
 MODULES = ("e1000e", "e1000", "virtio_pci", "virtio_net", "xhci_pci", "cdc_ether", "i2c_i801")
 
@@ -49,7 +51,7 @@ mount -t devtmpfs none /dev
 mount -t proc none /proc
 mount -t sysfs none /sys
 chmod 1777 /tmp
-for module in {modules}; do insmod /modules/$module.ko || echo "can't load $module"; done
+for module in {modules}; do modprobe $module || echo "can't load $module"; done
 
 # USB adapters come when the bus has been looked through.
 count() {{ set -- /sys/class/net/*/device; [ -e "$1" ] || shift; echo $#; }}
@@ -86,22 +88,29 @@ def script(stories):
     return "".join(line + "\n" for line in lines)
 
 
-def modules_in(folder, wanted):
-    """The modules of the folder that these need, in loading order."""
-    from debian_packages import needed_by      # the same rule by which they were unpacked
-    order = []
+def all_needed_by(name, contents):
+    """Every module that must be there before this one, those to load first behind those to load later."""
+    found = []
+    for other in needed_by(contents[name]):
+        for needed in [other, *all_needed_by(other, contents)]:
+            if needed in found:
+                found.remove(needed)
+            found.append(needed)
+    return found
 
-    def take(name):
-        path = folder / f"{name}.ko"
-        if name in order or not path.exists():
-            return
-        for other in needed_by(path.read_bytes()):
-            take(other)
-        order.append(name)
 
-    for name in wanted:
-        take(name)
-    return order
+def add_modules(archive, kernel):
+    """The modules where modprobe looks for them, and which of them need which others."""
+    release = (kernel / "release").read_text(encoding="ascii").strip()
+    folder = f"lib/modules/{release}"
+    for part in ("lib", "lib/modules", folder):
+        archive.folder(part)
+    contents = {path.stem: path.read_bytes() for path in sorted(kernel.glob("*.ko"))}
+    needs = ""
+    for name, content in contents.items():
+        archive.file(f"{folder}/{name}.ko", content)
+        needs += " ".join([f"{name}.ko:", *(f"{other}.ko" for other in all_needed_by(name, contents))]) + "\n"
+    archive.file(f"{folder}/modules.dep", needs.encode("ascii"))
 
 
 def shared_libraries(program):
@@ -114,7 +123,7 @@ def shared_libraries(program):
 def initramfs(kernel, programs, stories, files, *, interfaces, results, step_limit, extra=""):
     """programs: {path in the guest: file}; files: {file in the folder of every story: content}."""
     archive = Archive()
-    for folder in ("bin", "sbin", "usr", "usr/bin", "usr/sbin", "etc", "modules", "stories", "out"):
+    for folder in ("bin", "sbin", "usr", "usr/bin", "usr/sbin", "etc", "stories", "out"):
         archive.folder(folder)
     made = {"bin", "sbin", "usr/bin"}
     archive.file("bin/busybox", (kernel / "busybox").read_bytes(), 0o755)
@@ -127,9 +136,7 @@ def initramfs(kernel, programs, stories, files, *, interfaces, results, step_lim
                 made.add(folder)
                 archive.folder(folder)
         archive.file(path, Path(source).read_bytes(), 0o755)
-    loaded = modules_in(kernel, MODULES)
-    for name in modules_in(kernel, MODULES + STORY_MODULES):
-        archive.file(f"modules/{name}.ko", (kernel / f"{name}.ko").read_bytes())
+    add_modules(archive, kernel)
     archive.file("etc/passwd", b"root::0:0::/:/bin/sh\nuser::1000:1000::/:/bin/sh\n")
     archive.file("etc/group", b"root::0:\nuser::1000:\n")
     for name in stories:
@@ -137,6 +144,6 @@ def initramfs(kernel, programs, stories, files, *, interfaces, results, step_lim
         for file, content in files.items():
             archive.file(f"stories/{name}/{file}", content)
     archive.file("stories/run", (script(stories) + extra).encode("ascii"))
-    init = INIT.format(modules=" ".join(loaded), interfaces=interfaces, results=results, step_limit=step_limit)
+    init = INIT.format(modules=" ".join(MODULES), interfaces=interfaces, results=results, step_limit=step_limit)
     archive.file("init", init.encode("ascii"), 0o755)
     return archive.packed()

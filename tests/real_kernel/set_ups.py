@@ -19,8 +19,8 @@ class SetUp:
 
 
 SET_UPS = (
-    SetUp("bios", RACK, ("source-bios", "operations")),
-    SetUp("efi", RACK, ("source-efi", "operations"), firmware="ovmf"),
+    SetUp("bios", RACK, ("source-bios", "operations", "configuration", "user", "interfaces")),
+    SetUp("efi", RACK, ("source-efi", "operations", "configuration"), firmware="ovmf"),
     SetUp("smbios3", RACK, ("source-smbios3", "operations"), machine="smbios-entry-point-type=64"),
     SetUp("lockdown", RACK, ("source-lockdown", "operations"), kernel="lockdown=confidentiality"),
 )
