@@ -8,21 +8,18 @@
 #include <vector>
 
 #include "base/bounded_text.h"
+#include "tests/support/expect.h"
 #include "tests/support/expected_table.h"
-#include "tests/support/fake_machine.h"
-#include "tests/support/library.h"
+#include "tests/support/rows.h"
 
-namespace qorx {
+namespace qorx::test {
 namespace {
-
-using test::printed_by;
-using test::table_line;
 
 std::string row_of(DeviceRecord& record) {
   return printed_by([&record] { PortTable(stdout, MismatchMark::kRowOnly).print_port(record); });
 }
 
-class PortRow : public testing::Test {
+class PortRow : public LibraryTest {
  protected:
   PortRow() {
     copy_text(record_.eth_name, "eth0");
@@ -52,20 +49,36 @@ class PortRow : public testing::Test {
                  .model = "WMX-2248"};
   }
 
-  void expect_row() { EXPECT_EQ(row_of(record_), table_line(expected_)); }
+  // The printed rows of four such ports, of which the second is marked and the last is a bypass port.
+  std::string four_ports(MismatchMark mark) {
+    std::vector<DeviceRecord> records(4, record_);
+    records[1].feature = 0x88;
+    records[3].feature = 0x02;
+    std::string rows = printed_by([&] {
+      PortTable table(stdout, mark);
+      for (DeviceRecord& record : records) {
+        table.print_port(record);
+        EXPECT_EQ(record.feature & 0x80, 0);
+      }
+    });
+    return rows;
+  }
+
+  std::string line(std::string_view feature, std::string_view seg = "N/A") {
+    expected_.feature = feature;
+    expected_.seg = seg;
+    return table_line(expected_);
+  }
 
   DeviceRecord record_{};
-  test::TableRow expected_;
+  TableRow expected_;
 };
 
-TEST_F(PortRow, TheHeaderIsThisLine) {
+TEST_F(PortRow, HeaderAndLegendAreTheseLines) {
   EXPECT_EQ(printed_by([] { PortTable(stdout, MismatchMark::kRowOnly).print_header(); }),
             "eth name        bus:dev.fun vid  did  svid sdid  mac address        "
             "slot name                 panel name                   feature         seg model      \n");
-}
-
-TEST_F(PortRow, TheLegendIsThisText) {
-  EXPECT_EQ(printed_by([] { PortTable(stdout, MismatchMark::kRowOnly).print_legend(); }), test::kTableLegend);
+  EXPECT_EQ(printed_by([] { PortTable(stdout, MismatchMark::kRowOnly).print_legend(); }), kTableLegend);
 }
 
 TEST_F(PortRow, EveryColumnHasItsPlace) {
@@ -84,98 +97,110 @@ TEST_F(PortRow, WithoutAnythingKnownItStillFillsTheColumns) {
             "N/A                       N/A                          unknown         N/A  \n");
 }
 
-TEST_F(PortRow, LongTextsPushTheRestAside) {
-  const std::string name(40, 'n');
-  const std::string text(60, 't');
-  copy_text(record_.eth_name, name);
-  copy_text(record_.slot_name, text);
-  copy_text(record_.panel_name, text);
-  copy_text(record_.model, text);
-  expected_.eth_name = name;
-  expected_.slot = expected_.panel = expected_.model = text;
-  expect_row();
+const std::string kName(40, 'n');
+const std::string kText(60, 't');
+
+struct Columns {
+  Text eth_name = {};
+  Text address = {};
+  Text ids = {};
+  Text subsystem_ids = {};
+  Text mac = {};
+  Text slot = {};
+  Text panel = {};
+  Text model = {};
+};
+
+// What is different about a port, and in its row.
+struct Difference {
+  std::string_view rule;
+  PortFields port;
+  Columns row;
+};
+
+template <class Field>
+void change(Field& field, const Number& value) {
+  field = static_cast<Field>(value.value_or(field));
 }
 
-TEST_F(PortRow, TheAddressIsLowerCaseHexadecimal) {
-  struct Case {
-    int bus, dev, fun;
-    const char* text;
-  };
-  for (const Case& c : {Case{0, 0, 0, "00:00.0"}, Case{0xAB, 0xC, 7, "ab:0c.7"}, Case{255, 255, 15, "ff:ff.f"},
-                        Case{0, 0, 254, "00:00.fe"}}) {
-    record_.bus = static_cast<std::uint8_t>(c.bus);
-    record_.dev = static_cast<std::uint8_t>(c.dev);
-    record_.fun = static_cast<std::uint8_t>(c.fun);
-    expected_.address = c.text;
-    expect_row();
+template <std::size_t Size>
+void change(char (&field)[Size], const Text& value) {
+  copy_text(field, value ? std::string(*value) : std::string(field));
+}
+
+void change(std::string_view& field, const Text& value) {
+  field = value.value_or(field);
+}
+
+class PortWith : public RowTest<Difference, PortRow> {
+ protected:
+  PortWith() {
+    const PortFields& port = row().port;
+    change(record_.eth_name, port.eth_name);
+    change(record_.bus, port.bus);
+    change(record_.dev, port.dev);
+    change(record_.fun, port.fun);
+    change(record_.slot_name, port.slot_name);
+    change(record_.panel_name, port.panel_name);
+    change(record_.model, port.model);
+    change(record_.vendor_id, port.vendor_id);
+    change(record_.device_id, port.device_id);
+    change(record_.subsys_vendor_id, port.subsys_vendor_id);
+    change(record_.subsys_device_id, port.subsys_device_id);
+    change(record_.mac_addr, port.mac_addr);
+    change(record_.seg, port.seg);
+    change(record_.usb, port.usb);
+    change(expected_.eth_name, row().row.eth_name);
+    change(expected_.address, row().row.address);
+    change(expected_.ids, row().row.ids);
+    change(expected_.subsystem_ids, row().row.subsystem_ids);
+    change(expected_.mac, row().row.mac);
+    change(expected_.slot, row().row.slot);
+    change(expected_.panel, row().row.panel);
+    change(expected_.model, row().row.model);
+    expected_.usb = port.usb.has_value();
   }
+};
+
+TEST_P(PortWith, HasItsRow) {
+  EXPECT_EQ(row_of(record_), table_line(expected_));
 }
 
-// Only the function tells: whatever bus and device hold, and although there is a slot name.
-TEST_F(PortRow, WithoutAnAddressAddressAndSlotAreNotAvailable) {
-  record_.fun = 255;
-  expected_.address = "N/A    ";
-  expected_.slot = "N/A";
-  expect_row();
-  record_.slot_name[0] = '\0';
-  expected_.panel = "N/A";
-  expect_row();
-}
+constexpr const char* kNoIds = "N/A  N/A ";
+constexpr const char* kNoAddress = "N/A    ";
 
-TEST_F(PortRow, AnUnmatchedPciPortIsMarked) {
-  record_.slot_name[0] = '\0';
-  expected_.slot = "(!!)";
-  expected_.panel = "N/A";
-  expect_row();
-}
-
-TEST_F(PortRow, AnEmptyPanelNamePrintsAsBlanks) {
-  record_.panel_name[0] = '\0';
-  expected_.panel = "";
-  expect_row();
-}
-
-TEST_F(PortRow, AUsbAdapterIsMarkedBehindItsAddress) {
-  copy_text(record_.usb, "usb");
-  expected_.usb = true;
-  expect_row();
-  record_.fun = 255;
-  expected_.address = "N/A    ";
-  expected_.slot = "N/A";
-  expect_row();
-}
-
-TEST_F(PortRow, IdsArePrintedWhenBothAreKnown) {
-  record_.vendor_id = 0xFFFF;
-  record_.device_id = 0;
-  expected_.ids = "ffff 0000";
-  expect_row();
-  expected_.ids = "N/A  N/A ";
-  for (const auto& [vendor, device] : {std::pair{0x10000U, 1U}, {1U, 0x10000U}, {0xFFFFFFFFU, 0xFFFFFFFFU}}) {
-    record_.vendor_id = vendor;
-    record_.device_id = device;
-    expect_row();
-  }
-}
-
-TEST_F(PortRow, SubsystemIdsArePrintedWhenBothAreKnown) {
-  record_.subsys_vendor_id = 0;
-  record_.subsys_device_id = 0xFFFF;
-  expected_.subsystem_ids = "0000 ffff";
-  expect_row();
-  expected_.subsystem_ids = "N/A  N/A ";
-  for (const auto& [vendor, device] : {std::pair{0x10000U, 1U}, {1U, 0x10000U}, {0xFFFFFFFFU, 0xFFFFFFFFU}}) {
-    record_.subsys_vendor_id = vendor;
-    record_.subsys_device_id = device;
-    expect_row();
-  }
-}
-
-TEST_F(PortRow, AnEmptyMacIsNotAvailable) {
-  record_.mac_addr[0] = '\0';
-  expected_.mac = "N/A";
-  expect_row();
-}
+// Only the function tells that there is no address: whatever bus and device hold, and although there is a slot name.
+QORX_ROWS(PortWith,
+          Difference{"long texts push the rest aside",
+                     {.eth_name = kName, .slot_name = kText, .panel_name = kText, .model = kText},
+                     {.eth_name = kName, .slot = kText, .panel = kText, .model = kText}},
+          Difference{"an address of zeros", {.bus = 0, .dev = 0, .fun = 0}, {.address = "00:00.0"}},
+          Difference{"a lower case address", {.bus = 0xAB, .dev = 12, .fun = 7}, {.address = "ab:0c.7"}},
+          Difference{"the highest bytes", {.bus = 255, .dev = 255, .fun = 15}, {.address = "ff:ff.f"}},
+          Difference{"the last function", {.bus = 0, .dev = 0, .fun = 254}, {.address = "00:00.fe"}},
+          Difference{"no address has no slot either", {.fun = 255}, {.address = kNoAddress, .slot = "N/A"}},
+          Difference{"neither address nor slot",
+                     {.fun = 255, .slot_name = ""},
+                     {.address = kNoAddress, .slot = "N/A", .panel = "N/A"}},
+          Difference{"an address without a slot is marked", {.slot_name = ""}, {.slot = "(!!)", .panel = "N/A"}},
+          Difference{"an empty panel name prints as blanks", {.panel_name = ""}, {.panel = ""}},
+          Difference{"a usb adapter is marked behind its address", {.usb = "usb"}, {}},
+          Difference{
+              "so is one without an address", {.fun = 255, .usb = "usb"}, {.address = kNoAddress, .slot = "N/A"}},
+          Difference{"the highest and lowest ids", {.vendor_id = 0xFFFF, .device_id = 0}, {.ids = "ffff 0000"}},
+          Difference{"ids without a vendor", {.vendor_id = 0x10000, .device_id = 1}, {.ids = kNoIds}},
+          Difference{"ids without a device", {.vendor_id = 1, .device_id = 0x10000}, {.ids = kNoIds}},
+          Difference{"ids far beyond", {.vendor_id = 0xFFFFFFFF, .device_id = 0xFFFFFFFF}, {.ids = kNoIds}},
+          Difference{"the lowest and highest subsystem ids",
+                     {.subsys_vendor_id = 0, .subsys_device_id = 0xFFFF},
+                     {.subsystem_ids = "0000 ffff"}},
+          Difference{"subsystem ids without a vendor", {.subsys_vendor_id = 0x10000}, {.subsystem_ids = kNoIds}},
+          Difference{"subsystem ids without a device", {.subsys_device_id = 0x10000}, {.subsystem_ids = kNoIds}},
+          Difference{"subsystem ids far beyond",
+                     {.subsys_vendor_id = 0xFFFFFFFF, .subsys_device_id = 0xFFFFFFFF},
+                     {.subsystem_ids = kNoIds}},
+          Difference{"an empty mac is not available", {.mac_addr = ""}, {.mac = "N/A"}},
+          Difference{"no segment without bypass even without a number", {.seg = 255}, {}});
 
 struct FeatureCase {
   int feature;
@@ -195,85 +220,35 @@ const std::vector<FeatureCase> kFeatures{
     {66, 41, 1, "unknown", "N/A"},   {0x7F, 9, 0, "unknown", "N/A"},
 };
 
-TEST_F(PortRow, EveryFeatureHasItsTextAndBypassPortsTheirSegment) {
-  for (const FeatureCase& c : kFeatures) {
-    SCOPED_TRACE(testing::Message() << c.feature << " type " << c.smbios_type << " flag " << c.ctrl_flag);
-    record_.feature = static_cast<std::uint8_t>(c.feature);
-    record_.smbios_type = static_cast<std::uint8_t>(c.smbios_type);
-    record_.bypass_ctrl_flag = static_cast<std::uint8_t>(c.ctrl_flag);
-    expected_.feature = c.text;
-    expected_.seg = c.seg;
-    expect_row();
-  }
-}
-
-TEST_F(PortRow, AMarkedFeatureShowsItOnceAndTheMarkIsCleared) {
+TEST_F(PortRow, EveryFeatureHasItsTextBypassPortsTheirSegmentAndAMarkShowsOnce) {
   for (const FeatureCase& c : kFeatures) {
     SCOPED_TRACE(testing::Message() << c.feature << " type " << c.smbios_type << " flag " << c.ctrl_flag);
     record_.feature = static_cast<std::uint8_t>(c.feature | 0x80);
     record_.smbios_type = static_cast<std::uint8_t>(c.smbios_type);
     record_.bypass_ctrl_flag = static_cast<std::uint8_t>(c.ctrl_flag);
-    const std::string marked = std::string(c.text) + "(!)";
-    expected_.feature = marked;
-    expected_.seg = c.seg;
-    expect_row();
+    EXPECT_EQ(row_of(record_), line(std::string(c.text) + "(!)", c.seg));
     EXPECT_EQ(record_.feature, c.feature);
-    expected_.feature = c.text;
-    expect_row();
+    EXPECT_EQ(row_of(record_), line(c.text, c.seg));
   }
 }
 
 TEST_F(PortRow, ASegmentThatCantBeAssignedIsMarked) {
-  struct Case {
-    int seg;
-    const char* text;
-  };
-  for (const int feature : {2, 4, 64}) {
+  for (const auto& [feature, text] : {std::pair{2, "A_BYPASS"}, {4, "L_BYPASS"}, {64, "A_BYPASS_I2C"}}) {
     record_.feature = static_cast<std::uint8_t>(feature);
-    expected_.feature = feature == 2 ? "A_BYPASS" : feature == 4 ? "L_BYPASS" : "A_BYPASS_I2C";
-    for (const Case& c : {Case{0, "0"}, Case{12, "12"}, Case{254, "254"}, Case{255, "(?)"}}) {
-      record_.seg = static_cast<std::uint8_t>(c.seg);
-      expected_.seg = c.text;
-      expect_row();
+    for (const int seg : {0, 12, 254, 255}) {
+      record_.seg = static_cast<std::uint8_t>(seg);
+      EXPECT_EQ(row_of(record_), line(text, seg == 255 ? "(?)" : std::to_string(seg)));
     }
   }
-}
-
-TEST_F(PortRow, OtherFeaturesHaveNoSegmentEvenWithoutANumber) {
-  record_.seg = 255;
-  expect_row();
-}
-
-std::string features_printed(MismatchMark mark, std::vector<DeviceRecord>& records) {
-  return printed_by([&] {
-    PortTable table(stdout, mark);
-    for (DeviceRecord& record : records) {
-      table.print_port(record);
-    }
-  });
 }
 
 TEST_F(PortRow, OnTheScreenTheMarkBelongsToItsRow) {
-  std::vector<DeviceRecord> records(3, record_);
-  records[1].feature = 0x88;
-  const std::string plain = table_line(expected_);
-  expected_.feature = "N/A(!)";
-  EXPECT_EQ(features_printed(MismatchMark::kRowOnly, records), plain + table_line(expected_) + plain);
+  EXPECT_EQ(four_ports(MismatchMark::kRowOnly), line("N/A") + line("N/A(!)") + line("N/A") + line("A_BYPASS", "4"));
 }
 
 TEST_F(PortRow, InTheFileTheMarkStaysRaised) {
-  std::vector<DeviceRecord> records(4, record_);
-  records[1].feature = 0x88;
-  records[3].feature = 0x02;
-  const std::string plain = table_line(expected_);
-  expected_.feature = "N/A(!)";
-  const std::string marked = table_line(expected_);
-  expected_.feature = "A_BYPASS(!)";
-  expected_.seg = "4";
-  EXPECT_EQ(features_printed(MismatchMark::kSticky, records), plain + marked + marked + table_line(expected_));
-  for (const DeviceRecord& record : records) {
-    EXPECT_EQ(record.feature & 0x80, 0);
-  }
+  EXPECT_EQ(four_ports(MismatchMark::kSticky),
+            line("N/A") + line("N/A(!)") + line("N/A(!)") + line("A_BYPASS(!)", "4"));
 }
 
 TEST(VirtualRow, HasFixedTexts) {
@@ -283,20 +258,8 @@ TEST(VirtualRow, HasFixedTexts) {
   EXPECT_EQ(printed_by([] { print_result_vlan_one("br0", "", stdout); }), table_line({.eth_name = "br0"}));
 }
 
-TEST(VirtualRow, GoesToStandardOutputWithoutAStream) {
-  const test::TemporaryDirectory directory;
-  const std::string path = directory.path() / "out";
-  EXPECT_EXIT(
-      {
-        std::freopen(path.c_str(), "w", stdout);
-        print_result_vlan_one("br0", "", nullptr);
-        std::exit(0);
-      },
-      testing::ExitedWithCode(0), "");
-  EXPECT_EQ(test::read_file(path), table_line({.eth_name = "br0"}));
-}
-
-TEST(VirtualRow, GoesToTheStreamItIsGiven) {
+TEST(VirtualRow, GoesToTheStreamItIsGivenElseToStandardOutput) {
+  EXPECT_EQ(printed_by([] { print_result_vlan_one("br0", "", nullptr); }), table_line({.eth_name = "br0"}));
   std::FILE* const file = std::tmpfile();
   ASSERT_NE(file, nullptr);
   EXPECT_EQ(printed_by([file] { print_result_vlan_one("br0", "", file); }), "");
@@ -308,4 +271,4 @@ TEST(VirtualRow, GoesToTheStreamItIsGiven) {
 }
 
 }  // namespace
-}  // namespace qorx
+}  // namespace qorx::test

@@ -8,35 +8,29 @@
 #include <vector>
 
 #include "tests/support/expected_table.h"
-#include "tests/support/fake_machine.h"
-#include "tests/support/library.h"
+#include "tests/support/fixture.h"
 
-namespace qorx {
+namespace qorx::test {
 namespace {
 
-using test::table_line;
+const std::string kBr0 = table_line({.eth_name = "br0", .mac = "02:00:00:00:00:01"});
 
-class VirtualInterfaces : public testing::Test {
- protected:
-  void SetUp() override { test::reset_library(); }
+std::string listed(const char* name = nullptr) {
+  return printed_by([name] { EXPECT_EQ(get_all_virtual_eth_devices_info(name, nullptr), 0); });
+}
 
-  static std::string listed(const char* name = nullptr) {
-    return test::printed_by([name] { EXPECT_EQ(get_all_virtual_eth_devices_info(name, nullptr), 0); });
+// The rows come in directory order, which is the file system's affair.
+std::vector<std::string> sorted_lines(const std::string& text) {
+  std::istringstream stream(text);
+  std::vector<std::string> lines;
+  for (std::string line; std::getline(stream, line);) {
+    lines.push_back(line + "\n");
   }
+  std::sort(lines.begin(), lines.end());
+  return lines;
+}
 
-  // The rows come in directory order, which is the file system's affair.
-  static std::vector<std::string> sorted_lines(const std::string& text) {
-    std::istringstream stream(text);
-    std::vector<std::string> lines;
-    for (std::string line; std::getline(stream, line);) {
-      lines.push_back(line + "\n");
-    }
-    std::sort(lines.begin(), lines.end());
-    return lines;
-  }
-
-  test::FakeMachine machine_;
-};
+using VirtualInterfaces = MachineTest;
 
 TEST_F(VirtualInterfaces, TheLoopbackIsNeverListed) {
   EXPECT_EQ(listed(), "");
@@ -49,42 +43,37 @@ TEST_F(VirtualInterfaces, EveryVirtualOneHasARowAndNoOther) {
   machine_.add_usb_port("usb0", "0000:00:14.0/usb2/2-1/2-1:1.0", "bda/8153/3000");
   machine_.add_raw_interface("soc0", "../../devices/platform/soc/net/soc0");
   machine_.write("sys/class/net/bonding_masters", "\n");
+  add_device("eth0");
   EXPECT_EQ(sorted_lines(listed()),
-            (std::vector<std::string>{table_line({.eth_name = "br0", .mac = "02:00:00:00:00:01"}),
-                                      table_line({.eth_name = "eth0.5", .mac = "02:00:00:00:00:02"})}));
+            (std::vector<std::string>{kBr0, table_line({.eth_name = "eth0.5", .mac = "02:00:00:00:00:02"})}));
 }
 
 TEST_F(VirtualInterfaces, ANameKeepsOnlyThatOne) {
   machine_.add_virtual("br0", "02:00:00:00:00:01").add_virtual("br01", "02:00:00:00:00:02");
   machine_.add_port("eth0", "0000:00:01.0");
-  EXPECT_EQ(listed("br0"), table_line({.eth_name = "br0", .mac = "02:00:00:00:00:01"}));
-  EXPECT_EQ(listed("BR0"), "");
-  EXPECT_EQ(listed("eth0"), "");
-  EXPECT_EQ(listed(""), "");
+  EXPECT_EQ(listed("br0"), kBr0);
+  for (const char* const other : {"BR0", "eth0", ""}) {
+    EXPECT_EQ(listed(other), "") << other;
+  }
 }
 
-TEST_F(VirtualInterfaces, WithoutAMacItIsNotAvailable) {
-  machine_.add_virtual("tun0", "");
+TEST_F(VirtualInterfaces, WithoutAMacItIsNotAvailableAndALongOneIsShownWhole) {
+  const std::string infiniband = "80:00:02:08:fe:80:00:00:00:00:00:00:e4:1d:2d:03:00:1f:53:f1";
+  machine_.add_virtual("tun0", "").add_virtual("ib0", infiniband);
   machine_.add_raw_interface("tun1", "../../devices/virtual/net/tun1");
   EXPECT_EQ(listed("tun0"), table_line({.eth_name = "tun0"}));
   EXPECT_EQ(listed("tun1"), table_line({.eth_name = "tun1"}));
-}
-
-TEST_F(VirtualInterfaces, ALongAddressIsShownWhole) {
-  const std::string infiniband = "80:00:02:08:fe:80:00:00:00:00:00:00:e4:1d:2d:03:00:1f:53:f1";
-  machine_.add_virtual("ib0", infiniband);
-  EXPECT_EQ(listed(), table_line({.eth_name = "ib0", .mac = infiniband}));
+  EXPECT_EQ(listed("ib0"), table_line({.eth_name = "ib0", .mac = infiniband}));
 }
 
 TEST_F(VirtualInterfaces, RowsGoToTheStreamThatIsGiven) {
   machine_.add_virtual("br0", "02:00:00:00:00:01");
-  const test::TemporaryDirectory directory;
-  const std::string path = directory.path() / "rows";
+  const std::string path = machine_.user_file("rows", "");
   std::FILE* const file = std::fopen(path.c_str(), "w");
   ASSERT_NE(file, nullptr);
-  EXPECT_EQ(test::printed_by([file] { get_all_virtual_eth_devices_info(nullptr, file); }), "");
+  EXPECT_EQ(printed_by([file] { get_all_virtual_eth_devices_info(nullptr, file); }), "");
   std::fclose(file);
-  EXPECT_EQ(test::read_file(path), table_line({.eth_name = "br0", .mac = "02:00:00:00:00:01"}));
+  EXPECT_EQ(read_file(path), kBr0);
 }
 
 // The low byte of a link's length is what tells: 254 is the value that means virtual.
@@ -94,9 +83,9 @@ TEST_F(VirtualInterfaces, ALinkOf254BytesCountsAsVirtual) {
     const std::string tail = "/0000:03:00.0/net/eth0";
     return head + std::string(length - head.size() - tail.size(), 'x') + tail;
   };
-  machine_.add_raw_interface("eth0", link(254));
-  machine_.add_raw_interface("eth1", link(253));
-  machine_.add_raw_interface("eth2", link(510));
+  machine_.add_raw_interface("eth0", link(254))
+      .add_raw_interface("eth1", link(253))
+      .add_raw_interface("eth2", link(510));
   EXPECT_EQ(sorted_lines(listed()),
             (std::vector<std::string>{table_line({.eth_name = "eth0"}), table_line({.eth_name = "eth2"})}));
 }
@@ -106,25 +95,17 @@ TEST_F(VirtualInterfaces, WithoutADirectoryThereAreNone) {
   EXPECT_EQ(listed(), "");
 }
 
-TEST_F(VirtualInterfaces, PortsOfTheTableAreNeverAmongThem) {
-  machine_.add_port("eth0", "0000:00:01.0").add_virtual("br0", "02:00:00:00:00:01");
-  test::add_device("eth0");
-  EXPECT_EQ(listed(), table_line({.eth_name = "br0", .mac = "02:00:00:00:00:01"}));
-  EXPECT_EQ(listed("eth0"), "");
-}
-
 TEST_F(VirtualInterfaces, WhatIsNoLinkIsTracedAndLeftOut) {
   machine_.write("sys/class/net/bonding_masters", "\n");
-  EXPECT_EQ(test::traced_by([] { get_all_virtual_eth_devices_info(nullptr, nullptr); }),
+  EXPECT_EQ(traced_by([] { get_all_virtual_eth_devices_info(nullptr, nullptr); }),
             "can't readlink /sys/class/net/bonding_masters\n");
 }
 
 TEST_F(VirtualInterfaces, EachIsTracedWhereItIsFound) {
   machine_.add_virtual("br0", "02:00:00:00:00:01");
-  EXPECT_EQ(test::traced_by([] { get_all_virtual_eth_devices_info(nullptr, nullptr); }),
-            "found vlan br0\n" + table_line({.eth_name = "br0", .mac = "02:00:00:00:00:01"}));
-  EXPECT_EQ(test::traced_by([] { get_all_virtual_eth_devices_info("other", nullptr); }), "found vlan br0\n");
+  EXPECT_EQ(traced_by([] { get_all_virtual_eth_devices_info(nullptr, nullptr); }), "found vlan br0\n" + kBr0);
+  EXPECT_EQ(traced_by([] { get_all_virtual_eth_devices_info("other", nullptr); }), "found vlan br0\n");
 }
 
 }  // namespace
-}  // namespace qorx
+}  // namespace qorx::test
