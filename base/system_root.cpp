@@ -84,7 +84,7 @@ long SystemFile::read_at(std::uint64_t offset, std::span<std::uint8_t> bytes) co
       continue;
     }
     if (count < 0 && done == 0) {
-      return -1;
+      return errno == EISDIR ? kIsDirectory : kUnreadable;
     }
     if (count <= 0) {
       break;
@@ -99,7 +99,7 @@ long SystemFile::read(std::span<char> bytes) const {
   do {
     count = ::read(descriptor_, bytes.data(), bytes.size());
   } while (count < 0 && errno == EINTR);
-  return count;
+  return count < 0 && errno == EISDIR ? kIsDirectory : count;
 }
 
 const char* SystemDirectory::next_entry() {

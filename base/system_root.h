@@ -39,11 +39,14 @@ class SystemFile {
 
   [[nodiscard]] bool is_open() const { return descriptor_ >= 0; }
 
-  // Reads the bytes at `offset` into `bytes`, and nothing else. Returns how many were there, -1 when the file
-  // can't be read.
+  // What a read returns instead of a count.
+  static constexpr long kUnreadable = -1;
+  static constexpr long kIsDirectory = -2;
+
+  // Reads the bytes at `offset` into `bytes`, and nothing else. Returns how many were there, or one of the above.
   [[nodiscard]] long read_at(std::uint64_t offset, std::span<std::uint8_t> bytes) const;
 
-  // Reads on from the current position, to the end of `bytes` or of the file.
+  // Reads on from the current position, to the end of `bytes` or of the file. Returns the same.
   [[nodiscard]] long read(std::span<char> bytes) const;
 
   [[nodiscard]] int descriptor() const { return descriptor_; }

@@ -3,6 +3,7 @@
 #define QORX_CONFIG_CONFIG_LINES_H
 
 #include <cstdint>
+#include <string_view>
 
 #include "base/line_reader.h"
 
@@ -11,6 +12,11 @@ namespace qorx {
 // Opens a configuration file. Returns 0, or, after saying so (error level), QORX_ERR_PARAM_NULL_POINTER for a null
 // name or QORX_ERR_OPEN_FILE, as bytes.
 std::int32_t open_config_file(const char* path, FilePtr& file);
+
+// Whether a line without blanks around it says nothing.
+constexpr bool is_blank_or_comment(std::string_view line) {
+  return line.empty() || line.starts_with('#');
+}
 
 // When `line` begins with `key` (which includes the opening quote) and its last non-blank character is a quote,
 // replaces the line by the bare value and returns 1. Otherwise traces the key and returns 0; the end of the line

@@ -46,7 +46,7 @@ bool is_listed(const DeviceRecord& record, std::string_view name) {
 void confirm_candidate(DeviceRecord& record, const FittedModule& module) {
   if (record.module_name_count == 0) {
     record.feature = module.feature;
-    if (module.feature == QORX_FEATURE_A_BYPASS && record.fun % 2 == 0) {
+    if (module.feature == QORX_FEATURE_A_BYPASS && carries_control(record)) {
       record.bypass_ctrl_flag = 1;
     }
   } else if (record.feature != module.feature) {
@@ -121,7 +121,7 @@ std::int32_t qorx_check_WMX_name_file(const char* name_file) {
   while (!lines.at_end() && lines.read()) {
     str_eliminate_header_space(lines.text());
     str_eliminate_end_space(lines.text());
-    if (lines.text()[0] == '\0' || lines.text()[0] == '#') {
+    if (is_blank_or_comment(lines.text())) {
       continue;
     }
     debug("%s\n", lines.text());

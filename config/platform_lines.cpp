@@ -2,6 +2,7 @@
 
 #include <array>
 #include <optional>
+#include <string_view>
 #include <utility>
 
 #include "base/line_reader.h"
@@ -39,7 +40,7 @@ bool skip_leading_lines(LineReader& lines) {
     if (lines.at_end()) {
       return false;
     }
-    if (lines.text()[0] != '\0' && lines.text()[0] != '#') {
+    if (!is_blank_or_comment(lines.text())) {
       return true;
     }
   }
@@ -59,15 +60,17 @@ std::optional<PlatformKey> take_key(char* text) {
   return found;
 }
 
-bool is_comment_or_blank(const char* text) {
-  return text[0] == '#' || (text[0] == '\n' && text[1] == '\0');
+// Within a block only a bare line feed is a blank line: one that holds anything else, a carriage return say, ends the
+// block. Deliberate.
+bool is_skipped_in_block(std::string_view text) {
+  return text == "\n" || (!text.empty() && is_blank_or_comment(text));
 }
 
 // Hands the lines of one block to the pass, up to the first that is none of a block's; the reader then stands on it.
 std::int32_t read_block(LineReader& lines, const char* file, PlatformPass& pass) {
   while (!lines.at_end() && lines.read()) {
     str_eliminate_header_space(lines.text());
-    if (is_comment_or_blank(lines.text())) {
+    if (is_skipped_in_block(lines.text())) {
       continue;
     }
     const std::optional<PlatformKey> key = take_key(lines.text());

@@ -47,7 +47,7 @@ class SlotPass final : public PlatformPass {
   char block_name_[QORX_NAME_SIZE] = {};
   std::size_t block_slot_ = 0;             // index of the slot record that the block names
   bool is_first_switch_line_ = true;       // of the block
-  bool switch_found_ = false;              // deliberately kept from block to block, as every switch line sets it anew
+  bool switch_found_ = false;              // by the block's first switch line
   PciAddress switch_{};                    // upstream port of the switch
   char switch_path_[QORX_NAME_SIZE] = {};  // its directory
 };

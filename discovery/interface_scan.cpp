@@ -70,12 +70,10 @@ bool match_slot(const SlotMatcher& matcher, DeviceRecord& record, std::uint32_t 
 std::int32_t identify(DeviceRecord& record) {
   copy_text(record.model, qorx_get_model_name(record.subsys_vendor_id, record.subsys_device_id));
   record.feature = default_feature(record.subsys_vendor_id, record.subsys_device_id);
-  // Ports work in pairs; the even function of a pair carries the bypass controller.
-  const bool even = record.fun % 2 == 0;
-  if (record.feature == QORX_FEATURE_A_BYPASS && even && record.subsys_device_id != kNoControlPort) {
+  if (record.feature == QORX_FEATURE_A_BYPASS && carries_control(record) && record.subsys_device_id != kNoControlPort) {
     record.bypass_ctrl_flag = 1;
   }
-  if (record.feature == QORX_FEATURE_A_BYPASS_I2C && even) {
+  if (record.feature == QORX_FEATURE_A_BYPASS_I2C && carries_control(record)) {
     return parse_bypass_descriptor(record);
   }
   return 0;

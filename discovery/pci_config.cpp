@@ -1,7 +1,6 @@
 #include "discovery/pci_config.h"
 
 #include <array>
-#include <cerrno>
 #include <cstring>
 
 #include "base/byte_view.h"
@@ -73,7 +72,7 @@ PathText ConfigSpace::interface_path(const char* eth_name) {
 }
 
 bool ConfigSpace::read(std::uint32_t offset, std::span<std::uint8_t> bytes) const {
-  return file_.is_open() && (file_.read_at(offset, bytes) >= 0 || errno != EISDIR);
+  return file_.is_open() && file_.read_at(offset, bytes) != SystemFile::kIsDirectory;
 }
 
 std::int32_t get_pcie_capability_offset(const char* path, std::uint8_t capability_id, std::uint8_t* offset) {

@@ -99,7 +99,7 @@ void copy_identity(const DeviceRecord& first, DeviceRecord& other) {
   }
   other.feature = first.feature;
   if (first.feature == QORX_FEATURE_A_BYPASS) {
-    other.bypass_ctrl_flag = other.fun % 2 == 0 ? 1 : 0;
+    other.bypass_ctrl_flag = carries_control(other) ? 1 : 0;
   }
 }
 

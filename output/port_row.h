@@ -11,7 +11,7 @@ namespace qorx {
 // How the "(!)" mark of a mismatched feature spreads.
 enum class MismatchMark : bool {
   kRowOnly,  // screen: only the marked port's row
-  kSticky,   // result file: that row and every one behind it; deliberate, readers of the file know it so
+  kSticky,   // result file: that row and every one behind it; deliberate
 };
 
 // Prints the rows of one table. Printing a port clears its mismatch mark.

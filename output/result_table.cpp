@@ -65,7 +65,6 @@ void print_by_address(PortTable& table, std::string_view bdf) {
 
 void print_all(PortTable& table) {
   for (DeviceRecord& record : device_records()) {
-    // After a failed assignment only the ports that are to be added by hand are of interest.
     if (wrong_seg_flag == 0 || (record.feature == QORX_FEATURE_A_BYPASS && record.seg >= kAbsent)) {
       table.print_port(record);
     }

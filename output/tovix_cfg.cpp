@@ -51,22 +51,30 @@ void write_i2c_record(std::FILE* file, const DeviceRecord& record) {
   std::fputs("\n", file);
 }
 
-void write_port(std::FILE* file, DeviceRecord& record, int& forced) {
-  if (record.bypass_ctrl_flag != 1) {
-    return;
+// Returns false for a port that is to be warned of: it should have a record and has no segment number.
+bool write_port(std::FILE* file, DeviceRecord& record, int& forced) {
+  const bool is_pci = record.feature == QORX_FEATURE_A_BYPASS;
+  const bool is_i2c = record.feature == QORX_FEATURE_A_BYPASS_I2C;
+  if (record.bypass_ctrl_flag != 1 || (!is_pci && !is_i2c)) {
+    return true;
   }
-  if (record.feature == QORX_FEATURE_A_BYPASS) {
-    if (settle_segment(record, forced)) {
-      write_pci_record(file, record);
-    } else {
-      wrong_seg_flag = 1;
-    }
-  } else if (record.feature == QORX_FEATURE_A_BYPASS_I2C) {
-    // Deliberately silent without a number: the warning is about the ports that can be added by hand.
-    if (settle_segment(record, forced)) {
-      write_i2c_record(file, record);
-    }
+  if (!settle_segment(record, forced)) {
+    return is_i2c;  // deliberate: a port of this kind is left out without a warning
   }
+  if (is_pci) {
+    write_pci_record(file, record);
+  } else {
+    write_i2c_record(file, record);
+  }
+  return true;
+}
+
+// Prints the warning and the ports that it is about.
+void warn_of_missing_segments() {
+  std::fputs(kWarning, stdout);
+  wrong_seg_flag = 1;
+  static_cast<void>(qorx_print_scan_result(nullptr, nullptr, nullptr));
+  wrong_seg_flag = 0;
 }
 
 }  // namespace
@@ -84,15 +92,14 @@ std::int32_t qorx_output_tovix_cfg() {
     return QORX_ERR_OPEN_FILE;
   }
   int forced = kFirstForcedSegment;
+  bool are_complete = true;
   for (DeviceRecord& record : device_records()) {
-    write_port(file.stream(), record, forced);
+    are_complete = write_port(file.stream(), record, forced) && are_complete;
   }
   std::fputs("TYPE:PCIE\n\n", file.stream());
   const std::int32_t code = file.close();
-  if (code == 0 && wrong_seg_flag != 0) {
-    std::fputs(kWarning, stdout);
-    static_cast<void>(qorx_print_scan_result(nullptr, nullptr, nullptr));
+  if (code == 0 && !are_complete) {
+    warn_of_missing_segments();
   }
-  wrong_seg_flag = 0;
   return code;
 }

@@ -18,13 +18,18 @@ inline constexpr std::uint8_t kAbsent = QORX_ABSENT;
 
 extern std::int32_t g_qorx_init;                 // 0 after a successful qorx_open, else -1
 extern std::int32_t g_x86_i2c_root_port_number;  // host I2C adapter; -1 not yet searched, 255 not found
-extern std::uint8_t wrong_seg_flag;              // an A_BYPASS port got no segment: list only such ports
+extern std::uint8_t wrong_seg_flag;              // the next plain listing shows only A_BYPASS ports without a segment
 
 // The valid device records, in table order.
 std::span<DeviceRecord> device_records();
 
 // The valid slot records, in table order.
 std::span<SlotRecord> slot_records();
+
+// Ports work in pairs; the one with the even function carries the bypass controller of both.
+inline bool carries_control(const DeviceRecord& record) {
+  return record.fun % 2 == 0;
+}
 
 // The record at `index` (below kMaxRecords), cleared, to be filled by the caller.
 DeviceRecord& fresh_device_record(std::size_t index);

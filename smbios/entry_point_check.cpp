@@ -9,8 +9,8 @@ namespace qorx {
 
 namespace {
 
-// Entry point layout (DMTF DSP0134, 5.2.1 and 5.2.2). The checksummed lengths are fixed: the length byte of the
-// entry point is wrong on some machines of version 2.1.
+// Entry point layout (DMTF DSP0134, 5.2.1 and 5.2.2). The checksummed lengths are fixed: version 2.1 of the standard
+// gave a wrong value for the entry point's length byte.
 constexpr std::string_view kAnchor2 = "_SM_";
 constexpr std::size_t kEntry2Last = 30;
 constexpr std::size_t kEntry2Intermediate = 16;

@@ -90,10 +90,6 @@ bool take_line(Triple& triple, char* text) {
   return true;
 }
 
-bool is_data(const char* text) {
-  return text[0] != '\0' && text[0] != '#';
-}
-
 }  // namespace
 
 std::int32_t Search_SMBIOS_cfg(const char* file) {
@@ -109,7 +105,7 @@ std::int32_t Search_SMBIOS_cfg(const char* file) {
   while (code == 0 && lines.read() && !lines.at_end()) {
     str_eliminate_header_space(lines.text());
     str_eliminate_end_space(lines.text());
-    if (!is_data(lines.text())) {
+    if (is_blank_or_comment(lines.text())) {
       continue;
     }
     if (!take_line(triple, lines.text())) {

@@ -39,10 +39,9 @@ std::uint64_t structure_length(const TableBytes& table, std::uint64_t offset, st
   }
 }
 
-// Reads the designation into `text`. Deliberate, and kept for the slot names in the field: the position of the
-// next string is counted from the start of the string set, not from the string before it, so strings 1 and 2 are
-// found and higher numbers give what lies at (length of the string before + 1); and number 0 leaves `text` as the
-// record before it had it.
+// Reads the designation into `text`. Deliberate: the position of the next string is counted from the start of the
+// string set, not from the string before it, so strings 1 and 2 are found and higher numbers give what lies at (length
+// of the string before + 1); and number 0 leaves `text` as the record before it had it.
 void read_designation(ByteView strings, std::uint8_t number, Designation& text) {
   std::size_t position = 0;
   for (int i = 0; i < number; ++i) {
