@@ -14,6 +14,15 @@
 
 namespace {
 
+constexpr const char* kHelp =
+    "Usage: qorx-replay MACHINE [--] OPERATION [OPTION...]\n"
+    "\n"
+    "Runs qorx on a machine that was recorded. MACHINE is an archive that\n"
+    "qorx-capture wrote, or a directory with the recorded sys and dev in it.\n"
+    "Everything behind it is the command line of qorx(8).\n"
+    "\n"
+    "  --help  Show a short text on the use and do nothing else.\n";
+
 int replay(const char* root, int argc, char** argv) {
   qorx::follow_recorded_order(root);
   const int first = argc > 2 && std::string_view(argv[2]) == "--" ? 3 : 2;
@@ -31,6 +40,10 @@ int main(int argc, char** argv) {
     return kBadUsage;
   }
   qorx::protect_standard_output();
+  if (std::string_view(argv[1]) == "--help") {
+    std::fputs(kHelp, stdout);
+    return 0;
+  }
   const char* root = argv[1];
   qorx::UnpackedArchive archive;
   if (qorx::is_archive(root)) {
