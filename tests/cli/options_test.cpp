@@ -129,6 +129,7 @@ TEST_F(StripOptions, AValueThatLooksLikeAnOptionFollowsTheOrderOfTheTests) {
       {{"-a", "-config", "-novlan"}, {"-a"}, "config=-novlan"},
       {{"-a", "-sys_WMX_cfg", "-legacy"}, {"-a", "-sys_WMX_cfg"}, "legacy"},
       {{"-a", "-sys_WMX_cfg", "-vm"}, {"-a"}, "names=-vm"},
+      {{"-a", "-legacy", "-sys_WMX_cfg", "-F"}, {"-a", "-legacy", "-sys_WMX_cfg"}, "force"},
       {{"-a", "-smbios_cfg", "-F"}, {"-a", "-smbios_cfg"}, "force"},
       {{"-a", "-smbios_cfg", "-sort_slotname"}, {"-a"}, "smbios=-sort_slotname"},
       {{"-a", "-diag", "e", "-vm"}, {"-a", "-diag", "e"}, "vm"},
@@ -148,6 +149,7 @@ TEST_F(StripOptions, AValueThatLooksLikeAnOptionFollowsTheOrderOfTheTests) {
 TEST_F(StripOptions, LaterTestsOfAPassSeeTheShortenedList) {
   check({
       {{"-a", "-config", "-F", "-legacy"}, {"-a", "-config"}, "legacy force"},
+      {{"-a", "-smbios_cfg", "-legacy", "-sys_WMX_cfg", "f"}, {"-a"}, "names=f smbios=-legacy"},
       {{"-a", "-config", "-vm", "-novlan"}, {"-a"}, "config=-vm novlan"},
       {{"-a", "-config", "-vm", "-sort_slotname"}, {"-a", "-config"}, "sort vm"},
       {{"-a", "-diag", "-ML", "x", "-vm"}, {"-a"}, "vm diag=-ML,x"},

@@ -30,6 +30,11 @@ std::vector<Sink> broken_sinks() {
   return {
       {"full device", [] { dup2(open("/dev/full", O_WRONLY), STDOUT_FILENO); }},
       {"closed", [] { close(STDOUT_FILENO); }},
+      {"input and output closed",
+       [] {
+         close(STDIN_FILENO);
+         close(STDOUT_FILENO);
+       }},
       {"all three closed",
        [] {
          close(STDIN_FILENO);

@@ -213,6 +213,15 @@ TEST_F(ModuleNameFile, FourCharactersOfTheNumberCountAtMost) {
   EXPECT_EQ(names_of(other), (Names{"WMX-69", "wmx-0229"}));
 }
 
+// The first candidate's number belongs to another family; in the other list it has no slash at all.
+TEST_F(ModuleNameFile, ANumberWithoutItsSlashIsNoCandidate) {
+  DeviceRecord& record = port("TOBR-2848/9284");
+  DeviceRecord& other = port("WMX-1813-2848");
+  apply("WMX-2848 POE\n");
+  EXPECT_EQ(names_of(record), Names{});
+  EXPECT_EQ(names_of(other), Names{});
+}
+
 TEST_F(ModuleNameFile, TheTableShowsTheConfirmedModulesOnly) {
   machine_.smbios(test::SmbiosTable().slot("WMX Slot 1", "06:00.0"));
   for (int i = 0; i < 4; ++i) {
