@@ -30,11 +30,6 @@ std::vector<Sink> broken_sinks() {
   return {
       {"full device", [] { dup2(open("/dev/full", O_WRONLY), STDOUT_FILENO); }},
       {"closed", [] { close(STDOUT_FILENO); }},
-      {"input and output closed",
-       [] {
-         close(STDIN_FILENO);
-         close(STDOUT_FILENO);
-       }},
       {"all three closed",
        [] {
          close(STDIN_FILENO);
@@ -117,6 +112,18 @@ TEST(LostOutput, TracesNeverEndUpInTheResultFile) {
     EXPECT_EQ(run_into(sink, machine, {"-o", "result", "-ML", "2"}).status, kOutputLost);
     EXPECT_EQ(read_file(machine.work() / "result"), expected);
   }
+}
+
+// A standard descriptor that stays free becomes that of the next file that is opened.
+TEST(ProtectStandardOutput, FillsEveryClosedDescriptor) {
+  EXPECT_EXIT(
+      {
+        close(STDIN_FILENO);
+        close(STDOUT_FILENO);
+        protect_standard_output();
+        _exit(fcntl(STDIN_FILENO, F_GETFD) == 0 && fcntl(STDOUT_FILENO, F_GETFD) == 0 ? 0 : 1);
+      },
+      testing::ExitedWithCode(0), "");
 }
 
 TEST(FinishStandardOutput, IsFineWhenAllWasWritten) {
