@@ -1,7 +1,11 @@
 #include "records/state.h"
 
+#include <sys/mman.h>
+#include <unistd.h>
+
 #include <algorithm>
 #include <cstring>
+#include <memory>
 
 #include "records/origins.h"
 
@@ -33,7 +37,7 @@ SlotSource g_slot_source;
 
 namespace {
 
-// One more than the highest index ever written since the last clear.
+// One more than the highest index handed out since the last clear.
 std::size_t g_devices_touched;
 std::size_t g_slots_touched;
 
@@ -47,12 +51,23 @@ Record& fresh_record(Record* table, std::size_t index, std::size_t& touched) {
   return record;
 }
 
-template <typename Record>
-void clear_table(Record* table, std::size_t counted, std::size_t& touched) {
-  // One past the counted records as well: a caller may have read or written the spare record there.
-  const std::size_t used = std::min(std::max(counted + 1, touched), kMaxRecords);
-  std::memset(table, 0, used * sizeof(Record));
-  touched = 0;
+// Zeroes `size` bytes at `start`. Whole pages go back to the system, which then has zeros there: pages that nobody has
+// touched stay untouched.
+void zero(void* start, std::size_t size) {
+  const auto page = static_cast<std::size_t>(sysconf(_SC_PAGESIZE));
+  void* inside = start;
+  std::size_t room = size;
+  if (std::align(page, page, inside, room) == nullptr) {
+    std::memset(start, 0, size);
+    return;
+  }
+  const std::size_t behind = room % page;
+  auto* const end = static_cast<char*>(start) + size;
+  std::memset(start, 0, size - room);
+  std::memset(end - behind, 0, behind);
+  if (madvise(inside, room - behind, MADV_DONTNEED) != 0) {
+    std::memset(inside, 0, room - behind);  // a program may have locked its memory
+  }
 }
 
 }  // namespace
@@ -75,9 +90,10 @@ SlotRecord& fresh_slot_record(std::size_t index) {
 }
 
 std::int32_t clear_tables() {
-  const qorx_environment_info& info = qorx_system_environment_info;
-  clear_table(qorx_eth_device_mapping, info.eth_device_number, g_devices_touched);
-  clear_table(qorx_smbios_t9_t41_mapping, info.eth_smbios_t9_t41_number, g_slots_touched);
+  zero(qorx_eth_device_mapping, sizeof qorx_eth_device_mapping);
+  zero(qorx_smbios_t9_t41_mapping, sizeof qorx_smbios_t9_t41_mapping);
+  g_devices_touched = 0;
+  g_slots_touched = 0;
   qorx_system_environment_info = {};
   g_slot_source = SlotSource::kNone;
   return 0;

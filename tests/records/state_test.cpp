@@ -1,13 +1,15 @@
 #include "records/state.h"
 
 #include <gtest/gtest.h>
+#include <sys/mman.h>
+#include <unistd.h>
 
+#include <algorithm>
 #include <cstddef>
 #include <cstring>
 #include <string>
 #include <vector>
 
-#include "base/bounded_text.h"
 #include "tests/support/library.h"
 
 namespace qorx {
@@ -183,14 +185,49 @@ TEST_F(State, ClearingReachesRecordsThatWereNotCounted) {
   }
 }
 
-TEST_F(State, ClearingReachesTheRecordBehindTheLastOne) {
-  test::add_device("eth0");
-  test::add_slot("S");
-  copy_text(qorx_eth_device_mapping[1].slot_name, "spare");
-  copy_text(qorx_smbios_t9_t41_mapping[1].slot_name, "spare");
+void write_everywhere() {
+  std::memset(qorx_eth_device_mapping, 0xA5, sizeof qorx_eth_device_mapping);
+  std::memset(qorx_smbios_t9_t41_mapping, 0xA5, sizeof qorx_smbios_t9_t41_mapping);
+}
+
+template <typename Table>
+bool is_whole_table_zero(const Table& table) {
+  const auto* const bytes = reinterpret_cast<const unsigned char*>(&table);
+  return std::all_of(bytes, bytes + sizeof table, [](unsigned char byte) { return byte == 0; });
+}
+
+TEST_F(State, ClearingReachesWhatAProgramHasWrittenAnywhere) {
+  write_everywhere();
   clear_tables();
-  EXPECT_TRUE(is_zero(qorx_eth_device_mapping[1]));
-  EXPECT_TRUE(is_zero(qorx_smbios_t9_t41_mapping[1]));
+  EXPECT_TRUE(is_whole_table_zero(qorx_eth_device_mapping));
+  EXPECT_TRUE(is_whole_table_zero(qorx_smbios_t9_t41_mapping));
+}
+
+// Locked pages can't be given back.
+TEST_F(State, ClearingReachesLockedMemory) {
+  if (mlock(qorx_eth_device_mapping, sizeof qorx_eth_device_mapping) != 0) {
+    GTEST_SKIP() << "this user may not lock 1.3 MB of memory";
+  }
+  write_everywhere();
+  clear_tables();
+  EXPECT_TRUE(is_whole_table_zero(qorx_eth_device_mapping));
+  munlock(qorx_eth_device_mapping, sizeof qorx_eth_device_mapping);
+}
+
+template <typename Table>
+std::size_t resident_pages(Table& table) {
+  const auto page = static_cast<std::uintptr_t>(sysconf(_SC_PAGESIZE));
+  const auto first = reinterpret_cast<std::uintptr_t>(&table) / page * page;
+  std::vector<unsigned char> pages((reinterpret_cast<std::uintptr_t>(&table) + sizeof table - first + page - 1) / page);
+  EXPECT_EQ(mincore(reinterpret_cast<void*>(first), pages.size() * page, pages.data()), 0);
+  return static_cast<std::size_t>(std::count_if(pages.begin(), pages.end(), [](auto bits) { return (bits & 1) != 0; }));
+}
+
+TEST_F(State, ClearingTouchesNothingButTheEdges) {
+  write_everywhere();
+  clear_tables();
+  EXPECT_LE(resident_pages(qorx_eth_device_mapping), 2U);
+  EXPECT_LE(resident_pages(qorx_smbios_t9_t41_mapping), 2U);
 }
 
 }  // namespace

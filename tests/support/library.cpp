@@ -16,8 +16,6 @@
 namespace qorx::test {
 
 void reset_library() {
-  std::memset(qorx_eth_device_mapping, 0, sizeof qorx_eth_device_mapping);
-  std::memset(qorx_smbios_t9_t41_mapping, 0, sizeof qorx_smbios_t9_t41_mapping);
   clear_tables();
   for (std::int32_t* const flag : {&g_config_flag, &g_legacy_flag, &g_WMX_name_flag, &g_smbios_flag, &g_diag,
                                    &g_force_flag, &g_sort_slotname, &g_vm_bypass, &g_novlan}) {
