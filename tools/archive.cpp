@@ -154,7 +154,8 @@ bool UnpackedArchive::unpack(const char* file) {
   if (!make_directory()) {
     return false;
   }
-  if (!succeeded(start_tar({"-xof", path.c_str(), "-C", directory_.c_str()}, -1))) {
+  // Times are of no use here; those of a machine whose clock is ahead make tar talk (m).
+  if (!succeeded(start_tar({"-xomf", path.c_str(), "-C", directory_.c_str()}, -1))) {
     return complain(file, "tar can't unpack it");
   }
   g_walked_directory = directory_ + "/";

@@ -74,6 +74,12 @@ TEST_F(ReplayOfArchive, ANameThatLooksLikeAnotherMachinesIsAFile) {
   EXPECT_EQ(replay("host:machine").status, 0);
 }
 
+TEST_F(ReplayOfArchive, AMachineWhoseClockIsAheadIsNothingToTalkAbout) {
+  const ToolRun run = replay(packed({"--mtime=2099-01-01 00:00:00"}));
+  EXPECT_EQ(run.errors, "");
+  EXPECT_EQ(run.status, 0);
+}
+
 TEST_F(ReplayOfArchive, WhatTarCannotReadIsRefused) {
   expect_refused(machine_.user_file("text", "no archive"), "no archive that tar can read");
   expect_refused(machine_.user_file("empty.gz", ""), "no archive that tar can read");

@@ -18,9 +18,14 @@ class SetUp:
     hot_plug: tuple = ()            # root ports whose cards are pulled and plugged
 
 
+# What a recording must tell in the same words.
+ALL = ("operations", "configuration")
+
 SET_UPS = (
-    SetUp("bios", RACK, ("source-bios", "operations", "configuration", "user", "interfaces")),
-    SetUp("efi", RACK, ("source-efi", "operations", "configuration"), firmware="ovmf"),
-    SetUp("smbios3", RACK, ("source-smbios3", "operations"), machine="smbios-entry-point-type=64"),
-    SetUp("lockdown", RACK, ("source-lockdown", "operations"), kernel="lockdown=confidentiality"),
+    SetUp("bios", RACK, ("source-bios", "operations", "configuration", "user", "interfaces"), replayed=ALL),
+    SetUp("efi", RACK, ("source-efi", "operations", "configuration"), firmware="ovmf", replayed=ALL),
+    SetUp("smbios3", RACK, ("source-smbios3", "operations", "configuration"), replayed=ALL,
+          machine="smbios-entry-point-type=64"),
+    SetUp("lockdown", RACK, ("source-lockdown", "operations", "configuration"), replayed=ALL,
+          kernel="lockdown=confidentiality"),
 )
