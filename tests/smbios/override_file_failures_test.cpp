@@ -1,192 +1,139 @@
 #include <gtest/gtest.h>
 
-#include <iterator>
 #include <string>
-#include <vector>
 
 #include "base/messages.h"
 #include "records/state.h"
-#include "smbios/override_file.h"
 #include "tests/smbios/parsing.h"
-#include "tests/support/fake_machine.h"
-#include "tests/support/library.h"
+#include "tests/support/user_files.h"
 
 namespace qorx::test {
 namespace {
 
-using Strings = std::vector<std::string>;
+const std::string kType = "TYPE=\"9\"\n";
+const std::string kName = "NAME=\"S\"\n";
+const std::string kAddress = "BUS:DEV.FUN=\"01:00.0\"\n";
+const std::string kGood = kType + kName + kAddress;
 
-constexpr std::int32_t kFormat = 0x81;
-const std::string kGood = "TYPE=\"9\"\nNAME=\"S\"\nBUS:DEV.FUN=\"01:00.0\"\n";
+constexpr const char* kNoType = "Can't find TYPE! F line: #";
+constexpr const char* kNoName = "Can't find NAME! F line: #";
+constexpr const char* kNoAddress = "Can't find BUS:DEV.FUN! F line: #";
+constexpr const char* kEmptyName = "Empty NAME! F line: #";
 
-class OverrideFileFailures : public testing::Test {
- protected:
-  void SetUp() override { reset_library(); }
+using OverrideErrors = WrongFileTest;
 
-  // Reads a file with this content; in what is printed its name is replaced by "F".
-  std::int32_t read(const std::string& content) {
-    const std::string file = machine_.user_file("smbios.cfg", content);
-    std::int32_t code = -1;
-    printed_ = printed_by([&] { code = Search_SMBIOS_cfg(file.c_str()); });
-    for (std::size_t at = 0; (at = printed_.find(file)) != std::string::npos;) {
-      printed_.replace(at, file.size(), "F");
-    }
-    return code;
-  }
-
-  void expect_message(const std::string& content, const std::string& message) {
-    SCOPED_TRACE(content.substr(0, 200));
-    EXPECT_EQ(read(content), kFormat);
-    EXPECT_EQ(printed_, message + "\n");
-  }
-
-  FakeMachine machine_;
-  std::string printed_;
-};
-
-TEST_F(OverrideFileFailures, ANullName) {
-  std::int32_t code = 0;
-  EXPECT_EQ(printed_by([&] { code = Search_SMBIOS_cfg(nullptr); }), "Error: *conf_file is NULL pointer.\n");
-  EXPECT_EQ(code, 0x94);
+TEST_P(OverrideErrors, AreRefused) {
+  expect_refused(kOverride, row());
+  expect_command_refused(kOverride, row());
 }
 
-TEST_F(OverrideFileFailures, AFileThatCannotBeOpened) {
-  for (const std::string& file : {std::string("/nowhere/smbios.cfg"), machine_.work().string(), std::string()}) {
-    std::int32_t code = 0;
-    EXPECT_EQ(printed_by([&] { code = Search_SMBIOS_cfg(file.c_str()); }), "Error: Open file " + file + " failed.\n");
-    EXPECT_EQ(code, 0x80);
-  }
-}
+QORX_ROWS(
+    OverrideErrors,
+    {"a slot begins with its type",
+     kNoType,
+     {{kName, 1}, {"# c\n\n" + kAddress, 3}, {kGood + "NAME=\"T\"\n", 4}, {kGood + "x\n", 4}}},
+    {"the type is followed by the name", kNoName, {{kType + kType, 2}, {kType + kAddress, 2}}},
+    {"the name is followed by the address",
+     kNoAddress,
+     {{kType + kName + kName, 3}, {kType + kName + "\n# c\n" + kType, 5}}},
+    {"a line must begin with its key and end with a quote", kNoType,
+     variants(1, "",
+              {"TYPE=9", "TYPE =\"9\"", "TYPE= \"9\"", "type=\"9\"", "TYPE=\"9", "TYPE=\"9\"x", "TYPE", "\"TYPE=\"9\"",
+               "TYPE=\"9\" # nine"})},
+    {"a name must be quoted", kNoName, {{kType + "NAME=S\n", 2}}},
+    {"an address must be quoted", kNoAddress, {{kType + kName + "BUS:DEV.FUN=01:00.0\n", 3}}},
+    {"the name must not be empty",
+     kEmptyName,
+     {{kType + "NAME=\"\"\n# c\n" + kAddress, 4}, {kType + "NAME=\"\n" + kAddress, 3}}},
+    {"the address needs three parts", "Wrong BUS:DEV.FUN! F line: #",
+     variants(3, kType + kName + "BUS:DEV.FUN=\"", {"3:0", "", "3", "::..", "3:0.", "3:.:0", "030000"}, "\"\n")},
+    {"of several wrong values the type is reported first",
+     "Wrong TYPE number 8! F line: #",
+     {{"TYPE=\"8\"\nNAME=\"\"\nBUS:DEV.FUN=\"3\"\n", 3}}},
+    {"of a wrong name and a wrong address the name is reported",
+     kEmptyName,
+     {{kType + "NAME=\"\"\nBUS:DEV.FUN=\"3\"\n", 3}}},
+    {"a file without a type line has none", kNoType, {{"# one\n# two\n", 3}, {"\n", 2}, {"TYPE=\"9\"", 1}}},
+    {"a file that ends behind a type lacks a name",
+     kNoName,
+     {{kType, 2}, {kType + "NAME=\"S\"", 2}, {kGood + kType, 5}}},
+    {"a file that ends behind a name lacks an address",
+     kNoAddress,
+     {{kType + kName, 3}, {kType + kName + "BUS:DEV.FUN=\"01:00.0\"", 3}, {kGood + kType + "NAME=\"T\"\n# c\n", 7}}},
+    {"nothing is read behind an error",
+     "Wrong TYPE number 8! F line: #",
+     {{"TYPE=\"8\"\nNAME=\"T\"\nBUS:DEV.FUN=\"01:00.0\"\nx\n" + kGood, 3}}},
+    // The rest of a line beyond 1,023 bytes is a line of its own.
+    {"a long line counts for each buffer full",
+     kNoType,
+     {{"#" + std::string(2994, 'n') + "\n" + kGood, 2},
+      {std::string(3000, '#') + "\nx\n", 4},
+      {"#" + std::string(1021, '.') + "\nx\n", 2},    // 1,023 with its line feed
+      {"#" + std::string(1022, '.') + "\nx\n", 3}}},  // 1,024
+    {"a name that does not fit the buffer has no closing quote",
+     kNoName,
+     {{kType + "NAME=\"" + std::string(2994, 'n') + "\"\n", 2}}});
 
-TEST_F(OverrideFileFailures, AnotherLineThanTheExpectedOne) {
-  expect_message("NAME=\"S\"\n", "Can't find TYPE! F line: 1");
-  expect_message("# c\n\nBUS:DEV.FUN=\"01:00.0\"\n", "Can't find TYPE! F line: 3");
-  expect_message("TYPE=\"9\"\nTYPE=\"9\"\n", "Can't find NAME! F line: 2");
-  expect_message("TYPE=\"9\"\nBUS:DEV.FUN=\"01:00.0\"\n", "Can't find NAME! F line: 2");
-  expect_message("TYPE=\"9\"\nNAME=\"S\"\nNAME=\"S\"\n", "Can't find BUS:DEV.FUN! F line: 3");
-  expect_message("TYPE=\"9\"\nNAME=\"S\"\n\n# c\nTYPE=\"9\"\n", "Can't find BUS:DEV.FUN! F line: 5");
-  expect_message(kGood + "NAME=\"T\"\n", "Can't find TYPE! F line: 4");
-}
-
-TEST_F(OverrideFileFailures, ALineMustBeginWithItsKeyAndEndWithAQuote) {
-  for (const char* const line : {"TYPE=9", "TYPE =\"9\"", "TYPE= \"9\"", "type=\"9\"", "TYPE=\"9", "TYPE=\"9\"x",
-                                 "TYPE", "\"TYPE=\"9\"", "TYPE=\"9\" # nine"}) {
-    expect_message(std::string(line) + "\n", "Can't find TYPE! F line: 1");
-  }
-  expect_message("TYPE=\"9\"\nNAME=S\n", "Can't find NAME! F line: 2");
-  expect_message("TYPE=\"9\"\nNAME=\"S\"\nBUS:DEV.FUN=01:00.0\n", "Can't find BUS:DEV.FUN! F line: 3");
-}
+class OverrideFileFailures : public UserFileTest {};
 
 TEST_F(OverrideFileFailures, TheTypeTextMustBeExactly9Or41) {
   for (const std::string type : {"09", "041", "9 ", " 9", "10", "4", "411", "9\"", "x", ""}) {
-    expect_message("TYPE=\"" + type + "\"\nNAME=\"S\"\nBUS:DEV.FUN=\"01:00.0\"\n",
-                   "Wrong TYPE number " + type + "! F line: 3");
+    EXPECT_EQ(read(kOverride, "TYPE=\"" + type + "\"\n" + kName + kAddress),
+              (Outcome{"Wrong TYPE number " + type + "! F line: 3\n", 0x81}));
     EXPECT_TRUE(slot_records().empty());
   }
 }
 
-TEST_F(OverrideFileFailures, TheNameMustNotBeEmpty) {
-  expect_message("TYPE=\"9\"\nNAME=\"\"\n# c\nBUS:DEV.FUN=\"01:00.0\"\n", "Empty NAME! F line: 4");
-  expect_message("TYPE=\"9\"\nNAME=\"\nBUS:DEV.FUN=\"01:00.0\"\n", "Empty NAME! F line: 3");
-}
-
-TEST_F(OverrideFileFailures, TheAddressNeedsThreeParts) {
-  for (const char* const address : {"3:0", "", "3", "::..", "3:0.", "3:.:0", "030000"}) {
-    expect_message("TYPE=\"9\"\nNAME=\"S\"\nBUS:DEV.FUN=\"" + std::string(address) + "\"\n",
-                   "Wrong BUS:DEV.FUN! F line: 3");
-  }
-}
-
-TEST_F(OverrideFileFailures, OfSeveralWrongValuesTypeThenNameIsReported) {
-  expect_message("TYPE=\"8\"\nNAME=\"\"\nBUS:DEV.FUN=\"3\"\n", "Wrong TYPE number 8! F line: 3");
-  expect_message("TYPE=\"9\"\nNAME=\"\"\nBUS:DEV.FUN=\"3\"\n", "Empty NAME! F line: 3");
-}
-
-TEST_F(OverrideFileFailures, AFileWithoutATypeLine) {
-  expect_message("", "Can't find TYPE! F line: 1");
-  expect_message("# one\n# two\n", "Can't find TYPE! F line: 3");
-  expect_message("\n", "Can't find TYPE! F line: 2");
-  expect_message("TYPE=\"9\"", "Can't find TYPE! F line: 1");
-}
-
-TEST_F(OverrideFileFailures, AFileThatEndsWithinASlot) {
-  expect_message("TYPE=\"9\"\n", "Can't find NAME! F line: 2");
-  expect_message("TYPE=\"9\"\nNAME=\"S\"", "Can't find NAME! F line: 2");
-  expect_message("TYPE=\"9\"\nNAME=\"S\"\n", "Can't find BUS:DEV.FUN! F line: 3");
-  expect_message("TYPE=\"9\"\nNAME=\"S\"\nBUS:DEV.FUN=\"01:00.0\"", "Can't find BUS:DEV.FUN! F line: 3");
-  expect_message(kGood + "TYPE=\"9\"\n", "Can't find NAME! F line: 5");
-  expect_message(kGood + "TYPE=\"9\"\nNAME=\"T\"\n# c\n", "Can't find BUS:DEV.FUN! F line: 7");
-}
-
 TEST_F(OverrideFileFailures, RecordsBeforeAnErrorStay) {
-  for (const char* const tail : {"x\n", "TYPE=\"9\"\n", "TYPE=\"8\"\nNAME=\"T\"\nBUS:DEV.FUN=\"01:00.0\"\n"}) {
+  for (const std::string& tail : {std::string("x\n"), kType, "TYPE=\"8\"\n" + kName + kAddress}) {
     SCOPED_TRACE(tail);
-    EXPECT_EQ(read(kGood + tail), kFormat);
-    EXPECT_EQ(names(), Strings{"S"});
+    EXPECT_EQ(read(kOverride, kGood + tail).code, 0x81);
+    EXPECT_EQ(names(), Texts{"S"});
   }
-}
-
-TEST_F(OverrideFileFailures, NothingIsReadBehindAnError) {
-  expect_message("TYPE=\"8\"\nNAME=\"T\"\nBUS:DEV.FUN=\"01:00.0\"\nx\n" + kGood, "Wrong TYPE number 8! F line: 3");
-  EXPECT_TRUE(slot_records().empty());
-}
-
-// The rest of a line beyond 1,023 bytes is a line of its own.
-TEST_F(OverrideFileFailures, ALongLineCountsForEachBufferFull) {
-  const std::string filler(2994, 'n');
-  expect_message("#" + filler + "\n" + kGood, "Can't find TYPE! F line: 2");
-  expect_message(std::string(3000, '#') + "\nx\n", "Can't find TYPE! F line: 4");
-  expect_message("#" + std::string(1021, '.') + "\nx\n", "Can't find TYPE! F line: 2");  // 1,023 with its line feed
-  expect_message("#" + std::string(1022, '.') + "\nx\n", "Can't find TYPE! F line: 3");  // 1,024
-  expect_message("TYPE=\"9\"\nNAME=\"" + filler + "\"\n", "Can't find NAME! F line: 2");
 }
 
 TEST_F(OverrideFileFailures, MessagesNeedErrorMessages) {
   g_error_message_open = 0;
-  EXPECT_EQ(read("x\n"), kFormat);
-  EXPECT_EQ(printed_, "");
-  EXPECT_EQ(read("TYPE=\"9\"\n"), kFormat);
-  EXPECT_EQ(printed_, "");
-  EXPECT_EQ(printed_by([] { EXPECT_EQ(Search_SMBIOS_cfg("/nowhere/f"), 0x80); }), "");
-  EXPECT_EQ(printed_by([] { EXPECT_EQ(Search_SMBIOS_cfg(nullptr), 0x94); }), "");
+  EXPECT_EQ(read(kOverride, "x\n"), (Outcome{"", 0x81}));
+  EXPECT_EQ(read(kOverride, kType), (Outcome{"", 0x81}));
 }
+
+struct Trace {
+  std::string_view rule;
+  std::string text;
+  std::string end;
+};
+
+class OverrideTraces : public RowTest<Trace, UserFileTest> {};
+
+// Its three lines were read, though their values are wrong.
+TEST_P(OverrideTraces, SayThatTheLinesWereReadButNoRecord) {
+  g_debug_message_open = 1;
+  const Outcome outcome = read(kOverride, row().text);
+  EXPECT_EQ(outcome.code, 0x81);
+  EXPECT_TRUE(outcome.printed.ends_with(row().end + "! F line: 3\nsmbios cfg file read OK!\n")) << outcome.printed;
+  EXPECT_EQ(outcome.printed.find("TYPE: "), std::string::npos);
+}
+
+QORX_ROWS(OverrideTraces, {"of a wrong type", "TYPE=\"8\"\n" + kName + kAddress, "Wrong TYPE number 8"},
+          {"of an empty name", kType + "NAME=\"\"\n" + kAddress, "Empty NAME"},
+          {"of a short address", kType + kName + "BUS:DEV.FUN=\"01\"\n", "Wrong BUS:DEV.FUN"});
 
 TEST_F(OverrideFileFailures, AWrongLineTracesItsKeyOnce) {
   g_debug_message_open = 1;
-  EXPECT_EQ(read("x\n"), kFormat);
-  EXPECT_TRUE(
-      printed_.starts_with("check head char of !x\n!\ncheck tail char of !x\n!\nremove tail 1 char !x!\n"
-                           "can't find TYPE=\"\nCan't find TYPE! F line: 1\n"));
-}
-
-// Its three lines were read, though their values are wrong.
-TEST_F(OverrideFileFailures, AnInvalidTripleStillTracesThatTheFileWasRead) {
-  g_debug_message_open = 1;
-  const std::string cases[] = {"TYPE=\"8\"\nNAME=\"S\"\nBUS:DEV.FUN=\"01:00.0\"\n",
-                               "TYPE=\"9\"\nNAME=\"\"\nBUS:DEV.FUN=\"01:00.0\"\n",
-                               "TYPE=\"9\"\nNAME=\"S\"\nBUS:DEV.FUN=\"01\"\n"};
-  const char* const ends[] = {"Wrong TYPE number 8! F line: 3\nsmbios cfg file read OK!\n",
-                              "Empty NAME! F line: 3\nsmbios cfg file read OK!\n",
-                              "Wrong BUS:DEV.FUN! F line: 3\nsmbios cfg file read OK!\n"};
-  for (std::size_t i = 0; i < std::size(cases); ++i) {
-    SCOPED_TRACE(cases[i]);
-    EXPECT_EQ(read(cases[i]), kFormat);
-    EXPECT_TRUE(printed_.ends_with(ends[i])) << printed_;
-    EXPECT_EQ(printed_.find("TYPE: "), std::string::npos);
-  }
+  EXPECT_TRUE(read(kOverride, "x\n")
+                  .printed.starts_with("check head char of !x\n!\ncheck tail char of !x\n!\nremove tail 1 char !x!\n"
+                                       "can't find TYPE=\"\nCan't find TYPE! F line: 1\n"));
 }
 
 TEST_F(OverrideFileFailures, AnIncompleteTripleDoesNotTraceThatTheFileWasRead) {
   g_debug_message_open = 1;
-  for (const char* const content : {"", "TYPE=\"9\"\n", "TYPE=\"9\"\nNAME=\"S\"\n"}) {
+  for (const std::string& content : {std::string(), kType, kType + kName}) {
     SCOPED_TRACE(content);
-    EXPECT_EQ(read(content), kFormat);
-    EXPECT_EQ(printed_.find("read OK"), std::string::npos);
+    const Outcome outcome = read(kOverride, content);
+    EXPECT_EQ(outcome.code, 0x81);
+    EXPECT_EQ(outcome.printed.find("read OK"), std::string::npos);
   }
-}
-
-TEST_F(OverrideFileFailures, AnEndlessDeviceEnds) {
-  EXPECT_EQ(printed_by([] { EXPECT_EQ(Search_SMBIOS_cfg("/dev/zero"), kFormat); }).rfind("Can't find TYPE! ", 0), 0U);
 }
 
 }  // namespace

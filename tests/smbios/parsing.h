@@ -9,6 +9,7 @@
 
 #include "records/state.h"
 #include "smbios/structure_table.h"
+#include "tests/support/expect.h"
 #include "tests/support/smbios_builder.h"
 
 namespace qorx::test {
@@ -30,12 +31,8 @@ inline std::int32_t parse(const SmbiosTable& table) {
 }
 
 // The slot names of the valid slot records.
-inline std::vector<std::string> names() {
-  std::vector<std::string> result;
-  for (const SlotRecord& slot : slot_records()) {
-    result.emplace_back(slot.slot_name);
-  }
-  return result;
+inline Texts names() {
+  return texts_of(slot_records(), &SlotRecord::slot_name);
 }
 
 }  // namespace qorx::test
