@@ -2,90 +2,73 @@
 
 #include <gtest/gtest.h>
 
-#include <cstring>
+#include <optional>
 #include <string>
 #include <vector>
 
-#include "tests/support/library.h"
+#include "tests/support/expect.h"
+#include "tests/support/rows.h"
 
 namespace qorx::test {
 namespace {
 
-class ConfigLines : public testing::Test {
- protected:
-  void SetUp() override { reset_library(); }
-
-  // Calls the function on a line in memory of exactly its size.
-  int call(const std::string& line, const char* key) {
-    line_.assign(line.c_str(), line.c_str() + line.size() + 1);
-    int result = -1;
-    traces_ = traced_by([&] { result = qorx_is_string_format_correct(line_.data(), key); });
-    return result;
-  }
-
-  std::vector<char> line_;
-  std::string traces_;
+// A line, its value where it is correct, and the traces, in which the key is "NAME=".
+struct Line {
+  std::string_view rule;
+  std::string line;
+  std::optional<std::string> value;
+  std::optional<std::string> traces = {};
+  const char* key = "NAME=\"";
 };
 
-TEST_F(ConfigLines, TheValueLiesBetweenTheKeyAndTheLastQuote) {
-  const struct {
-    const char* line;
-    const char* value;
-  } cases[] = {
-      {"NAME=\"SLOT 1\"", "SLOT 1"}, {"NAME=\" a \"", " a "},     {"NAME=\"a\"b\"", "a\"b"},       {"NAME=\"\"", ""},
-      {"NAME=\"\"\"", "\""},         {"NAME=\"a\"  \t\r\n", "a"}, {"NAME=\"NAME=\"\"", "NAME=\""},
-  };
-  for (const auto& c : cases) {
-    SCOPED_TRACE(c.line);
-    EXPECT_EQ(call(c.line, "NAME=\""), 1);
-    EXPECT_STREQ(line_.data(), c.value);
-    EXPECT_EQ(traces_.find("can't find"), std::string::npos);
+class ConfigLines : public RowTest<Line> {};
+
+TEST_P(ConfigLines, AreCutToTheirValue) {
+  // In memory of exactly its size.
+  std::vector<char> line(row().line.c_str(), row().line.c_str() + row().line.size() + 1);
+  int result = -1;
+  const std::string traces = traced_by([&] { result = qorx_is_string_format_correct(line.data(), row().key); });
+  EXPECT_EQ(result, row().value ? 1 : 0);
+  if (row().value) {
+    EXPECT_EQ(line.data(), *row().value);
+  } else if (traces.starts_with("can't find")) {
+    EXPECT_EQ(line.data(), row().line);
   }
+  EXPECT_EQ(traces.ends_with(std::string("can't find ") + row().key + "\n"), !row().value);
+  EXPECT_EQ(traces, row().traces.value_or(traces));
 }
 
-// The key's own quote is then the last character, and the value is empty.
-TEST_F(ConfigLines, ALineThatIsOnlyTheKeyHasAnEmptyValue) {
-  for (const char* const line : {"NAME=\"", "NAME=\"  \n"}) {
-    SCOPED_TRACE(line);
-    EXPECT_EQ(call(line, "NAME=\""), 1);
-    EXPECT_STREQ(line_.data(), "");
-  }
+// A line without the key is left alone and traces the key only.
+Line other(std::string_view rule, const std::string& line) {
+  return {rule, line, {}, "can't find NAME=\"\n"};
 }
 
-TEST_F(ConfigLines, AnotherLineIsLeftAloneAndTracesTheKey) {
-  for (const char* const line : {"", "N", "NAME=", "name=\"a\"", " NAME=\"a\"", "NAME =\"a\"", "TYPE=\"9\"  ", "#"}) {
-    SCOPED_TRACE(line);
-    EXPECT_EQ(call(line, "NAME=\""), 0);
-    EXPECT_STREQ(line_.data(), line);
-    EXPECT_EQ(traces_, "can't find NAME=\"\n");
-  }
-}
-
-TEST_F(ConfigLines, ALineThatDoesNotEndWithAQuoteIsNotCorrect) {
-  EXPECT_EQ(call("NAME=\"a", "NAME=\""), 0);
-  EXPECT_EQ(traces_, "check tail char of !NAME=\"a!\ncan't find NAME=\"\n");
-  EXPECT_EQ(call("NAME=\"a\"b ", "NAME=\""), 0);
-  EXPECT_EQ(traces_, "check tail char of !NAME=\"a\"b !\nremove tail 1 char !NAME=\"a\"b!\ncan't find NAME=\"\n");
-  EXPECT_EQ(call("NAME=\"a'", "NAME=\""), 0);
-}
-
-TEST_F(ConfigLines, ACorrectLineTracesOnlyTheTrimming) {
-  EXPECT_EQ(call("NAME=\"a\"\n", "NAME=\""), 1);
-  EXPECT_EQ(traces_, "check tail char of !NAME=\"a\"\n!\nremove tail 1 char !NAME=\"a\"!\n");
-}
-
-TEST_F(ConfigLines, TheKeyIsAnyText) {
-  EXPECT_EQ(call("BUS:DEV.FUN=\"1:2.3\"", "BUS:DEV.FUN=\""), 1);
-  EXPECT_STREQ(line_.data(), "1:2.3");
-  EXPECT_EQ(call("BUS:DEV.FUN=\"1:2.3\"", "BUS.DEV.FUN=\""), 0);
-  EXPECT_EQ(traces_, "can't find BUS.DEV.FUN=\"\n");
-}
-
-TEST_F(ConfigLines, ALineThatFillsTheBufferKeepsItsWholeValue) {
-  const std::string value(1023 - 7, 'v');
-  EXPECT_EQ(call("NAME=\"" + value + "\"", "NAME=\""), 1);
-  EXPECT_EQ(std::string(line_.data()), value);
-}
+QORX_ROWS(ConfigLines, {"the value lies between the key and the last quote", "NAME=\"SLOT 1\"", "SLOT 1"},
+          {"blanks belong to the value", "NAME=\" a \"", " a "}, {"a quote may stand in it", "NAME=\"a\"b\"", "a\"b"},
+          {"it may be empty", "NAME=\"\"", ""}, {"it may be a quote", "NAME=\"\"\"", "\""},
+          {"blanks behind the line are cut", "NAME=\"a\"  \t\r\n", "a"},
+          {"it may look like the key", "NAME=\"NAME=\"\"", "NAME=\""},
+          // The key's own quote is then the last character.
+          {"a line that is only the key has an empty value", "NAME=\"", ""},
+          {"the key and blanks have an empty value", "NAME=\"  \n", ""}, other("an empty line", ""),
+          other("a part of the key", "N"), other("a key without its quote", "NAME="),
+          other("a key in small letters", "name=\"a\""), other("a blank before the key", " NAME=\"a\""),
+          other("a blank within the key", "NAME =\"a\""), other("another key", "TYPE=\"9\"  "), other("a comment", "#"),
+          {"a line that does not end with a quote is not correct",
+           "NAME=\"a",
+           {},
+           "check tail char of !NAME=\"a!\ncan't find NAME=\"\n"},
+          {"a line that ends behind its quote is not correct",
+           "NAME=\"a\"b ",
+           {},
+           "check tail char of !NAME=\"a\"b !\nremove tail 1 char !NAME=\"a\"b!\ncan't find NAME=\"\n"},
+          {"another quote is none", "NAME=\"a'", {}},
+          {"a correct line traces only the trimming", "NAME=\"a\"\n", "a",
+           "check tail char of !NAME=\"a\"\n!\nremove tail 1 char !NAME=\"a\"!\n"},
+          {"the key is any text", "BUS:DEV.FUN=\"1:2.3\"", "1:2.3", {}, "BUS:DEV.FUN=\""},
+          {"the key is no pattern", "BUS:DEV.FUN=\"1:2.3\"", {}, "can't find BUS.DEV.FUN=\"\n", "BUS.DEV.FUN=\""},
+          {"a line that fills the buffer keeps its whole value", "NAME=\"" + std::string(1023 - 7, 'v') + "\"",
+           std::string(1023 - 7, 'v')});
 
 }  // namespace
 }  // namespace qorx::test
