@@ -1,5 +1,4 @@
-// A machine on which every file and directory that the tool opens decides a word of its output, and the faults that are
-// planted there.
+// Faults that are planted in a machine, and whole command lines that run on it in this process.
 #ifndef QORX_TESTS_END_TO_END_FAULTS_H
 #define QORX_TESTS_END_TO_END_FAULTS_H
 
@@ -9,24 +8,45 @@
 #include <sys/stat.h>
 #include <unistd.h>
 
-#include <algorithm>
 #include <filesystem>
+#include <iterator>
 #include <memory>
+#include <optional>
 #include <ostream>
 #include <stdexcept>
 #include <string>
-#include <string_view>
 #include <system_error>
 #include <utility>
 #include <vector>
 
 #include "cli/command_line.h"
-#include "tests/support/expected_table.h"
-#include "tests/support/fake_machine.h"
-#include "tests/support/library.h"
-#include "tests/support/sample_machine.h"
+#include "tests/end_to_end/fault_machine.h"
+#include "tests/support/fixture.h"
 
 namespace qorx::test {
+
+using Words = std::vector<std::string>;
+
+inline Words joined(Words words, const Words& more) {
+  words.insert(words.end(), more.begin(), more.end());
+  return words;
+}
+
+inline const std::vector<Words>& every_operation() {
+  static const std::vector<Words> operations{
+      {"-a"},
+      {"-d", "eth5"},
+      {"-f", "A_BYPASS"},
+      {"-p", "03:00.1"},
+      {"-o", "result"},
+      {"-tovix.cfg"},
+      {"-sysinfo"},
+      {"-support"},
+      {"-V"},
+      {"-a", "-ML", "2"},
+      {"-tovix.cfg", "-F", "-sort_slotname", "-legacy", "-sys_WMX_cfg", "wmx_name.cfg"}};
+  return operations;
+}
 
 // What lies where a file or a directory should be.
 enum class Fault { kMissing, kLoop, kNowhere, kUnreadable, kDirectory, kEmpty, kEndless, kReadError, kPipe };
@@ -50,23 +70,23 @@ inline bool cant_be_opened(Fault fault) {
 class Planted {
  public:
   Planted(const FakeMachine& machine, std::filesystem::path path, Fault fault)
-      : path_(std::move(path)), aside_(machine.root() / "aside"), fault_(fault) {
+      : path_(std::move(path)), aside_(machine.root() / "aside") {
     namespace fs = std::filesystem;
     was_there_ = fs::exists(fs::symlink_status(path_));
     if (fault == Fault::kUnreadable) {
       permissions_ = fs::status(path_).permissions();
       fs::permissions(path_, fs::perms::none);
-    } else {
-      if (was_there_) {
-        fs::rename(path_, aside_);
-      }
-      lay();
+      return;
     }
+    if (was_there_) {
+      fs::rename(path_, aside_);
+    }
+    lay(fault);
   }
   ~Planted() {
     std::error_code ignored;
-    if (fault_ == Fault::kUnreadable) {
-      std::filesystem::permissions(path_, permissions_, ignored);
+    if (permissions_) {
+      std::filesystem::permissions(path_, *permissions_, ignored);
       return;
     }
     std::filesystem::remove_all(path_, ignored);
@@ -78,9 +98,9 @@ class Planted {
   Planted& operator=(const Planted&) = delete;
 
  private:
-  void lay() const {
+  void lay(Fault fault) const {
     namespace fs = std::filesystem;
-    switch (fault_) {
+    switch (fault) {
       case Fault::kLoop:
         return fs::create_symlink(path_.filename(), path_);
       case Fault::kNowhere:
@@ -108,134 +128,9 @@ class Planted {
 
   std::filesystem::path path_;
   std::filesystem::path aside_;
-  Fault fault_;
   bool was_there_ = false;
-  std::filesystem::perms permissions_{};
+  std::optional<std::filesystem::perms> permissions_;
 };
-
-// The rows of the machine below, to be changed to what a fault makes of them.
-class Rows {
- public:
-  TableRow& operator[](std::string_view eth_name) {
-    return *std::find_if(rows_.begin(), rows_.end(), [&](const TableRow& row) { return row.eth_name == eth_name; });
-  }
-  void remove(std::string_view eth_name) {
-    std::erase_if(rows_, [&](const TableRow& row) { return row.eth_name == eth_name; });
-  }
-  // A port without address sorts behind all others.
-  void move_behind_the_ports(std::string_view eth_name) {
-    const TableRow row = (*this)[eth_name];
-    remove(eth_name);
-    rows_.insert(rows_.end() - 1, row);
-  }
-  [[nodiscard]] std::string table() const {
-    std::string lines;
-    for (const TableRow& row : rows_) {
-      lines += table_line(row);
-    }
-    return table_of(lines);
-  }
-  auto begin() { return rows_.begin(); }
-  auto end() { return rows_.end(); }
-
- private:
-  static constexpr std::string_view kCard = "8086 1521";
-  std::vector<TableRow> rows_{
-      {"eth5", "00:14.0", true, "0bda 8153", "N/A  N/A ", "02:00:00:00:00:06"},
-      {"eth2", "00:1f.6", false, "8086 1533", "13fe 3016", "02:00:00:00:00:03", "LAN 1", "LAN 1 (*)", "NCSI", "N/A",
-       "I210_CO"},
-      {"eth0", "03:00.0", false, kCard, "13fe 0037", "02:00:00:00:00:01", "WMX Slot 3", "1 (*)", "N/A", "N/A",
-       "WMX-2248"},
-      {"eth1", "03:00.1", false, kCard, "13fe 0037", "02:00:00:00:00:02", "WMX Slot 3", "2 (*)", "N/A", "N/A",
-       "WMX-2248"},
-      {"eth3", "04:00.0", false, kCard, "13fe 0035", "02:00:00:00:00:04", "WMX Slot 4", "1 (*)", "A_BYPASS-C", "16",
-       "WMX-2848"},
-      {"eth4", "04:00.1", false, kCard, "13fe 0035", "02:00:00:00:00:05", "WMX Slot 4", "2 (*)", "A_BYPASS", "16",
-       "WMX-2848"},
-      {"eth6", "08:00.0", false, kCard, "8086 0001", "02:00:00:00:00:07", "WMX Slot 5", "N/A", "N/A", "N/A",
-       "WMX-LH53"},
-      {"eth7", "09:00.0", false, kCard, "13fe 205d", "02:00:00:00:00:08", "WMX Slot 6 (H.1.2.255)", "1 (*)",
-       "A_BYPASS_I2C", "24", "WMX-44C0"},
-      {"eth8", "0c:00.0", false, kCard, "13fe 0037", "02:00:00:00:00:09", "SW Slot", "1 (*)", "N/A", "N/A", "WMX-2248"},
-      {.eth_name = "br0", .mac = "02:00:00:00:00:99"},
-  };
-};
-
-// The sample machine's onboard, plain and bypass ports, and: a USB adapter; a module that only a bridge above it tells;
-// a module whose bypass hangs on the host's I2C behind a switch; a port behind a PCIe switch.
-class FaultMachine : public SampleMachine {
- public:
-  FaultMachine() {
-    add_usb_port("eth5", "0000:00:14.0/usb2/2-1/2-1:1.0", "bda/8153/3000");
-    add_port("eth6", "0000:00:1c.2/0000:08:00.0");
-    write("sys/devices/pci0000:00/0000:00:1c.2/config",
-          bridge_config({.subsys_vendor = 0x13FE, .subsys_device = 0x204A}, 0x40));
-    add_port("eth7", "0000:00:1c.3/0000:09:00.0", {.subsys_vendor = 0x13FE, .subsys_device = 0x205D});
-    add_port("eth8", "0000:00:1d.0/0000:0a:00.0/0000:0b:03.0/0000:0c:00.0",
-             {.subsys_vendor = 0x13FE, .subsys_device = 0x0037});
-    add_i2c_adapter(4, "SMBus I801 adapter at efa0").add_i2c_adapter(9, "i2c-4-mux (chan_id 2)");
-    smbios(slots());
-    user_file("qorx.cfg", "SLOT_NAME=\"SW Slot\"\nPCIe_SW_DEV/WMX_SLOT=\"3-3/WMX Slot 8\"\n");
-    user_file("smbios.cfg", "TYPE=\"9\"\nNAME=\"WMX Slot 3\"\nBUS:DEV.FUN=\"03:00.0\"\n");
-    user_file("wmx_name.cfg", "WMX-2848 A_BYPASS\n");
-  }
-
-  static SmbiosTable slots() {
-    return SmbiosTable()
-        .slot("WMX Slot 4", "04:00.0")
-        .slot("WMX Slot 3", "03:00.0")
-        .onboard("LAN 1", "00:1f.6")
-        .slot("WMX Slot 5", "08:00.0")
-        .slot("WMX Slot 6 (H.1.2.255)", "09:00.0")
-        .slot("SW Slot", "00:1d.0");
-  }
-
-  // tovix.cfg, with this I2C bus and switches for the module whose bypass hangs on the host.
-  static std::string tovix_cfg(const std::string& bus = "9.255.255") {
-    return "eth_name: eth3\nSEGMENT: 16\nBUS: 04\nDEV: 00\nFUN: 0\n\n"
-           "eth_name: eth7\nSEGMENT: 24\nTYPE: SYS_I2C\nBUS: " +
-           bus + "\nMCU_SEGMENT: 1\n\nTYPE:PCIE\n\n";
-  }
-};
-
-// The machine without any slot record.
-inline void lose_slots(Rows& rows) {
-  for (TableRow& row : rows) {
-    if (row.eth_name != "eth5" && row.eth_name != "br0") {
-      row.slot = "(!!)";
-      row.panel = "N/A";
-      row.seg = row.seg == "N/A" ? "N/A" : "(?)";
-    }
-  }
-}
-
-// Ids that are not known, or those of configuration space without any byte; no table knows either.
-constexpr const char* kUnknownIds = "N/A  N/A ";
-constexpr const char* kZeroIds = "0000 0000";
-
-inline void set_ids(TableRow& row, const char* ids) {
-  row.ids = row.subsystem_ids = ids;
-  row.feature = row.slot == "LAN 1" ? "Need cfg" : "unknown";
-  row.model = row.slot == "LAN 1" ? "Onboard" : "ID not found";
-  row.seg = "N/A";
-}
-
-// No file of any port can be read: the links alone tell.
-inline void lose_identities(Rows& rows) {
-  for (TableRow& row : rows) {
-    if (row.eth_name != "br0") {
-      set_ids(row, kUnknownIds);
-      row.mac = "N/A";
-    }
-  }
-  rows["eth6"].panel = "1 (*)";
-}
-
-inline std::string table_without_slots() {
-  Rows rows;
-  lose_slots(rows);
-  return rows.table();
-}
 
 inline std::size_t open_descriptors() {
   const std::filesystem::directory_iterator directory("/proc/self/fd");
@@ -279,20 +174,15 @@ class OrdinaryUser {
 
 // Runs the whole command line in this process, as it would run in a new one, in the machine's working directory. No run
 // may leave a descriptor open.
-class RunsHere : public testing::Test {
+class RunsHere : public LibraryTest {
  protected:
-  void SetUp() override {
-    directory_ = std::filesystem::current_path();
-    as_ordinary_user_ = false;
-    alarm(kSeconds);
-  }
-  void TearDown() override {
+  RunsHere() { alarm(kSeconds); }
+  ~RunsHere() override {
     alarm(0);
     std::filesystem::current_path(directory_);
-    reset_library();
   }
 
-  static ToolRun run(const FakeMachine& machine, std::vector<std::string> words) {
+  ToolRun run(const FakeMachine& machine, const Words& words) const {
     std::filesystem::current_path(machine.work());
     machine.use();
     reset_library();
@@ -311,28 +201,25 @@ class RunsHere : public testing::Test {
     return result;
   }
 
-  static inline bool as_ordinary_user_ = false;
+  bool as_ordinary_user_ = false;
 
  private:
   static constexpr unsigned kSeconds = 60;
-  std::filesystem::path directory_;
+  const std::filesystem::path directory_ = std::filesystem::current_path();
 };
 
-inline const std::vector<std::vector<std::string>>& every_operation() {
-  static const std::vector<std::vector<std::string>> operations{
-      {"-a"},
-      {"-d", "eth5"},
-      {"-f", "A_BYPASS"},
-      {"-p", "03:00.1"},
-      {"-o", "result"},
-      {"-tovix.cfg"},
-      {"-sysinfo"},
-      {"-support"},
-      {"-V"},
-      {"-a", "-ML", "2"},
-      {"-tovix.cfg", "-F", "-sort_slotname", "-legacy", "-sys_WMX_cfg", "wmx_name.cfg"}};
-  return operations;
-}
+// The same rule for each fault.
+class FaultTest : public RunsHere, public testing::WithParamInterface<Fault> {
+ protected:
+  FaultTest() { as_ordinary_user_ = GetParam() == Fault::kUnreadable; }  // root reads everything
+};
+
+#define QORX_FAULTS(suite, ...)                                                                              \
+  INSTANTIATE_TEST_SUITE_P(                                                                                  \
+      Machine, suite,                                                                                        \
+      testing::Values(Fault::kMissing, Fault::kLoop, Fault::kNowhere, Fault::kUnreadable, Fault::kDirectory, \
+                      Fault::kEmpty, Fault::kEndless, Fault::kReadError __VA_OPT__(, ) __VA_ARGS__),         \
+      [](const auto& fault) { return name_of(fault.param); })
 
 }  // namespace qorx::test
 

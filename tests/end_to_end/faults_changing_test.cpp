@@ -86,14 +86,12 @@ class Changing : public RunsHere {
   static constexpr unsigned kMost = 5000;
 
   // Runs the operations until both sides had their turns and a change was seen. A failure must be one of those given.
-  void expect_whole_runs(const Change& change, const std::set<int>& failures,
-                         const std::vector<std::string>& options = {}) {
+  void expect_whole_runs(const Change& change, const std::set<int>& failures, const Words& options = {}) {
     const Disturber disturber(change);
-    std::map<std::vector<std::string>, std::set<std::string>> seen;
+    std::map<Words, std::set<std::string>> seen;
     bool is_seen = false;
     for (unsigned i = 0; i < kMost && (i < kRuns || disturber.count() < kRuns || !is_seen); ++i) {
-      std::vector<std::string> words = every_operation()[i % every_operation().size()];
-      words.insert(words.end(), options.begin(), options.end());
+      const Words words = joined(every_operation()[i % every_operation().size()], options);
       const ToolRun result = run(machine_, words);
       expect_whole_run(result, words[0], failures);
       auto& outcomes = seen[words];

@@ -8,11 +8,12 @@
 
 #include "tests/end_to_end/faults.h"
 #include "tests/end_to_end/system_tools.h"
+#include "tests/support/expect.h"
+#include "tests/support/rows.h"
 
 namespace qorx::test {
 namespace {
 
-using Words = std::vector<std::string>;
 using Resource = decltype(RLIMIT_NOFILE);
 
 // As many ports and slots as there are records, every second port behind a bridge of its own, all with an I2C bypass.
@@ -22,8 +23,9 @@ class LargeMachine : public FakeMachine {
     SmbiosTable slots;
     for (int i = 0; i < 512; ++i) {
       const std::string number = std::to_string(i);
-      const std::string address = hexadecimal(1 + i % 250) + ":" + hexadecimal(i / 250) + ".0";
-      const std::string function = "0000:" + address;
+      char address[8];
+      std::snprintf(address, sizeof address, "%02x:%02x.0", 1 + i % 250, i / 250);
+      const std::string function = std::string("0000:") + address;
       add_port("eth" + number, (i % 2 == 0 ? "0000:00:1c.0/" : "") + function, {0x8086, 0x1521, 0x13FE, 0x205D});
       slots.slot("Slot " + number + " (H.1.2.255)", address);
     }
@@ -33,18 +35,6 @@ class LargeMachine : public FakeMachine {
     user_file("qorx.cfg", "SLOT_NAME=\"Slot 0 (H.1.2.255)\"\nFUNCTION/NAME/FEATURE=\"0/first/A_BYPASS_I2C\"\n");
     user_file("wmx_name.cfg", "WMX-2848 A_BYPASS\n");
     user_file("smbios.cfg", "TYPE=\"9\"\nNAME=\"One\"\nBUS:DEV.FUN=\"01:00.0\"\n");
-  }
-
-  static const LargeMachine& instance() {
-    static const LargeMachine machine;
-    return machine;
-  }
-
- private:
-  static std::string hexadecimal(int number) {
-    char text[3];
-    std::snprintf(text, sizeof text, "%02x", number & 0xFF);
-    return text;
   }
 };
 
@@ -71,98 +61,81 @@ ToolRun run_limited(const FakeMachine& machine, const Words& words, Resource res
   });
 }
 
-// The limited run says and writes the same as the free one.
-void expect_no_difference(const FakeMachine& machine, Resource resource, rlim_t amount) {
-  for (const Words& words : operations()) {
-    SCOPED_TRACE(testing::PrintToString(words));
+struct Limit {
+  std::string_view rule;
+  bool is_large;  // the machine
+  Resource resource;
+  rlim_t amount;
+};
+
+class Limits : public RowTest<Limit> {
+ protected:
+  // What a run says and writes.
+  static Texts outcome(const FakeMachine& machine, const std::function<ToolRun()>& run) {
+    Texts texts{testing::PrintToString(run())};
     for (const char* const file : {"result", "tovix.cfg"}) {
+      texts.push_back(read_file(machine.work() / file));
       std::filesystem::remove(machine.work() / file);
     }
-    const ToolRun free_run = machine.run(words);
-    ASSERT_EQ(free_run.status, 0);
-    const std::string result = read_file(machine.work() / "result");
-    const std::string tovix = read_file(machine.work() / "tovix.cfg");
-    const ToolRun limited = run_limited(machine, words, resource, amount);
-    EXPECT_EQ(limited.output, free_run.output);
-    EXPECT_EQ(limited.errors, "");
-    EXPECT_EQ(limited.status, 0);
-    EXPECT_EQ(read_file(machine.work() / "result"), result);
-    EXPECT_EQ(read_file(machine.work() / "tovix.cfg"), tovix);
+    return texts;
   }
-}
 
-TEST(Limits, SixteenDescriptorsAreEnoughForALargeMachine) {
-  expect_no_difference(LargeMachine::instance(), RLIMIT_NOFILE, 16);
-}
+  static const FakeMachine& machine() {
+    static const LargeMachine large;
+    static const FaultMachine small;
+    return row().is_large ? static_cast<const FakeMachine&>(large) : small;
+  }
+};
 
-// Three standard ones, a file that is written or read, a directory in which another is listed, a file in that.
-TEST(Limits, SixDescriptorsAreEnough) {
-  const FaultMachine machine;
+// The limited run says and writes the same as the free one.
+TEST_P(Limits, AreEnough) {
+  if (kSanitizedBuild && row().resource == RLIMIT_AS) {
+    GTEST_SKIP() << "the sanitizers need more address space than this";
+  }
   for (const Words& words : operations()) {
     SCOPED_TRACE(testing::PrintToString(words));
-    const ToolRun free_run = machine.run(words);
-    const ToolRun limited = run_limited(machine, words, RLIMIT_NOFILE, 6);
-    EXPECT_EQ(limited.output, free_run.output);
-    EXPECT_EQ(limited.status, free_run.status);
+    const Texts free_run = outcome(machine(), [&] { return machine().run(words); });
+    EXPECT_EQ(outcome(machine(), [&] { return run_limited(machine(), words, row().resource, row().amount); }),
+              free_run);
+    EXPECT_NE(free_run, (Texts{testing::PrintToString(said("")), "", ""}));
   }
 }
+
+QORX_ROWS(Limits, Limit{"sixteen descriptors for a large machine", true, RLIMIT_NOFILE, 16},
+          // Three standard ones, a file that is written or read, a directory in which another is listed, a file in it.
+          Limit{"six descriptors", false, RLIMIT_NOFILE, 6},
+          Limit{"64 megabytes of addresses for a large machine", true, RLIMIT_AS, std::size_t{64} << 20},
+          Limit{"eight megabytes of addresses", false, RLIMIT_AS, std::size_t{8} << 20},
+          Limit{"a small stack for a large machine", true, RLIMIT_STACK, std::size_t{256} << 10});
 
 // What can't be opened counts as missing.
-TEST(Limits, WithoutADescriptorForFilesOnlyTheLinksTell) {
+TEST(FewDescriptors, WithoutOneForFilesOnlyTheLinksTell) {
   const FaultMachine machine;
   Rows rows;
-  lose_identities(rows);
+  rows.lose_identities();
   rows["br0"].mac = "N/A";
-  const ToolRun run = run_limited(machine, {"-a"}, RLIMIT_NOFILE, 4);
-  EXPECT_EQ(run.output, rows.table());
-  EXPECT_EQ(run.status, 0);
+  EXPECT_EQ(run_limited(machine, {"-a"}, RLIMIT_NOFILE, 4), said(rows.table()));
 }
 
-TEST(Limits, SixtyFourMegabytesOfAddressesAreEnoughForALargeMachine) {
-  if (kSanitizedBuild) {
-    GTEST_SKIP() << "the sanitizers need more address space than this";
-  }
-  expect_no_difference(LargeMachine::instance(), RLIMIT_AS, std::size_t{64} << 20);
-}
-
-TEST(Limits, EightMegabytesOfAddressesAreEnough) {
-  if (kSanitizedBuild) {
-    GTEST_SKIP() << "the sanitizers need more address space than this";
-  }
-  const FaultMachine machine;
-  for (const Words& words : operations()) {
-    SCOPED_TRACE(testing::PrintToString(words));
-    const ToolRun free_run = machine.run(words);
-    const ToolRun limited = run_limited(machine, words, RLIMIT_AS, std::size_t{8} << 20);
-    EXPECT_EQ(limited.output, free_run.output);
-    EXPECT_EQ(limited.status, free_run.status);
-  }
-}
-
-TEST(Limits, ASmallStackIsEnough) {
-  expect_no_difference(LargeMachine::instance(), RLIMIT_STACK, std::size_t{256} << 10);
-}
-
-using Descriptors = RunsHere;
+class Descriptors : public RunsHere {
+ protected:
+  const FaultMachine machine_;
+};
 
 // run() itself counts them.
 TEST_F(Descriptors, NoneIsLeftOpenByAnyOperation) {
-  FaultMachine machine;
-  for (Words words : every_operation()) {
-    EXPECT_EQ(run(machine, words).status, 0);
-    words.insert(words.end(), {"-config", "qorx.cfg"});
-    EXPECT_EQ(run(machine, words).status, 0);
+  for (const Words& words : every_operation()) {
+    EXPECT_EQ(run(machine_, words).status, 0);
+    EXPECT_EQ(run(machine_, joined(words, {"-config", "qorx.cfg"})).status, 0);
   }
   for (const Words& words : {Words{"-a", "-smbios_cfg", "smbios.cfg"}, Words{"-a", "-vm"}, Words{"-x"}, Words{}}) {
-    run(machine, words);
+    run(machine_, words);
   }
 }
 
 TEST_F(Descriptors, NoneIsLeftOpenByTheCallsOfTheLibrary) {
-  const FaultMachine machine;
-  machine.use();
-  std::filesystem::current_path(machine.work());
-  reset_library();
+  machine_.use();
+  std::filesystem::current_path(machine_.work());
   const std::size_t before = open_descriptors();
   const std::vector<std::function<std::int32_t()>> calls{
       qorx_open,
@@ -177,9 +150,7 @@ TEST_F(Descriptors, NoneIsLeftOpenByTheCallsOfTheLibrary) {
       qorx_close,
   };
   for (std::size_t i = 0; i < calls.size(); ++i) {
-    std::int32_t code = -1;
-    printed_by([&] { code = calls[i](); });
-    EXPECT_EQ(code, 0) << i;
+    EXPECT_EQ(outcome_of(calls[i]).code, 0) << i;
     EXPECT_EQ(open_descriptors(), before) << i;
   }
 }

@@ -2,7 +2,6 @@
 #include <gtest/gtest.h>
 #include <sys/sysmacros.h>
 
-#include <functional>
 #include <string>
 #include <vector>
 
@@ -12,110 +11,101 @@
 namespace qorx::test {
 namespace {
 
+constexpr std::uint32_t kEfiAddress = 0x1000;  // outside the area where a PC is searched
+constexpr std::uint32_t kEfiTable = 0x2000;
+constexpr std::size_t kMostThatIsLoaded = std::size_t{64} << 20;
+
 // One port, and three places that name its slot differently: memory (on a PC), memory where the EFI system table says,
 // and the kernel's copy.
 class MemoryMachine : public FakeMachine {
  public:
-  static constexpr std::uint32_t kEfiAddress = 0x1000;
-  static constexpr std::uint32_t kEfiTable = 0x2000;
-
   MemoryMachine() {
     add_port("eth0", "0000:03:00.0");
-    smbios(SmbiosTable().slot("from sysfs", "03:00.0"));
+    smbios(named("from sysfs"));
     write("sys/firmware/efi/systab", "ACPI20=0x7affe014\nSMBIOS=0x1000\n");
-    write("dev/mem", efi_memory());
+    write("dev/mem", named("from systab").memory2(kEfiAddress, kEfiTable).substr(0, 0x3000));
   }
 
-  // The entry point lies outside the area where a PC is searched.
-  static std::string efi_memory() {
-    return SmbiosTable().slot("from systab", "03:00.0").memory2(kEfiAddress, kEfiTable).substr(0, 0x3000);
+  static SmbiosTable named(const std::string& slot) { return SmbiosTable().slot(slot, "03:00.0"); }
+
+  // Puts nothing into memory but this entry point.
+  void set_entry_point(const std::string& entry) { write("dev/mem", std::string(kEfiAddress, '\0') + entry); }
+
+  // A sparse recording that is larger than any table.
+  void announce(std::size_t length) {
+    set_entry_point(SmbiosTable().entry_point3(0, static_cast<std::uint32_t>(length)));
+    std::filesystem::resize_file(root() / "dev/mem", std::uintmax_t{80} << 20);
   }
 
-  static std::string table(const std::string& slot) {
-    const bool has_slot = slot != "(!!)";
-    return table_of(table_line({.eth_name = "eth0",
-                                .address = "03:00.0",
-                                .ids = "8086 1521",
-                                .subsystem_ids = "8086 0001",
-                                .mac = "02:00:00:00:00:01",
-                                .slot = slot,
-                                .panel = has_slot ? "1 (*)" : "N/A"}));
-  }
-};
-
-class MemoryFaults : public RunsHere, public testing::WithParamInterface<Fault> {
- protected:
-  void SetUp() override {
-    RunsHere::SetUp();
-    as_ordinary_user_ = GetParam() == Fault::kUnreadable;  // root reads everything
-  }
-
-  static void expect(const MemoryMachine& machine, const std::string& slot) {
-    const ToolRun result = run(machine, {"-a"});
-    EXPECT_EQ(result.output, MemoryMachine::table(slot));
-    EXPECT_EQ(result.status, 0);
-    EXPECT_EQ(run(machine, {"-sysinfo", "-ML", "2"}).status, 0);
+  // What -a says where the port is in this slot.
+  static ToolRun listed(const std::string& slot) {
+    return said(table_of(table_line({.eth_name = "eth0",
+                                     .address = "03:00.0",
+                                     .ids = "8086 1521",
+                                     .subsystem_ids = "8086 0001",
+                                     .mac = "02:00:00:00:00:01",
+                                     .slot = slot,
+                                     .panel = slot == "(!!)" ? "N/A" : "1 (*)"})));
   }
 };
 
-TEST_P(MemoryFaults, WithoutMemoryTheKernelsCopyIsUsed) {
-  const MemoryMachine machine;
-  const Planted fault(machine, machine.root() / "dev/mem", GetParam());
-  expect(machine, "from sysfs");
-}
-
-TEST_P(MemoryFaults, WithoutASystemTableTheKernelsCopyIsUsed) {
-  const MemoryMachine machine;
-  const Planted fault(machine, machine.root() / "sys/firmware/efi/systab", GetParam());
-  expect(machine, "from sysfs");
-}
-
-TEST_P(MemoryFaults, WithoutAnySourceThereAreNoSlots) {
-  MemoryMachine machine;
-  machine.remove("sys/firmware/dmi");
-  const Planted fault(machine, machine.root() / "dev/mem", GetParam());
-  expect(machine, "(!!)");
-}
-
-#if defined(__x86_64__) || defined(__i386__)
-TEST_P(MemoryFaults, ASystemTableThatNobodyNeeds) {
-  MemoryMachine machine;
-  machine.write("dev/mem", SmbiosTable().slot("from memory", "03:00.0").memory2(0xF0010, 0xE0000));
-  const Planted fault(machine, machine.root() / "sys/firmware/efi/systab", GetParam());
-  expect(machine, "from memory");
-}
-#endif
-
-INSTANTIATE_TEST_SUITE_P(Machine, MemoryFaults,
-                         testing::Values(Fault::kMissing, Fault::kLoop, Fault::kNowhere, Fault::kUnreadable,
-                                         Fault::kDirectory, Fault::kEmpty, Fault::kEndless, Fault::kReadError,
-                                         Fault::kPipe),
-                         [](const auto& fault) { return name_of(fault.param); });
-
-class Memory : public RunsHere {
+class MemoryFaults : public FaultTest {
  protected:
-  std::string slot_table() { return run(machine_, {"-a"}).output; }
+  // With the fault in this place.
+  void expect(const char* path, const std::string& slot) const {
+    const Planted fault(machine_, machine_.root() / path, GetParam());
+    EXPECT_EQ(run(machine_, {"-a"}), MemoryMachine::listed(slot));
+    EXPECT_EQ(run(machine_, {"-sysinfo", "-ML", "2"}).status, 0);
+  }
 
   MemoryMachine machine_;
 };
 
+TEST_P(MemoryFaults, WithoutMemoryTheKernelsCopyIsUsed) {
+  expect("dev/mem", "from sysfs");
+}
+
+TEST_P(MemoryFaults, WithoutASystemTableTheKernelsCopyIsUsed) {
+  expect("sys/firmware/efi/systab", "from sysfs");
+}
+
+TEST_P(MemoryFaults, WithoutAnySourceThereAreNoSlots) {
+  machine_.remove("sys/firmware/dmi");
+  expect("dev/mem", "(!!)");
+}
+
+TEST_P(MemoryFaults, ASystemTableThatNobodyNeeds) {
+  machine_.write("dev/mem", MemoryMachine::named("from memory").memory2(0xF0010, 0xE0000));
+  expect("sys/firmware/efi/systab", "from memory");
+}
+
+QORX_FAULTS(MemoryFaults, Fault::kPipe);
+
+class Memory : public RunsHere {
+ protected:
+  void expect(const std::string& slot) const { EXPECT_EQ(run(machine_, {"-a"}), MemoryMachine::listed(slot)); }
+
+  MemoryMachine machine_;
+  const std::filesystem::path memory_ = machine_.root() / "dev/mem";
+};
+
 TEST_F(Memory, TheSystemTableLeadsToTheEntryPoint) {
-  EXPECT_EQ(slot_table(), MemoryMachine::table("from systab"));
+  expect("from systab");
 }
 
 TEST_F(Memory, ReadOnlyMemoryWillDo) {
   using std::filesystem::perms;
-  std::filesystem::permissions(machine_.root() / "dev/mem", perms::owner_read | perms::group_read | perms::others_read);
+  std::filesystem::permissions(memory_, perms::owner_read | perms::group_read | perms::others_read);
   as_ordinary_user_ = true;
-  EXPECT_EQ(slot_table(), MemoryMachine::table("from systab"));
+  expect("from systab");
 }
 
 TEST_F(Memory, NothingIsEverWrittenToIt) {
-  const std::string before = read_file(machine_.root() / "dev/mem");
-  for (const auto& operation : every_operation()) {
+  const std::string before = read_file(memory_);
+  for (const Words& operation : every_operation()) {
     run(machine_, operation);
   }
-  EXPECT_EQ(read_file(machine_.root() / "dev/mem"), before);
+  EXPECT_EQ(read_file(memory_), before);
 }
 
 // A character device that is not memory can be mapped, and gives anything or kills its reader.
@@ -123,71 +113,61 @@ TEST_F(Memory, AnotherDeviceIsNotMapped) {
   for (const char* const device : {"/dev/null", "/dev/full", "/dev/zero", "/dev/urandom", "/dev/tty"}) {
     SCOPED_TRACE(device);
     machine_.remove("dev/mem").make_link(device, "dev/mem");
-    EXPECT_EQ(slot_table(), MemoryMachine::table("from sysfs"));
+    expect("from sysfs");
   }
 }
 
 // The device number of memory, where opening or mapping it is refused: as in a container, or with a locked-down kernel.
 TEST_F(Memory, ADeviceThatRefuses) {
-  const auto memory = machine_.root() / "dev/mem";
-  std::filesystem::remove(memory);
-  if (mknod(memory.c_str(), S_IFCHR | 0600, makedev(1, 1)) != 0) {
+  std::filesystem::remove(memory_);
+  if (mknod(memory_.c_str(), S_IFCHR | 0600, makedev(1, 1)) != 0) {
     GTEST_SKIP() << "devices can't be made here";
   }
-  if (access(memory.c_str(), R_OK) == 0) {
-    if (FILE* const opened = std::fopen(memory.c_str(), "r"); opened != nullptr) {
-      std::fclose(opened);
-      GTEST_SKIP() << "this machine's own memory can be read";
-    }
+  if (FILE* const opened = std::fopen(memory_.c_str(), "r"); opened != nullptr) {
+    std::fclose(opened);
+    GTEST_SKIP() << "this machine's own memory can be read";
   }
-  EXPECT_EQ(slot_table(), MemoryMachine::table("from sysfs"));
+  expect("from sysfs");
 }
 
 TEST_F(Memory, AnEntryPointBehindTheEndOfMemory) {
   for (const char* const address : {"0x7fffffffffff0000", "0xffffffffffffffff", "0x8000000000000000", "0x100000000"}) {
     SCOPED_TRACE(address);
     machine_.write("sys/firmware/efi/systab", std::string("SMBIOS3=") + address + "\n");
-    EXPECT_EQ(slot_table(), MemoryMachine::table("from sysfs"));
+    expect("from sysfs");
   }
 }
 
 TEST_F(Memory, ATableBehindTheEndOfMemoryIsEmpty) {
-  const std::string entry = SmbiosTable().slot("x", "03:00.0").entry_point3(std::uint64_t{1} << 40);
-  machine_.write("dev/mem", std::string(MemoryMachine::kEfiAddress, '\0') + entry);
-  EXPECT_EQ(slot_table(), MemoryMachine::table("(!!)"));
+  machine_.set_entry_point(MemoryMachine::named("x").entry_point3(std::uint64_t{1} << 40));
+  expect("(!!)");
 }
 
 TEST_F(Memory, ATableOutsideOfAllAddresses) {
   for (const std::uint64_t address : {~std::uint64_t{0}, std::uint64_t{1} << 63, (std::uint64_t{1} << 63) - 1}) {
     SCOPED_TRACE(address);
-    const std::string entry = SmbiosTable().slot("x", "03:00.0").entry_point3(address);
-    machine_.write("dev/mem", std::string(MemoryMachine::kEfiAddress, '\0') + entry);
-    EXPECT_EQ(slot_table(), MemoryMachine::table("from sysfs"));
+    machine_.set_entry_point(MemoryMachine::named("x").entry_point3(address));
+    expect("from sysfs");
   }
 }
 
-// A sparse recording, larger than any table: more is announced than may be loaded, or than there is memory for.
 TEST_F(Memory, MoreThanMayBeLoaded) {
-  const std::string entry = SmbiosTable().entry_point3(0, (std::uint32_t{64} << 20) + 1);
-  machine_.write("dev/mem", std::string(MemoryMachine::kEfiAddress, '\0') + entry);
-  std::filesystem::resize_file(machine_.root() / "dev/mem", std::uintmax_t{80} << 20);
-  EXPECT_EQ(slot_table(), MemoryMachine::table("from sysfs"));
+  machine_.announce(kMostThatIsLoaded + 1);
+  expect("from sysfs");
 }
 
 TEST_F(Memory, MoreThanThereIsMemoryFor) {
   if (kSanitizedBuild) {
     GTEST_SKIP() << "the sanitizers need more address space than this";
   }
-  const std::string entry = SmbiosTable().entry_point3(0, (std::uint32_t{64} << 20) - 1);
-  machine_.write("dev/mem", std::string(MemoryMachine::kEfiAddress, '\0') + entry);
-  std::filesystem::resize_file(machine_.root() / "dev/mem", std::uintmax_t{80} << 20);
-  const ToolRun result = run_replay(machine_.root(), machine_.work(), {"-a"}, [] {
-    limit_time(10);
-    const rlimit space{std::size_t{64} << 20, std::size_t{64} << 20};
-    setrlimit(RLIMIT_AS, &space);
-  });
-  EXPECT_EQ(result.output, MemoryMachine::table("from sysfs"));
-  EXPECT_EQ(result.status, 0);
+  machine_.announce(kMostThatIsLoaded - 1);
+  EXPECT_EQ(run_replay(machine_.root(), machine_.work(), {"-a"},
+                       [] {
+                         limit_time(10);
+                         const rlimit space{kMostThatIsLoaded, kMostThatIsLoaded};
+                         setrlimit(RLIMIT_AS, &space);
+                       }),
+            MemoryMachine::listed("from sysfs"));
 }
 
 }  // namespace

@@ -7,28 +7,19 @@
 #include <algorithm>
 #include <functional>
 #include <string>
+#include <tuple>
 #include <vector>
 
 #include "tests/end_to_end/faults.h"
+#include "tests/support/rows.h"
 
 namespace qorx::test {
 namespace {
 
 namespace fs = std::filesystem;
-using Words = std::vector<std::string>;
 
-const std::string kCantOpen = "Error: QORX_ERR_OPEN_FILE (0x80)\n";
-const std::string kCantClose = "Error: QORX_ERR_CLOSE_FILE (0x83)\n";
-
-struct Output {
-  Words words;
-  const char* file;
-  std::string content;
-};
-
-std::vector<Output> outputs() {
-  return {{{"-o", "result"}, "result", Rows().table()}, {{"-tovix.cfg"}, "tovix.cfg", FaultMachine::tovix_cfg()}};
-}
+const ToolRun kCantOpen = said("Error: QORX_ERR_OPEN_FILE (0x80)\n", 128);
+const ToolRun kCantClose = said("Error: QORX_ERR_CLOSE_FILE (0x83)\n", 131);
 
 // A table of more bytes than a buffer or a pipe holds.
 struct ManyInterfaces : FaultMachine {
@@ -48,128 +39,162 @@ ToolRun run_with_output(const FakeMachine& machine, const Words& words, const st
   });
 }
 
-using OutputFaults = RunsHere;
+void fill_the_disk_of_the_screen() {
+  dup2(open("/dev/full", O_WRONLY), STDOUT_FILENO);
+}
 
-TEST_F(OutputFaults, AFileThatCantBeCreated) {
-  const FaultMachine machine;
+std::function<void()> with_file_size(rlim_t size) {
+  return [size] {
+    const rlimit limit{size, size};
+    setrlimit(RLIMIT_FSIZE, &limit);
+  };
+}
+
+struct Output {
+  std::string_view rule;
+  Words words;
+  std::string content;
+};
+
+// The same rule for the result file and for tovix.cfg.
+class OutputFile : public RowTest<Output, RunsHere> {
+ protected:
+  [[nodiscard]] ToolRun run_it(const Words& options = {}) const { return run(machine_, joined(row().words, options)); }
+
+  FaultMachine machine_;
+  const std::string name_ = row().words.back() == "-tovix.cfg" ? "tovix.cfg" : row().words.back();
+  const fs::path file_ = machine_.work() / name_;
+};
+
+TEST_P(OutputFile, ThatCantBeCreated) {
   for (const Fault fault : {Fault::kLoop, Fault::kNowhere, Fault::kDirectory}) {
-    for (const Output& output : outputs()) {
-      SCOPED_TRACE(std::string(output.file) + " " + name_of(fault));
-      const Planted planted(machine, machine.work() / output.file, fault);
-      const ToolRun result = run(machine, output.words);
-      EXPECT_EQ(result.output, kCantOpen);
-      EXPECT_EQ(result.status, 128);
-    }
+    const Planted planted(machine_, file_, fault);
+    EXPECT_EQ(run_it(), kCantOpen) << name_of(fault);
   }
 }
 
-TEST_F(OutputFaults, ADirectoryThatMayNotBeWritten) {
-  for (const Output& output : outputs()) {
-    const FaultMachine machine;
-    fs::create_directory(machine.work() / "closed");
-    const auto run_there = [&](Words words) {
-      if (words.size() > 1) {
-        words[1] = "closed/" + words[1];
-        return run(machine, words);
-      }
-      fs::create_symlink("closed/tovix.cfg", machine.work() / "tovix.cfg");
-      return run(machine, words);
-    };
-    fs::permissions(machine.work() / "closed", fs::perms::owner_read | fs::perms::owner_exec);
-    as_ordinary_user_ = true;
-    const ToolRun result = run_there(output.words);
-    EXPECT_EQ(result.output, kCantOpen);
-    EXPECT_EQ(result.status, 128);
-    fs::permissions(machine.work() / "closed", fs::perms::owner_all);
+TEST_P(OutputFile, InADirectoryThatMayNotBeWritten) {
+  const fs::path closed = machine_.work() / "closed";
+  fs::create_directory(closed);
+  fs::create_symlink("closed/" + name_, file_);
+  fs::permissions(closed, fs::perms::owner_read | fs::perms::owner_exec);
+  as_ordinary_user_ = true;
+  EXPECT_EQ(run_it(), kCantOpen);
+  fs::permissions(closed, fs::perms::owner_all);
+}
+
+TEST_P(OutputFile, InADirectoryThatWasRemoved) {
+  EXPECT_EQ(run_with_output(machine_, row().words,
+                            [] {
+                              if (mkdir("gone", 0700) != 0 || chdir("gone") != 0 || rmdir("../gone") != 0) {
+                                _exit(126);
+                              }
+                            }),
+            kCantOpen);
+}
+
+TEST_P(OutputFile, OnAFullDisk) {
+  fs::create_symlink("/dev/full", file_);
+  EXPECT_EQ(run_it(), kCantClose);
+}
+
+// A file that may not grow: not the end of the process by a signal, but an incomplete file and a message.
+TEST_P(OutputFile, ThatMayNotGrow) {
+  EXPECT_EQ(run_with_output(machine_, row().words, with_file_size(64)), kCantClose);
+  EXPECT_EQ(read_file(file_), row().content.substr(0, 64));
+}
+
+TEST_P(OutputFile, ThatIsReplacedKeepsItsOwnerAndMode) {
+  constexpr uid_t kSomeone = 12345;
+  machine_.user_file(name_, std::string(100000, 'x'));
+  ASSERT_EQ(chmod(file_.c_str(), 0640), 0);
+  if (geteuid() == 0) {
+    ASSERT_EQ(chown(file_.c_str(), kSomeone, kSomeone), 0);
+  }
+  fs::create_hard_link(file_, machine_.work() / "other name");
+  const auto identity = [&] {
+    struct stat status {};
+    EXPECT_EQ(stat(file_.c_str(), &status), 0);
+    return std::make_tuple(status.st_uid, status.st_gid, status.st_mode, status.st_ino);
+  };
+  const auto before = identity();
+  EXPECT_EQ(run_it(), said(""));
+  EXPECT_EQ(identity(), before);
+  EXPECT_EQ(read_file(machine_.work() / "other name"), row().content);
+}
+
+TEST_P(OutputFile, IsLeftAloneByARunThatFailsBefore) {
+  machine_.user_file(name_, "old\n");
+  EXPECT_EQ(run_it({"-config", "missing"}).status, 128);
+  EXPECT_EQ(run_it({"-smbios_cfg", "missing"}).status, 128);
+  machine_.remove("sys/class/i2c-adapter");
+  EXPECT_EQ(run_it().status, 152);
+  EXPECT_EQ(read_file(file_), "old\n");
+}
+
+TEST_P(OutputFile, MayBeASymbolicLink) {
+  const fs::path target = machine_.work() / "elsewhere/file";
+  fs::create_directory(target.parent_path());
+  fs::create_symlink("elsewhere/file", file_);
+  for (const char* const before : {"there is none", "there is one"}) {
+    EXPECT_EQ(run_it(), said("")) << before;
+    EXPECT_EQ(read_file(target), row().content);
+    EXPECT_EQ(fs::read_symlink(file_), "elsewhere/file");
+    machine_.user_file("elsewhere/file", "old\n");
   }
 }
 
-TEST_F(OutputFaults, ACurrentDirectoryThatWasRemoved) {
-  const FaultMachine machine;
-  for (const Output& output : outputs()) {
-    const ToolRun result = run_with_output(machine, output.words, [] {
-      if (mkdir("gone", 0700) != 0 || chdir("gone") != 0 || rmdir("../gone") != 0) {
-        _exit(126);
-      }
-    });
-    EXPECT_EQ(result.output, kCantOpen);
-    EXPECT_EQ(result.status, 128);
-  }
-}
+QORX_ROWS(OutputFile, Output{"result file", {"-o", "result"}, Rows().table()},
+          Output{"tovix cfg", {"-tovix.cfg"}, FaultMachine::tovix_cfg()});
 
-TEST_F(OutputFaults, AFullDisk) {
-  for (const Output& output : outputs()) {
-    const FaultMachine machine;
-    fs::create_symlink("/dev/full", machine.work() / output.file);
-    const ToolRun result = run(machine, output.words);
-    EXPECT_EQ(result.output, kCantClose);
-    EXPECT_EQ(result.status, 131);
-  }
-}
+class OutputFaults : public RunsHere {
+ protected:
+  const FaultMachine machine_;
+};
 
 // The loss shows in the middle of the run.
 TEST_F(OutputFaults, AFullDiskInTheMiddleOfALargeFile) {
   const ManyInterfaces machine;
-  const ToolRun result = run(machine, {"-o", "/dev/full"});
-  EXPECT_EQ(result.output, kCantClose);
-  EXPECT_EQ(result.status, 131);
+  EXPECT_EQ(run(machine, {"-o", "/dev/full"}), kCantClose);
 }
 
-// A file that may not grow: not the end of the process by a signal, but an incomplete file and a message.
-TEST_F(OutputFaults, AFileSizeLimit) {
-  const rlimit limit{64, 64};
-  for (const Output& output : outputs()) {
-    SCOPED_TRACE(output.file);
-    const FaultMachine machine;
-    const ToolRun result = run_with_output(machine, output.words, [&limit] { setrlimit(RLIMIT_FSIZE, &limit); });
-    EXPECT_EQ(result.output, kCantClose);
-    EXPECT_EQ(result.status, 131);
-    EXPECT_EQ(read_file(machine.work() / output.file), output.content.substr(0, limit.rlim_max));
-  }
-  const FaultMachine machine;
+TEST_F(OutputFaults, AScreenThatIsAFileWhichMayNotGrow) {
   for (const Words& words : {Words{"-a"}, Words{"-sysinfo"}, Words{"-support"}}) {
-    const ToolRun result = run_with_output(machine, words, [&limit] { setrlimit(RLIMIT_FSIZE, &limit); });
-    EXPECT_EQ(result.output.size(), limit.rlim_max);
+    const ToolRun result = run_with_output(machine_, words, with_file_size(64));
+    EXPECT_EQ(result.output.size(), 64U);
     EXPECT_EQ(result.status, 131);
   }
 }
 
-TEST_F(OutputFaults, AFileSizeLimitKeepsTheStatusOfAnotherFailure) {
-  const FaultMachine machine;
-  const rlimit limit{0, 0};
-  const auto nothing = [&limit] { setrlimit(RLIMIT_FSIZE, &limit); };
-  EXPECT_EQ(run_with_output(machine, {}, nothing).status, 147);
-  EXPECT_EQ(run_with_output(machine, {"-d"}, nothing).status, 147);
-  EXPECT_EQ(run_with_output(machine, {"-x"}, nothing).status, 150);
-  EXPECT_EQ(run_with_output(machine, {"-a", "-config", "missing"}, nothing).status, 128);
-  EXPECT_EQ(run_with_output(machine, {"-V"}, nothing).status, 131);
+TEST_F(OutputFaults, ALostScreenKeepsTheStatusOfAnotherFailure) {
+  const auto status = [&](const Words& words) { return run_with_output(machine_, words, with_file_size(0)).status; };
+  EXPECT_EQ(status({}), 147);
+  EXPECT_EQ(status({"-d"}), 147);
+  EXPECT_EQ(status({"-x"}), 150);
+  EXPECT_EQ(status({"-a", "-config", "missing"}), 128);
+  EXPECT_EQ(status({"-V"}), 131);
 }
 
 // Without slot numbers tovix.cfg comes with a warning and a table on the screen; the file is complete all the same.
 TEST_F(OutputFaults, AWarningThatIsLostWithTheScreen) {
   FaultMachine machine;
   machine.remove("sys/firmware");
-  const ToolRun full =
-      run_with_output(machine, {"-tovix.cfg"}, [] { dup2(open("/dev/full", O_WRONLY), STDOUT_FILENO); });
-  EXPECT_EQ(full.status, 131);
-  EXPECT_EQ(read_file(machine.work() / "tovix.cfg"), "TYPE:PCIE\n\n");
-  const ToolRun closed = run_with_output(machine, {"-tovix.cfg"}, [] { close(STDOUT_FILENO); });
-  EXPECT_EQ(closed.status, 131);
-  EXPECT_EQ(read_file(machine.work() / "tovix.cfg"), "TYPE:PCIE\n\n");
+  for (const std::function<void()>& lose_screen :
+       {std::function<void()>(fill_the_disk_of_the_screen), std::function<void()>([] { close(STDOUT_FILENO); })}) {
+    machine.user_file("tovix.cfg", "old\n");
+    EXPECT_EQ(run_with_output(machine, {"-tovix.cfg"}, lose_screen).status, 131);
+    EXPECT_EQ(read_file(machine.work() / "tovix.cfg"), kNoTovixRecords);
+  }
 }
 
 TEST_F(OutputFaults, NothingIsLeftToSayItWith) {
-  const FaultMachine machine;
-  const ToolRun result =
-      run_with_output(machine, {"-o", "/dev/full"}, [] { dup2(open("/dev/full", O_WRONLY), STDOUT_FILENO); });
-  EXPECT_EQ(result.status, 131);
+  EXPECT_EQ(run_with_output(machine_, {"-o", "/dev/full"}, fill_the_disk_of_the_screen).status, 131);
 }
 
 // head -c 1: the reader goes away with the first byte.
 TEST_F(OutputFaults, AReaderThatGoesAwayInTheMiddle) {
   const ManyInterfaces machine;
-  for (Words words : {Words{"-a"}, Words{"-o", "result"}, Words{"-tovix.cfg"}}) {
-    words.insert(words.end(), {"-ML", "2"});  // more than the pipe holds
+  for (const Words& words : {Words{"-a"}, Words{"-o", "result"}, Words{"-tovix.cfg"}}) {
     SCOPED_TRACE(words[0]);
     int ends[2];
     ASSERT_EQ(pipe(ends), 0);
@@ -181,7 +206,8 @@ TEST_F(OutputFaults, AReaderThatGoesAwayInTheMiddle) {
       _exit(read(ends[0], &byte, 1) == 1 ? 0 : 1);
     }
     close(ends[0]);
-    const ToolRun result = run_with_output(machine, words, [&ends] { dup2(ends[1], STDOUT_FILENO); });
+    const ToolRun result = run_with_output(machine, joined(words, {"-ML", "2"}),  // more than the pipe holds
+                                           [&ends] { dup2(ends[1], STDOUT_FILENO); });
     close(ends[1]);
     int status = -1;
     waitpid(reader, &status, 0);
@@ -193,11 +219,10 @@ TEST_F(OutputFaults, AReaderThatGoesAwayInTheMiddle) {
 }
 
 TEST_F(OutputFaults, AResultFileMayBeAPipe) {
-  const FaultMachine machine;
-  const fs::path path = machine.work() / "result";
+  const fs::path path = machine_.work() / "result";
   ASSERT_EQ(mkfifo(path.c_str(), 0600), 0);
   const int end = open(path.c_str(), O_RDONLY | O_NONBLOCK | O_CLOEXEC);
-  EXPECT_EQ(run_with_output(machine, {"-o", "result"}).status, 0);
+  EXPECT_EQ(run_with_output(machine_, {"-o", "result"}).status, 0);
   std::string content(65536, '\0');
   const ssize_t count = read(end, content.data(), content.size());
   close(end);
@@ -213,71 +238,8 @@ TEST_F(OutputFaults, AResultFileWhoseReaderGoesAway) {
     alarm(10);
     _exit(open(path.c_str(), O_RDONLY) >= 0 ? 0 : 1);
   }
-  const ToolRun result = run_with_output(machine, {"-o", "result"});
+  EXPECT_EQ(run_with_output(machine, {"-o", "result"}), kCantClose);
   waitpid(reader, nullptr, 0);
-  EXPECT_EQ(result.output, kCantClose);
-  EXPECT_EQ(result.status, 131);
-}
-
-struct stat status_of(const fs::path& path) {
-  struct stat status {};
-  EXPECT_EQ(stat(path.c_str(), &status), 0);
-  return status;
-}
-
-TEST_F(OutputFaults, AFileThatIsReplacedKeepsItsOwnerAndMode) {
-  constexpr uid_t kSomeone = 12345;
-  for (const Output& output : outputs()) {
-    SCOPED_TRACE(output.file);
-    FaultMachine machine;
-    const fs::path path = machine.user_file(output.file, std::string(100000, 'x'));
-    ASSERT_EQ(chmod(path.c_str(), 0640), 0);
-    if (geteuid() == 0) {
-      ASSERT_EQ(chown(path.c_str(), kSomeone, kSomeone), 0);
-    }
-    fs::create_hard_link(path, machine.work() / "other name");
-    const struct stat before = status_of(path);
-    EXPECT_EQ(run(machine, output.words).status, 0);
-    const struct stat after = status_of(path);
-    EXPECT_EQ(after.st_uid, before.st_uid);
-    EXPECT_EQ(after.st_gid, before.st_gid);
-    EXPECT_EQ(after.st_mode, before.st_mode);
-    EXPECT_EQ(after.st_ino, before.st_ino);
-    EXPECT_EQ(read_file(machine.work() / "other name"), output.content);
-  }
-}
-
-TEST_F(OutputFaults, ARunThatFailsBeforeLeavesTheFileAlone) {
-  for (const Output& output : outputs()) {
-    FaultMachine machine;
-    machine.user_file(output.file, "old\n");
-    for (const Words& options : {Words{"-config", "missing"}, Words{"-smbios_cfg", "missing"}}) {
-      Words words = output.words;
-      words.insert(words.end(), options.begin(), options.end());
-      EXPECT_EQ(run(machine, words).status, 128);
-    }
-    machine.remove("sys/class/i2c-adapter");
-    EXPECT_EQ(run(machine, output.words).status, 152);
-    EXPECT_EQ(read_file(machine.work() / output.file), "old\n");
-  }
-}
-
-TEST_F(OutputFaults, ASymbolicLinkIsFollowed) {
-  for (const Output& output : outputs()) {
-    for (const bool exists : {true, false}) {
-      SCOPED_TRACE(output.file);
-      FaultMachine machine;
-      const fs::path target = machine.work() / "elsewhere/file";
-      fs::create_directory(target.parent_path());
-      if (exists) {
-        machine.user_file("elsewhere/file", "old\n");
-      }
-      fs::create_symlink("elsewhere/file", machine.work() / output.file);
-      EXPECT_EQ(run(machine, output.words).status, 0);
-      EXPECT_EQ(read_file(target), output.content);
-      EXPECT_EQ(fs::read_symlink(machine.work() / output.file), "elsewhere/file");
-    }
-  }
 }
 
 }  // namespace

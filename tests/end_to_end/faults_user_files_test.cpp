@@ -11,93 +11,69 @@
 namespace qorx::test {
 namespace {
 
-using Words = std::vector<std::string>;
-
 struct UserFile {
-  const char* name;
+  std::string name;
   Words words;
-  const char* no_data;   // what an empty file lacks
+  std::string no_data;   // what an empty file lacks
   bool line_is_printed;  // and the number of the line where it ends
 };
 
-const std::vector<UserFile>& config_files() {
-  static const std::vector<UserFile> files{
-      {"qorx.cfg", {"-config", "qorx.cfg"}, "Can't find SLOT_NAME! qorx.cfg line: ", true},
-      {"smbios.cfg", {"-smbios_cfg", "smbios.cfg"}, "Can't find TYPE! smbios.cfg line: ", true},
-      {"wmx_name.cfg", {"-legacy", "-sys_WMX_cfg", "wmx_name.cfg"}, "Can't find WMX NAME in wmx_name.cfg", false},
-  };
-  return files;
-}
+const std::vector<UserFile> kFiles{
+    {"qorx.cfg", {"-config", "qorx.cfg"}, "Can't find SLOT_NAME! qorx.cfg line: ", true},
+    {"smbios.cfg", {"-smbios_cfg", "smbios.cfg"}, "Can't find TYPE! smbios.cfg line: ", true},
+    {"wmx_name.cfg", {"-legacy", "-sys_WMX_cfg", "wmx_name.cfg"}, "Can't find WMX NAME in wmx_name.cfg", false},
+};
+
+const std::string kWrongFormat = "\nError: QORX_ERR_CONF_FILE_FORMAT (0x81)\n";
 
 // 16 MiB of zeros in pieces of 1,023 bytes: 16,400 whole ones and a rest.
 constexpr const char* kLastLineOfEndlessFile = "16401";
 
-std::string open_failed(const std::string& name) {
-  return "Error: Open file " + name + " failed.\nError: QORX_ERR_OPEN_FILE (0x80)\n";
-}
-
-std::string without_data(const UserFile& file, const std::string& line) {
-  return file.no_data + (file.line_is_printed ? line : "") + "\nError: QORX_ERR_CONF_FILE_FORMAT (0x81)\n";
-}
-
-class UserFileFaults : public RunsHere, public testing::WithParamInterface<Fault> {
+class UserFileFaults : public FaultTest {
  protected:
-  void SetUp() override {
-    RunsHere::SetUp();
-    as_ordinary_user_ = GetParam() == Fault::kUnreadable;  // root reads everything
+  [[nodiscard]] ToolRun expected(const UserFile& file) const {
+    const Fault fault = GetParam();
+    if (cant_be_opened(fault) || fault == Fault::kDirectory) {
+      return said("Error: Open file " + file.name + " failed.\nError: QORX_ERR_OPEN_FILE (0x80)\n", 128);
+    }
+    const std::string line = fault == Fault::kEndless ? kLastLineOfEndlessFile : "1";
+    return said(file.no_data + (file.line_is_printed ? line : "") + kWrongFormat, 129);
   }
+
+  FaultMachine machine_;
 };
 
 TEST_P(UserFileFaults, AConfigurationFileEndsTheRun) {
-  const bool is_closed = cant_be_opened(GetParam()) || GetParam() == Fault::kDirectory;
-  const FaultMachine machine;
-  for (const UserFile& file : config_files()) {
-    const Planted fault(machine, machine.work() / file.name, GetParam());
-    const std::string expected = is_closed
-                                     ? open_failed(file.name)
-                                     : without_data(file, GetParam() == Fault::kEndless ? kLastLineOfEndlessFile : "1");
-    for (Words words : {Words{"-a"}, Words{"-o", "result"}, Words{"-tovix.cfg"}}) {
-      words.insert(words.end(), file.words.begin(), file.words.end());
-      SCOPED_TRACE(testing::PrintToString(words));
-      const ToolRun result = run(machine, words);
-      EXPECT_EQ(result.output, expected);
-      EXPECT_EQ(result.status, is_closed ? 128 : 129);
+  for (const UserFile& file : kFiles) {
+    const Planted fault(machine_, machine_.work() / file.name, GetParam());
+    for (const Words& operation : {Words{"-a"}, Words{"-o", "result"}, Words{"-tovix.cfg"}}) {
+      EXPECT_EQ(run(machine_, joined(operation, file.words)), expected(file)) << operation[0] << " " << file.name;
     }
-    EXPECT_FALSE(std::filesystem::exists(machine.work() / "result"));
-    EXPECT_FALSE(std::filesystem::exists(machine.work() / "tovix.cfg"));
+    EXPECT_FALSE(std::filesystem::exists(machine_.work() / "result"));
+    EXPECT_FALSE(std::filesystem::exists(machine_.work() / "tovix.cfg"));
   }
 }
 
 TEST_P(UserFileFaults, ARecordedTableIsPassedOver) {
   const bool is_closed =
       cant_be_opened(GetParam()) || GetParam() == Fault::kDirectory || GetParam() == Fault::kReadError;
-  FaultMachine machine;
-  machine.user_file("entry", FaultMachine::slots().entry_point3());
-  machine.user_file("table", FaultMachine::slots().bytes());
-  for (const std::string name : {"entry", "table"}) {
-    SCOPED_TRACE(name);
-    const Planted fault(machine, machine.work() / name, GetParam());
-    std::string message;
-    if (is_closed) {
-      message = name == "entry" ? "1Can't get entry\n" : "2Can't get table\n";
-    } else if (name == "entry") {
-      message = "Can't find SMBIOS!\n";
-    }
-    const ToolRun result = run(machine, {"-a", "-diag", "entry", "table"});
-    EXPECT_EQ(result.output, message + table_without_slots());
-    EXPECT_EQ(result.status, 0);
-  }
+  machine_.user_file("entry", FaultMachine::slots().entry_point3());
+  machine_.user_file("table", FaultMachine::slots().bytes());
+  const auto expect = [&](const char* name, const std::string& message) {
+    const Planted fault(machine_, machine_.work() / name, GetParam());
+    EXPECT_EQ(run(machine_, {"-a", "-diag", "entry", "table"}), said(message + table_without_slots())) << name;
+  };
+  expect("entry", is_closed ? "1Can't get entry\n" : "Can't find SMBIOS!\n");
+  expect("table", is_closed ? "2Can't get table\n" : "");
 }
 
-INSTANTIATE_TEST_SUITE_P(User, UserFileFaults,
-                         testing::Values(Fault::kMissing, Fault::kLoop, Fault::kNowhere, Fault::kUnreadable,
-                                         Fault::kDirectory, Fault::kEmpty, Fault::kEndless, Fault::kReadError),
-                         [](const auto& fault) { return name_of(fault.param); });
+QORX_FAULTS(UserFileFaults);
 
 // A process that writes a text into a named pipe, once.
 class PipeWriter {
  public:
   PipeWriter(const std::filesystem::path& path, const std::string& text) {
+    std::filesystem::remove(path);
     if (mkfifo(path.c_str(), 0600) != 0) {
       throw std::runtime_error("can't make a pipe");
     }
@@ -117,35 +93,33 @@ class PipeWriter {
   pid_t child_;
 };
 
-using UserPipe = RunsHere;
+class UserPipe : public RunsHere {
+ protected:
+  [[nodiscard]] std::string text(const char* name) const { return read_file(machine_.work() / name); }
+
+  FaultMachine machine_;
+};
 
 TEST_F(UserPipe, AFileThatIsReadOnceMayBeAPipe) {
-  const FaultMachine machine;
-  const std::string names = read_file(machine.work() / "wmx_name.cfg");
-  const std::string slots = read_file(machine.work() / "smbios.cfg");
-  const std::string by_file = run(machine, {"-a", "-smbios_cfg", "smbios.cfg"}).output;
+  const ToolRun by_file = run(machine_, {"-a", "-smbios_cfg", "smbios.cfg"});
   {
-    const PipeWriter writer(machine.work() / "pipe", slots);
-    EXPECT_EQ(run(machine, {"-a", "-smbios_cfg", "pipe"}).output, by_file);
+    const PipeWriter writer(machine_.work() / "pipe", text("smbios.cfg"));
+    EXPECT_EQ(run(machine_, {"-a", "-smbios_cfg", "pipe"}), by_file);
   }
-  std::filesystem::remove(machine.work() / "pipe");
-  const PipeWriter writer(machine.work() / "pipe", names);
-  EXPECT_EQ(run(machine, {"-a", "-legacy", "-sys_WMX_cfg", "pipe"}).output, Rows().table());
+  const PipeWriter writer(machine_.work() / "pipe", text("wmx_name.cfg"));
+  EXPECT_EQ(run(machine_, {"-a", "-legacy", "-sys_WMX_cfg", "pipe"}), said(Rows().table()));
 }
 
 TEST_F(UserPipe, RecordedTablesMayBePipes) {
-  FaultMachine machine;
-  machine.remove("sys/firmware");
-  const PipeWriter entry(machine.work() / "entry", FaultMachine::slots().entry_point3());
-  const PipeWriter table(machine.work() / "table", FaultMachine::slots().bytes());
-  EXPECT_EQ(run(machine, {"-a", "-diag", "entry", "table"}).output, Rows().table());
+  machine_.remove("sys/firmware");
+  const PipeWriter entry(machine_.work() / "entry", FaultMachine::slots().entry_point3());
+  const PipeWriter table(machine_.work() / "table", FaultMachine::slots().bytes());
+  EXPECT_EQ(run(machine_, {"-a", "-diag", "entry", "table"}), said(Rows().table()));
 }
 
 // The platform file is read twice; a pipe is empty the second time, and that is no silent success.
 TEST_F(UserPipe, APlatformFileMayNotBeAPipe) {
-  const FaultMachine machine;
-  const std::string text = read_file(machine.work() / "qorx.cfg");
-  const auto fill = [&text] {
+  const auto fill = [text = text("qorx.cfg")] {
     limit_time(10);
     int ends[2];
     if (pipe(ends) != 0 || write(ends[1], text.data(), text.size()) < 0 || dup2(ends[0], 9) < 0) {
@@ -154,25 +128,23 @@ TEST_F(UserPipe, APlatformFileMayNotBeAPipe) {
     close(ends[0]);
     close(ends[1]);
   };
-  const ToolRun result = run_replay(machine.root(), machine.work(), {"-a", "-config", "/dev/fd/9"}, fill);
-  EXPECT_EQ(result.output, "Can't find SLOT_NAME! /dev/fd/9 line: 1\nError: QORX_ERR_CONF_FILE_FORMAT (0x81)\n");
-  EXPECT_EQ(result.status, 129);
+  EXPECT_EQ(run_replay(machine_.root(), machine_.work(), {"-a", "-config", "/dev/fd/9"}, fill),
+            said("Can't find SLOT_NAME! /dev/fd/9 line: 1" + kWrongFormat, 129));
 }
 
 // A file that never ends is cut behind 16 MiB, whatever it holds.
 TEST_F(UserPipe, WhatLiesBehind16MegabytesIsNotRead) {
-  FaultMachine machine;
-  std::string text = read_file(machine.work() / "smbios.cfg");
-  const std::string by_file = run(machine, {"-a", "-smbios_cfg", "smbios.cfg"}).output;
-  const std::size_t limit = std::size_t{16} << 20;
-  while (text.size() + 1024 <= limit) {
+  const ToolRun by_file = run(machine_, {"-a", "-smbios_cfg", "smbios.cfg"});
+  constexpr std::size_t kLimit = std::size_t{16} << 20;
+  std::string text = this->text("smbios.cfg");
+  while (text.size() + 1024 <= kLimit) {
     text += "#" + std::string(1022, '.') + "\n";
   }
-  text += "#" + std::string(limit - text.size() - 2, '.') + "\n";
-  machine.user_file("smbios.cfg", text + "wrong\n");
-  EXPECT_EQ(run(machine, {"-a", "-smbios_cfg", "smbios.cfg"}).output, by_file);
-  machine.user_file("smbios.cfg", text.substr(1) + "wrong\n");
-  EXPECT_EQ(run(machine, {"-a", "-smbios_cfg", "smbios.cfg"}).status, 129);
+  text += "#" + std::string(kLimit - text.size() - 2, '.') + "\n";
+  machine_.user_file("smbios.cfg", text + "wrong\n");
+  EXPECT_EQ(run(machine_, {"-a", "-smbios_cfg", "smbios.cfg"}), by_file);
+  machine_.user_file("smbios.cfg", text.substr(1) + "wrong\n");
+  EXPECT_EQ(run(machine_, {"-a", "-smbios_cfg", "smbios.cfg"}).status, 129);
 }
 
 }  // namespace

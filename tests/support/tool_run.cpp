@@ -49,6 +49,14 @@ void redirect(const fs::path& file, int descriptor) {
 
 }  // namespace
 
+void PrintTo(const ToolRun& run, std::ostream* out) {
+  *out << "status " << run.status << "\n" << run.output << run.errors;
+}
+
+ToolRun said(const std::string& output, int status) {
+  return {output, "", status};
+}
+
 ToolRun run_program(const fs::path& program, const std::vector<std::string>& arguments, const fs::path& directory,
                     const std::function<void()>& in_child) {
   const TemporaryDirectory captured;

@@ -4,6 +4,7 @@
 
 #include <filesystem>
 #include <functional>
+#include <iosfwd>
 #include <string>
 #include <vector>
 
@@ -13,7 +14,13 @@ struct ToolRun {
   std::string output;  // standard output
   std::string errors;  // standard error
   int status = -1;     // exit status; 128 + signal when one ended it
+
+  bool operator==(const ToolRun&) const = default;
+  friend void PrintTo(const ToolRun& run, std::ostream* out);
 };
+
+// A run that said this on standard output and nothing on standard error.
+ToolRun said(const std::string& output, int status = 0);
 
 // Runs a program in `directory`. `in_child` runs in the child just before the program starts: to close descriptors,
 // set limits, or redirect.
