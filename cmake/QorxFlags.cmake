@@ -39,6 +39,11 @@ target_compile_options(qorx_product INTERFACE
   "$<$<CONFIG:Release,RelWithDebInfo,MinSizeRel>:${hardening}>")
 target_link_libraries(qorx_product INTERFACE qorx_warnings)
 
+# qorx-inspect, which has all of C++.
+add_library(qorx_complete_cpp INTERFACE)
+target_compile_options(qorx_complete_cpp INTERFACE "$<$<CONFIG:Release,RelWithDebInfo,MinSizeRel>:${hardening}>")
+target_link_libraries(qorx_complete_cpp INTERFACE qorx_warnings)
+
 if(QORX_SANITIZE)
   add_compile_options(-fsanitize=address,undefined -fno-sanitize-recover=all -fno-omit-frame-pointer)
   add_link_options(-fsanitize=address,undefined)

@@ -30,6 +30,9 @@ install(FILES ${guides} DESTINATION ${CMAKE_INSTALL_DOCDIR} COMPONENT Tool)
 
 # Manual pages: section 3 is for programmers.
 file(GLOB pages CONFIGURE_DEPENDS ${PROJECT_SOURCE_DIR}/doc/man/*.[0-9])
+if(NOT TARGET qorx-inspect)
+  list(FILTER pages EXCLUDE REGEX "/qorx-inspect[^/]*$")
+endif()
 foreach(page ${pages})
   string(REGEX MATCH "[0-9]$" section ${page})
   set(component Tool)

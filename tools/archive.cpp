@@ -1,5 +1,6 @@
 #include "tools/archive.h"
 
+#include <fcntl.h>
 #include <ftw.h>
 #include <spawn.h>
 #include <sys/stat.h>
@@ -44,6 +45,8 @@ pid_t start_tar(std::vector<const char*> arguments, int output) {
     posix_spawn_file_actions_adddup2(&actions, output, STDOUT_FILENO);
     posix_spawn_file_actions_addclose(&actions, output);
   }
+  // Its own complaints say less than what the caller makes of its failure.
+  posix_spawn_file_actions_addopen(&actions, STDERR_FILENO, "/dev/null", O_WRONLY, 0);
   pid_t process = -1;
   // The strings are not written to: the parameter's type is older than const.
   const auto* const words =

@@ -116,6 +116,12 @@ TEST_P(Hardening, ReleaseBuildsMarkTheTargetsOfIndirectJumps) {
 }
 #endif
 
+#if defined(QORX_INSPECT_PROGRAM)
+INSTANTIATE_TEST_SUITE_P(BuiltForPrograms, Hardening,
+                         testing::Values(Binary{"qorx_inspect", QORX_INSPECT_PROGRAM, true}),
+                         [](const TestParamInfo<Binary>& built) { return std::string(built.param.name); });
+#endif
+
 INSTANTIATE_TEST_SUITE_P(Built, Hardening,
                          testing::Values(Binary{"qorx", QORX_PROGRAM, true},
                                          Binary{"qorx_replay", QORX_REPLAY_PROGRAM, true},

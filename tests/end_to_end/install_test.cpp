@@ -18,6 +18,11 @@ namespace fs = std::filesystem;
 
 const std::string kLibDir = QORX_LIBDIR;
 const fs::path kSource = QORX_SOURCE_DIR;
+#if defined(QORX_INSPECT_PROGRAM)
+constexpr bool kWithInspect = true;
+#else
+constexpr bool kWithInspect = false;
+#endif
 
 class Install : public testing::Test {
  protected:
@@ -37,6 +42,9 @@ void add_pages(std::set<std::string>& files) {
   }
   for (const auto& page : fs::directory_iterator(kSource / "doc/man")) {
     const std::string name = page.path().filename().string();
+    if (!kWithInspect && name.starts_with("qorx-inspect")) {
+      continue;
+    }
     files.insert("share/man/man" + name.substr(name.size() - 1) + "/" + name);
   }
 }
@@ -62,6 +70,9 @@ TEST_F(Install, PutsEveryFileInItsPlace) {
     if (guide.path().extension() == ".md") {
       expected.insert("share/doc/qorx/" + guide.path().filename().string());
     }
+  }
+  if (kWithInspect) {
+    expected.insert({"sbin/qorx-inspect", "share/qorx/qorx-inspect-1.schema.json"});
   }
   add_pages(expected);
   std::set<std::string> installed;

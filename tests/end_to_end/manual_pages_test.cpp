@@ -68,8 +68,9 @@ TEST(Manual, HasAPageForEveryCommandFileAndLibrary) {
   for (const fs::path& page : manual_pages()) {
     names.insert(page.filename().string());
   }
-  EXPECT_EQ(names, (std::set<std::string>{"qorx.8", "qorx.cfg.5", "wmx_name.cfg.5", "smbios.cfg.5", "tovix.cfg.5",
-                                          "libqorx.3", "qorx-replay.1", "qorx-capture.1"}));
+  EXPECT_EQ(names,
+            (std::set<std::string>{"qorx.8", "qorx.cfg.5", "wmx_name.cfg.5", "smbios.cfg.5", "tovix.cfg.5", "libqorx.3",
+                                   "qorx-replay.1", "qorx-capture.1", "qorx-inspect.8", "qorx-inspect.json.5"}));
 }
 
 // All matches of a pattern's first group in the product's sources.
