@@ -8,8 +8,7 @@
 #include <vector>
 
 #include "base/messages.h"
-#include "tests/support/fake_machine.h"
-#include "tests/support/library.h"
+#include "tests/support/rows.h"
 
 namespace qorx::test {
 namespace {
@@ -18,12 +17,12 @@ constexpr int kSlot = 9;
 constexpr int kOnboard = 41;
 
 struct Fields {
-  char type;
-  int bus;
-  int switch1;
-  int switch2;
-  int mcu_segment;
-  int ctrl_flag;
+  char type = 0;
+  int bus = 0;
+  int switch1 = 0;
+  int switch2 = 0;
+  int mcu_segment = 0;
+  int ctrl_flag = 0;
 
   friend bool operator==(const Fields&, const Fields&) = default;
   friend std::ostream& operator<<(std::ostream& out, const Fields& f) {
@@ -32,171 +31,136 @@ struct Fields {
   }
 };
 
-constexpr Fields kNothing{0, 0, 0, 0, 0, 0};
+Fields fields_of(const DeviceRecord& record) {
+  return {record.bypass_type,    record.bypass_bus,  record.bypass_switch1,
+          record.bypass_switch2, record.mcu_segment, record.bypass_ctrl_flag};
+}
 
-class BypassDescriptor : public testing::Test {
- protected:
-  void SetUp() override { reset_library(); }
+std::string printed_while_parsing(DeviceRecord& record) {
+  return printed_by([&record] { EXPECT_EQ(parse_bypass_descriptor(record), 0); });
+}
 
-  // Parses the descriptor in a slot name; what it printed is in printed_.
-  Fields parse(const std::string& slot_name, int smbios_type) {
-    reset_library();
-    DeviceRecord& record = add_device("eth0", slot_name, smbios_type);
-    printed_ = printed_by([&] { EXPECT_EQ(parse_bypass_descriptor(record), 0); });
-    return {record.bypass_type,    record.bypass_bus,  record.bypass_switch1,
-            record.bypass_switch2, record.mcu_segment, record.bypass_ctrl_flag};
-  }
-
-  void expect_error(const char* area, const std::string& slot_name, int smbios_type, const Fields& kept) {
-    SCOPED_TRACE(slot_name);
-    EXPECT_EQ(parse(slot_name, smbios_type), kept);
-    EXPECT_EQ(printed_, "SMBIOS data wrong format. (" + std::string(area) + ") String: " + slot_name + "\n");
-  }
-
-  void expect_parsed(const std::string& slot_name, int smbios_type, const Fields& fields) {
-    SCOPED_TRACE(slot_name);
-    EXPECT_EQ(parse(slot_name, smbios_type), fields);
-    EXPECT_EQ(printed_, "");
-  }
-
-  FakeMachine machine_;
-  std::string printed_;
+struct Descriptor {
+  std::string_view rule;
+  int smbios_type;
+  std::vector<std::string> slot_names;  // each of them
+  Fields fields;
+  const char* wrong_area = nullptr;  // named in the message about it
 };
 
-TEST_F(BypassDescriptor, ASystemSlotHasPathBusAndTwoSwitchPorts) {
-  expect_parsed("Slot 1 (B.3.2.255)", kSlot, {'B', 3, 2, 255, 0, 1});
-  expect_parsed("(B.0.0.7)", kSlot, {'B', 0, 0, 7, 0, 1});
-  expect_parsed("(B.255.255.255)", kSlot, {'B', 255, 255, 255, 0, 1});
-}
+class BypassDescriptor : public RowTest<Descriptor, MachineTest> {};
 
-TEST_F(BypassDescriptor, AnOnboardPositionHasASegmentToo) {
-  expect_parsed("LAN1 (B.3.2.255.1)", kOnboard, {'B', 3, 2, 255, 1, 1});
-  expect_parsed("LAN1 (B.3.2.255.4) rear", kOnboard, {'B', 3, 2, 255, 4, 1});
-  expect_parsed("(B.3.2.255.2", kOnboard, {'B', 3, 2, 255, 2, 1});
-}
-
-TEST_F(BypassDescriptor, ASystemSlotIgnoresWhatFollowsTheSecondSwitch) {
-  expect_parsed("(B.3.2.1.9)", kSlot, {'B', 3, 2, 1, 0, 1});
-  expect_parsed("(B.3.2.1) x", kSlot, {'B', 3, 2, 1, 0, 1});
-  expect_parsed("(B.3.2.1", kSlot, {'B', 3, 2, 1, 0, 1});
-}
-
-TEST_F(BypassDescriptor, ANameWithoutAParenthesisHasNone) {
-  for (const char* const name : {"", "Slot 1", "B.3.2.255)", "[B.3.2.255]"}) {
-    expect_parsed(name, kSlot, kNothing);
-    expect_parsed(name, kOnboard, kNothing);
+// Whether an error is printed or not, it is the same.
+TEST_P(BypassDescriptor, Gives) {
+  for (const std::string& name : row().slot_names) {
+    SCOPED_TRACE(name);
+    const bool wrong = row().wrong_area != nullptr;
+    DeviceRecord& record = add_device("eth0", name, row().smbios_type);
+    EXPECT_EQ(printed_while_parsing(record),
+              wrong ? "SMBIOS data wrong format. (" + std::string(row().wrong_area) + ") String: " + name + "\n" : "");
+    EXPECT_EQ(fields_of(record), row().fields);
+    g_error_message_open = 0;
+    DeviceRecord& silent = add_device("eth0", name, row().smbios_type);
+    EXPECT_EQ(printed_while_parsing(silent), "");
+    EXPECT_EQ(fields_of(silent), row().fields);
+    g_error_message_open = 1;
   }
 }
 
-TEST_F(BypassDescriptor, TheFirstFieldIsThePathAndNothingElse) {
-  for (const char* const name : {"(X.1.2.3)", "Slot (A) (B.3.2.255)", "(h.1.2.3)", "(H1.1.2.3)", "( H.1.2.3)",
-                                 "((H.1.2.3)", "(HB.1.2.3)", "(", "()", "(.H.1.2.3)", "(1.2.3)", "x(b.1.2.3)"}) {
-    expect_error("H/B area", name, kSlot, kNothing);
+std::vector<std::string> around(const std::string& head, const std::vector<std::string>& values,
+                                const std::string& tail) {
+  std::vector<std::string> names;
+  for (const std::string& value : values) {
+    names.push_back(head + value + tail);
   }
+  return names;
 }
 
-TEST_F(BypassDescriptor, ADotBetweenTheParenthesisAndThePathIsWrong) {
-  expect_error("H/B area", "(.B.1.2.3)", kSlot, kNothing);
-}
+const std::vector<std::string> kWrongPorts{"8", "9", "100", "254", "256", "263", "-1", "511"};
 
-TEST_F(BypassDescriptor, TheBusIsBelow256) {
-  expect_error("BUS", "(B.256.2.3)", kSlot, {'B', 0, 0, 0, 0, 0});
-  expect_error("BUS", "(B.999.2.3)", kSlot, {'B', 0, 0, 0, 0, 0});
-  expect_error("BUS", "(B", kSlot, {'B', 0, 0, 0, 0, 0});
-  expect_error("BUS", "(B.", kSlot, {'B', 0, 0, 0, 0, 0});
-  expect_parsed("(B.-1.2.3)", kSlot, {'B', 255, 2, 3, 0, 1});
-}
+QORX_ROWS(
+    BypassDescriptor,
+    Descriptor{
+        "a system slot has path, bus and two switch ports", kSlot, {"Slot 1 (B.3.2.255)"}, {'B', 3, 2, 255, 0, 1}},
+    Descriptor{"zero is a bus and a port", kSlot, {"(B.0.0.7)"}, {'B', 0, 0, 7, 0, 1}},
+    Descriptor{"255 is a bus and means no switch", kSlot, {"(B.255.255.255)"}, {'B', 255, 255, 255, 0, 1}},
+    Descriptor{"an onboard position has a segment too", kOnboard, {"LAN1 (B.3.2.255.1)"}, {'B', 3, 2, 255, 1, 1}},
+    Descriptor{"text may follow an onboard position", kOnboard, {"LAN1 (B.3.2.255.4) rear"}, {'B', 3, 2, 255, 4, 1}},
+    Descriptor{"the closing parenthesis may be missing", kOnboard, {"(B.3.2.255.2"}, {'B', 3, 2, 255, 2, 1}},
+    Descriptor{"a system slot ignores what follows the second switch",
+               kSlot,
+               {"(B.3.2.1.9)", "(B.3.2.1) x", "(B.3.2.1"},
+               {'B', 3, 2, 1, 0, 1}},
+    Descriptor{"a port without a slot type is read like a system slot", 0, {"(B.3.2.255.9)"}, {'B', 3, 2, 255, 0, 1}},
+    Descriptor{"a name without a parenthesis has none", kSlot, {"", "Slot 1", "B.3.2.255)", "[B.3.2.255]"}, {}},
+    Descriptor{"onboard too", kOnboard, {"", "Slot 1", "B.3.2.255)", "[B.3.2.255]"}, {}},
+    Descriptor{"the first field is the path and nothing else",
+               kSlot,
+               {"(X.1.2.3)", "Slot (A) (B.3.2.255)", "(h.1.2.3)", "(H1.1.2.3)", "( H.1.2.3)", "((H.1.2.3)",
+                "(HB.1.2.3)", "(", "()", "(.H.1.2.3)", "(.B.1.2.3)", "(1.2.3)", "x(b.1.2.3)"},
+               {},
+               "H/B area"},
+    Descriptor{"the bus is below 256", kSlot, {"(B.256.2.3)", "(B.999.2.3)", "(B", "(B."}, {'B'}, "BUS"},
+    Descriptor{"a negative bus is below 256", kSlot, {"(B.-1.2.3)"}, {'B', 255, 2, 3, 0, 1}},
+    Descriptor{"the first port is zero to seven or 255", kSlot, around("(B.3.", kWrongPorts, ".255)"), {'B', 3}, "BUS"},
+    Descriptor{"so is the second", kSlot, around("(B.3.2.", kWrongPorts, ")"), {'B', 3, 2}, "BUS"},
+    Descriptor{"a missing first port is a bus error", kSlot, {"(B.3)"}, {'B', 3}, "BUS"},
+    Descriptor{"a missing second port is a bus error", kSlot, {"(B.3.2)", "(B.3.2."}, {'B', 3, 2}, "BUS"},
+    Descriptor{"a field without digits is zero", kSlot, {"(B.x.y.z)"}, {'B', 0, 0, 0, 0, 1}},
+    Descriptor{"a number ends at another character", kSlot, {"(B. 3.2x.1)"}, {'B', 3, 2, 1, 0, 1}},
+    Descriptor{"runs of dots count as one", kSlot, {"(B..3...2.1)"}, {'B', 3, 2, 1, 0, 1}},
+    Descriptor{"the segment of an onboard position is one to four",
+               kOnboard,
+               around("(B.3.255.7", {".5)", ".0)", ".-1)", ".)", ".x)", "", ")", ".", "..1)", ".260)"}, ""),
+               {'B', 3, 255, 7},
+               "MCU_SEGMENT"},
+    Descriptor{"a whole name field is parsed",
+               kSlot,
+               {std::string(238, 'x') + "(B.200.255.255)"},
+               {'B', 200, 255, 255, 0, 1}});
 
-TEST_F(BypassDescriptor, ASwitchPortIsZeroToSevenOr255) {
-  for (const char* const port : {"8", "9", "100", "254", "256", "263", "-1", "511"}) {
-    const std::string text = port;
-    expect_error("BUS", "(B.3." + text + ".255)", kSlot, {'B', 3, 0, 0, 0, 0});
-    expect_error("BUS", "(B.3.2." + text + ")", kSlot, {'B', 3, 2, 0, 0, 0});
-  }
+using BypassPorts = MachineTest;
+
+TEST_F(BypassPorts, SwitchPortsAndSegmentsThatExistAreTaken) {
   for (int port = 0; port <= 7; ++port) {
     const std::string text = std::to_string(port);
-    expect_parsed("(B.3." + text + ".255)", kSlot, {'B', 3, port, 255, 0, 1});
-    expect_parsed("(B.3.255." + text + ")", kSlot, {'B', 3, 255, port, 0, 1});
-  }
-}
-
-TEST_F(BypassDescriptor, MissingFieldsAreABusError) {
-  expect_error("BUS", "(B.3)", kSlot, {'B', 3, 0, 0, 0, 0});
-  expect_error("BUS", "(B.3.2)", kSlot, {'B', 3, 2, 0, 0, 0});
-  expect_error("BUS", "(B.3.2.", kSlot, {'B', 3, 2, 0, 0, 0});
-  expect_error("BUS", "(B.1.9.255)", kSlot, {'B', 1, 0, 0, 0, 0});
-}
-
-TEST_F(BypassDescriptor, AFieldWithoutDigitsIsZero) {
-  expect_parsed("(B.x.y.z)", kSlot, {'B', 0, 0, 0, 0, 1});
-  expect_parsed("(B. 3.2x.1)", kSlot, {'B', 3, 2, 1, 0, 1});
-}
-
-TEST_F(BypassDescriptor, RunsOfDotsCountAsOne) {
-  expect_parsed("(B..3...2.1)", kSlot, {'B', 3, 2, 1, 0, 1});
-}
-
-TEST_F(BypassDescriptor, TheSegmentOfAnOnboardPositionIsOneToFour) {
-  for (const char* const tail : {".5)", ".0)", ".-1)", ".)", ".x)", "", ")", ".", "..1)", ".260)"}) {
-    expect_error("MCU_SEGMENT", "(B.3.255.7" + std::string(tail), kOnboard, {'B', 3, 255, 7, 0, 0});
+    DeviceRecord& first = add_device("eth0", "(B.3." + text + ".255)", kSlot);
+    DeviceRecord& second = add_device("eth1", "(B.3.255." + text + ")", kSlot);
+    EXPECT_EQ(printed_while_parsing(first) + printed_while_parsing(second), "");
+    EXPECT_EQ(fields_of(first), (Fields{'B', 3, port, 255, 0, 1}));
+    EXPECT_EQ(fields_of(second), (Fields{'B', 3, 255, port, 0, 1}));
   }
   for (int segment = 1; segment <= 4; ++segment) {
-    expect_parsed("(B.3.255.7." + std::to_string(segment) + ")", kOnboard, {'B', 3, 255, 7, segment, 1});
-  }
-  expect_error("MCU_SEGMENT", "(B.3.255.255.5)", kOnboard, {'B', 3, 255, 255, 0, 0});
-}
-
-TEST_F(BypassDescriptor, APortWithoutASlotTypeIsReadLikeASystemSlot) {
-  expect_parsed("(B.3.2.255.9)", 0, {'B', 3, 2, 255, 0, 1});
-}
-
-TEST_F(BypassDescriptor, AWholeNameFieldIsParsed) {
-  const std::string padding(238, 'x');
-  expect_parsed(padding + "(B.200.255.255)", kSlot, {'B', 200, 255, 255, 0, 1});
-}
-
-TEST_F(BypassDescriptor, ErrorsAreSilentWhenErrorMessagesAreOff) {
-  for (const char* const name : {"(X.1.2.3)", "(B.1.9.255)", "(B.3.255.255.5)"}) {
-    reset_library();
-    g_error_message_open = 0;
-    DeviceRecord& record = add_device("eth0", name, kOnboard);
-    EXPECT_EQ(printed_by([&] { EXPECT_EQ(parse_bypass_descriptor(record), 0); }), "");
-    EXPECT_EQ(record.bypass_ctrl_flag, 0);
+    DeviceRecord& record = add_device("eth0", "(B.3.255.7." + std::to_string(segment) + ")", kOnboard);
+    EXPECT_EQ(printed_while_parsing(record), "");
+    EXPECT_EQ(fields_of(record), (Fields{'B', 3, 255, 7, segment, 1}));
   }
 }
 
-TEST_F(BypassDescriptor, AnErrorKeepsAControlFlagThatWasSet) {
+TEST_F(BypassPorts, AnErrorKeepsAControlFlagThatWasSet) {
   DeviceRecord& record = add_device("eth0", "(X.1.2.3)", kSlot);
   record.bypass_ctrl_flag = 1;
-  static_cast<void>(printed_by([&] { static_cast<void>(parse_bypass_descriptor(record)); }));
+  printed_while_parsing(record);
   EXPECT_EQ(record.bypass_ctrl_flag, 1);
 }
 
-TEST_F(BypassDescriptor, TheSummaryIsTracedOnOneLine) {
-  struct Case {
-    const char* slot_name;
-    int smbios_type;
-    const char* summary;
+TEST_F(BypassPorts, OnlyADescriptorWithoutErrorIsSummedUpInATrace) {
+  const auto traced = [](const char* name, int type) {
+    DeviceRecord& record = add_device("eth0", name, type);
+    return traced_by([&] { EXPECT_EQ(parse_bypass_descriptor(record), 0); });
   };
-  for (const Case& c :
-       {Case{"(B.3.2.255.1)", kOnboard,
-             "Advanced LAN Bypass setting: TYPE: B, BUS: 3.2.255, MCU_SEGMENT: 1, smbios type: 41\n"},
-        Case{"(B.10.255.0)", kSlot,
-             "Advanced LAN Bypass setting: TYPE: B, BUS: 10.255.0, MCU_SEGMENT: 0, smbios type: 9\n"}}) {
-    DeviceRecord& record = add_device("eth0", c.slot_name, c.smbios_type);
-    EXPECT_EQ(traced_by([&] { static_cast<void>(parse_bypass_descriptor(record)); }), c.summary);
-  }
+  EXPECT_EQ(traced("(B.3.2.255.1)", kOnboard),
+            "Advanced LAN Bypass setting: TYPE: B, BUS: 3.2.255, MCU_SEGMENT: 1, smbios type: 41\n");
+  EXPECT_EQ(traced("(B.10.255.0)", kSlot),
+            "Advanced LAN Bypass setting: TYPE: B, BUS: 10.255.0, MCU_SEGMENT: 0, smbios type: 9\n");
+  EXPECT_EQ(traced("(B.1.9.255)", kSlot), "SMBIOS data wrong format. (BUS) String: (B.1.9.255)\n");
 }
 
-TEST_F(BypassDescriptor, AWrongDescriptorHasNoSummary) {
-  DeviceRecord& record = add_device("eth0", "(B.1.9.255)", kSlot);
-  EXPECT_EQ(traced_by([&] { static_cast<void>(parse_bypass_descriptor(record)); }),
-            "SMBIOS data wrong format. (BUS) String: (B.1.9.255)\n");
-}
-
-TEST_F(BypassDescriptor, TheBaseboardPathNeverLooksAtTheHostsAdapters) {
+TEST_F(BypassPorts, TheBaseboardPathNeverLooksAtTheHostsAdapters) {
   machine_.add_i2c_adapter(5, "SMBus I801 adapter at efa0").add_i2c_adapter(6, "i2c-3-mux (chan_id 2)");
-  expect_parsed("(B.3.2.255)", kSlot, {'B', 3, 2, 255, 0, 1});
+  DeviceRecord& record = add_device("eth0", "(B.3.2.255)", kSlot);
+  EXPECT_EQ(printed_while_parsing(record), "");
+  EXPECT_EQ(fields_of(record), (Fields{'B', 3, 2, 255, 0, 1}));
   EXPECT_EQ(g_x86_i2c_root_port_number, -1);
 }
 

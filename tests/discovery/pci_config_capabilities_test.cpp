@@ -1,7 +1,6 @@
 // The walk along the capability list, and the subsystem ids that a bridge keeps there.
 #include <gtest/gtest.h>
 
-#include <algorithm>
 #include <cstdint>
 #include <filesystem>
 #include <iterator>
@@ -9,8 +8,7 @@
 #include <vector>
 
 #include "discovery/pci_config.h"
-#include "tests/support/fake_machine.h"
-#include "tests/support/library.h"
+#include "tests/support/rows.h"
 
 namespace qorx::test {
 namespace {
@@ -19,135 +17,110 @@ constexpr const char* kConfig = "/sys/bus/pci/devices/0000:01:00.0/config";
 constexpr std::uint8_t kWanted = 0x0D;
 
 struct Entry {
-  std::uint8_t offset;
-  std::uint8_t id;
-  std::uint8_t next;
+  int offset;
+  int id;
+  int next;
 };
 
 // A bridge whose capability list begins at `pointer`.
-std::string chain(std::uint8_t pointer, const std::vector<Entry>& entries, std::size_t size = 256) {
+std::string chain(int pointer, const std::vector<Entry>& entries, std::size_t size = 256) {
   std::string config = bridge_config({});
-  config.resize(size);
-  config[kPciStatus] = 0x10;
+  config.resize(256);
   config[kPciCapabilitiesPointer] = static_cast<char>(pointer);
   for (const Entry& entry : entries) {
-    config[entry.offset] = static_cast<char>(entry.id);
-    config[entry.offset + 1U] = static_cast<char>(entry.next);
+    config[static_cast<std::size_t>(entry.offset)] = static_cast<char>(entry.id);
+    config[static_cast<std::size_t>(entry.offset) + 1] = static_cast<char>(entry.next);
   }
+  config[kPciStatus] = 0x10;  // a list may lead through the header
+  config.resize(size);
   return config;
 }
 
-std::ptrdiff_t open_files() {
-  return std::distance(std::filesystem::directory_iterator("/proc/self/fd"), std::filesystem::directory_iterator());
+std::string without_list(std::string config) {
+  config[kPciStatus] = static_cast<char>(0xEF);
+  return config;
 }
 
-class Capabilities : public testing::Test {
- protected:
-  void SetUp() override { reset_library(); }
+std::vector<Entry> full_list() {
+  std::vector<Entry> entries;
+  for (int offset = 0x40; offset < 0xFC; offset += 4) {
+    entries.push_back({offset, 0x09, offset + 4});
+  }
+  entries.push_back({0xFC, kWanted, 0});
+  return entries;
+}
 
+const std::string kNotFound = "Can't find capability id d in PCIE config space \n";
+
+std::string loop_trace(int pointer, const std::vector<std::string>& steps) {
+  char first[20];
+  std::snprintf(first, sizeof first, "offset %2x\n", static_cast<unsigned>(pointer));
+  std::string trace = first;
+  for (std::size_t i = 0; i < 64; ++i) {
+    trace += "capa id " + steps[i % steps.size()] + "\n";
+  }
+  return trace + kNotFound;
+}
+
+struct Walk {
+  std::string_view rule;
+  std::string config;
+  int offset;               // 0: not found
+  std::string trace = "*";  // any
+};
+
+class Capabilities : public RowTest<Walk, MachineTest> {
+ protected:
   void write_config(const std::string& config) { machine_.write(kConfig + 1, config); }
 
   std::int32_t walk() { return get_pcie_capability_offset(kConfig, kWanted, &offset_); }
 
-  void expect_not_found(const std::string& trace) {
-    offset_ = 0x77;
-    std::int32_t code = 0;
-    EXPECT_EQ(traced_by([&] { code = walk(); }), trace);
-    EXPECT_EQ(code, -1);
-    EXPECT_EQ(offset_, 0);
-  }
-
-  FakeMachine machine_;
   std::uint8_t offset_ = 0x77;
   PciIds ids_;
 };
 
-TEST_F(Capabilities, TheWalkFollowsTheListToTheWantedCapability) {
-  write_config(chain(0x40, {{0x40, 0x01, 0x80}, {0x80, 0x10, 0x50}, {0x50, kWanted, 0x60}, {0x60, 0x05, 0}}));
-  std::int32_t code = -1;
-  const std::string trace = traced_by([&] { code = walk(); });
-  EXPECT_EQ(code, 0);
-  EXPECT_EQ(offset_, 0x50);
-  EXPECT_EQ(trace, "offset 40\ncapa id  1 at offset 40\ncapa id 10 at offset 80\ncapa id  d at offset 50\n");
-}
-
-TEST_F(Capabilities, TheFirstOfTwoEqualCapabilitiesIsTaken) {
-  write_config(chain(0x60, {{0x60, kWanted, 0x40}, {0x40, kWanted, 0}}));
-  EXPECT_EQ(walk(), 0);
-  EXPECT_EQ(offset_, 0x60);
-}
-
-TEST_F(Capabilities, TheTwoLowBitsOfPointersAreIgnored) {
-  write_config(chain(0x43, {{0x40, 0x01, 0x52}, {0x50, kWanted, 0}}));
-  EXPECT_EQ(walk(), 0);
-  EXPECT_EQ(offset_, 0x50);
-}
-
-TEST_F(Capabilities, WithoutTheStatusBitThereIsNoList) {
-  std::string config = chain(0x40, {{0x40, kWanted, 0}});
-  config[kPciStatus] = static_cast<char>(0xEF);
-  write_config(config);
-  expect_not_found("Not support capabilities list, Can't find capability id d in PCIE config space \n");
-}
-
-TEST_F(Capabilities, APointerOfZeroIsAnEmptyList) {
-  for (const int pointer : {0x00, 0x03}) {
-    SCOPED_TRACE(pointer);
-    write_config(chain(static_cast<std::uint8_t>(pointer), {}));
-    expect_not_found("No capabilities list, Can't find capability id d in PCIE config space \n");
-  }
-}
-
-TEST_F(Capabilities, ANextPointerOfZeroEndsTheList) {
-  for (const int next : {0x00, 0x02}) {
-    SCOPED_TRACE(next);
-    write_config(chain(0x40, {{0x40, 0x05, static_cast<std::uint8_t>(next)}}));
-    expect_not_found("offset 40\ncapa id  5 at offset 40\nCan't find capability id d in PCIE config space \n");
-  }
-}
-
-TEST_F(Capabilities, APointerPastTheEndOfTheFileFindsNothing) {
-  write_config(chain(0x80, {}, 64));
-  expect_not_found("offset 80\ncapa id  0 at offset 80\nCan't find capability id d in PCIE config space \n");
-}
-
-TEST_F(Capabilities, ACapabilityCutInHalfByTheEndOfTheFileHasNoSuccessor) {
-  std::string config = chain(0x40, {{0x40, 0x05, 0x50}, {0x50, kWanted, 0}});
-  config.resize(0x41);
-  write_config(config);
-  expect_not_found("offset 40\ncapa id  5 at offset 40\nCan't find capability id d in PCIE config space \n");
-}
-
-TEST_F(Capabilities, AListThatLoopsIsAbandonedAfter64Steps) {
-  struct Case {
-    const char* name;
-    std::vector<Entry> entries;
+TEST_P(Capabilities, AreFound) {
+  write_config(row().config);
+  const auto files = [] {
+    return std::distance(std::filesystem::directory_iterator("/proc/self/fd"), std::filesystem::directory_iterator());
   };
-  for (const Case& c : {Case{"itself", {{0x40, 0x05, 0x40}}}, Case{"two", {{0x40, 0x05, 0x50}, {0x50, 0x10, 0x40}}},
-                        Case{"back to the header", {{0x40, 0x05, 0x04}, {0x04, 0x00, 0x40}}}}) {
-    SCOPED_TRACE(c.name);
-    std::string config = chain(0x40, c.entries);
-    config[kPciStatus] = 0x10;
-    write_config(config);
-    std::int32_t code = 0;
-    const std::string trace = traced_by([&] { code = walk(); });
-    EXPECT_EQ(code, -1);
-    EXPECT_EQ(offset_, 0);
-    EXPECT_EQ(std::count(trace.begin(), trace.end(), '\n'), 1 + 64 + 1) << trace;
-    EXPECT_TRUE(trace.ends_with("\nCan't find capability id d in PCIE config space \n"));
-  }
+  const auto open_before = files();
+  std::int32_t code = 1;
+  const std::string trace = traced_by([&] { code = walk(); });
+  EXPECT_EQ(code, row().offset == 0 ? -1 : 0);
+  EXPECT_EQ(offset_, row().offset);
+  EXPECT_EQ(trace, row().trace == "*" ? trace : row().trace);
+  EXPECT_EQ(get_pcie_subsystem_vendor_id_device_id(kConfig, ids_), code);
+  EXPECT_EQ(files(), open_before);
 }
 
-TEST_F(Capabilities, TheLastOfAFullListIsFound) {
-  std::vector<Entry> entries;
-  for (int offset = 0x40; offset < 0xFC; offset += 4) {
-    entries.push_back({static_cast<std::uint8_t>(offset), 0x09, static_cast<std::uint8_t>(offset + 4)});
-  }
-  entries.push_back({0xFC, kWanted, 0});
-  write_config(chain(0x40, entries));
-  EXPECT_EQ(walk(), 0);
-  EXPECT_EQ(offset_, 0xFC);
-}
+QORX_ROWS(Capabilities,
+          Walk{"the walk follows the list to the wanted capability",
+               chain(0x40, {{0x40, 0x01, 0x80}, {0x80, 0x10, 0x50}, {0x50, kWanted, 0x60}, {0x60, 0x05, 0}}), 0x50,
+               "offset 40\ncapa id  1 at offset 40\ncapa id 10 at offset 80\ncapa id  d at offset 50\n"},
+          Walk{"the first of two equal capabilities is taken", chain(0x60, {{0x60, kWanted, 0x40}, {0x40, kWanted, 0}}),
+               0x60},
+          Walk{"the two low bits of pointers are ignored", chain(0x43, {{0x40, 0x01, 0x52}, {0x50, kWanted, 0}}), 0x50},
+          Walk{"the last of a full list is found", chain(0x40, full_list()), 0xFC},
+          Walk{"without the status bit there is no list", without_list(chain(0x40, {{0x40, kWanted, 0}})), 0,
+               "Not support capabilities list, " + kNotFound},
+          Walk{"a pointer of zero is an empty list", chain(0, {}), 0, "No capabilities list, " + kNotFound},
+          Walk{"a pointer of low bits is an empty list", chain(3, {}), 0, "No capabilities list, " + kNotFound},
+          Walk{"a next pointer of zero ends the list", chain(0x40, {{0x40, 0x05, 0}}), 0,
+               "offset 40\ncapa id  5 at offset 40\n" + kNotFound},
+          Walk{"a next pointer of low bits ends the list", chain(0x40, {{0x40, 0x05, 2}}), 0,
+               "offset 40\ncapa id  5 at offset 40\n" + kNotFound},
+          Walk{"a pointer past the end of the file finds nothing", chain(0x80, {}, 64), 0,
+               "offset 80\ncapa id  0 at offset 80\n" + kNotFound},
+          Walk{"a capability cut in half by the end of the file has no successor",
+               chain(0x40, {{0x40, 0x05, 0x50}, {0x50, kWanted, 0}}, 0x41), 0,
+               "offset 40\ncapa id  5 at offset 40\n" + kNotFound},
+          // A list that loops is abandoned after 64 steps.
+          Walk{"a loop of one", chain(0x40, {{0x40, 0x05, 0x40}}), 0, loop_trace(0x40, {" 5 at offset 40"})},
+          Walk{"a loop of two", chain(0x40, {{0x40, 0x05, 0x50}, {0x50, 0x10, 0x40}}), 0,
+               loop_trace(0x40, {" 5 at offset 40", "10 at offset 50"})},
+          Walk{"a loop through the header", chain(0x40, {{0x40, 0x05, 0x04}, {0x04, 0x00, 0x40}}), 0,
+               loop_trace(0x40, {" 5 at offset 40", " 0 at offset  4"})});
 
 TEST_F(Capabilities, AnyCapabilityCanBeAskedFor) {
   write_config(chain(0x40, {{0x40, 0x01, 0x50}, {0x50, 0x10, 0}}));
@@ -156,45 +129,28 @@ TEST_F(Capabilities, AnyCapabilityCanBeAskedFor) {
 }
 
 TEST_F(Capabilities, AMissingConfigFileIsReported) {
-  std::int32_t code = 0;
-  const std::string trace = traced_by([&] { code = walk(); });
-  EXPECT_EQ(code, QORX_ERR_OPEN_FILE);
+  EXPECT_EQ(traced_by([&] { EXPECT_EQ(walk(), QORX_ERR_OPEN_FILE); }),
+            "can't open name /sys/bus/pci/devices/0000:01:00.0/config\n");
   EXPECT_EQ(offset_, 0);
-  EXPECT_EQ(trace, "can't open name /sys/bus/pci/devices/0000:01:00.0/config\n");
 }
 
 TEST_F(Capabilities, ABridgeHasItsSubsystemIdsBehindTheCapabilityHeader) {
   for (const int offset : {0x40, 0x70, 0x94, 0xF8}) {
-    SCOPED_TRACE(offset);
     write_config(bridge_config({0x10B5, 0x8724, 0x13FE, 0x204A}, static_cast<std::uint8_t>(offset)));
     EXPECT_EQ(get_pcie_subsystem_vendor_id_device_id(kConfig, ids_), 0);
-    EXPECT_EQ(ids_.vendor, 0x13FEU);
-    EXPECT_EQ(ids_.device, 0x204AU);
+    EXPECT_EQ(ids_.vendor << 16 | ids_.device, 0x13FE204AU) << offset;
   }
 }
 
 TEST_F(Capabilities, IdsBehindACapabilityAtTheVeryEndLieInExtendedSpace) {
   std::string config = chain(0xFC, {{0xFC, kWanted, 0}});
-  write_config(config);
-  EXPECT_EQ(get_pcie_subsystem_vendor_id_device_id(kConfig, ids_), 0);
-  EXPECT_EQ(ids_.vendor, 0U);
-  EXPECT_EQ(ids_.device, 0U);
-  config.resize(4096);
-  config.replace(0x100, 4, bytes("fe 13 4a 20"));
-  write_config(config);
-  EXPECT_EQ(get_pcie_subsystem_vendor_id_device_id(kConfig, ids_), 0);
-  EXPECT_EQ(ids_.vendor, 0x13FEU);
-  EXPECT_EQ(ids_.device, 0x204AU);
-}
-
-TEST_F(Capabilities, NoWalkLeavesAFileOpen) {
-  const std::ptrdiff_t before = open_files();
-  write_config(chain(0x40, {{0x40, 0x05, 0x40}}));
-  EXPECT_EQ(walk(), -1);
-  EXPECT_EQ(get_pcie_subsystem_vendor_id_device_id(kConfig, ids_), -1);
-  write_config(chain(0, {}));
-  EXPECT_EQ(walk(), -1);
-  EXPECT_EQ(open_files(), before);
+  for (const std::uint32_t ids : {0U, 0x13FE204AU}) {
+    write_config(config);
+    EXPECT_EQ(get_pcie_subsystem_vendor_id_device_id(kConfig, ids_), 0);
+    EXPECT_EQ(ids_.vendor << 16 | ids_.device, ids);
+    config.resize(4096);
+    config.replace(0x100, 4, bytes("fe 13 4a 20"));
+  }
 }
 
 }  // namespace

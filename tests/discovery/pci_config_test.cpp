@@ -1,227 +1,186 @@
 #include "discovery/pci_config.h"
 
 #include <gtest/gtest.h>
-#include <unistd.h>
 
 #include <string>
+#include <vector>
 
 #include "base/messages.h"
-#include "tests/support/fake_machine.h"
-#include "tests/support/library.h"
+#include "tests/support/expect.h"
+#include "tests/support/rows.h"
+#include "tests/support/unprivileged.h"
 
 namespace qorx::test {
 namespace {
 
 constexpr const char* kConfig = "/sys/bus/pci/devices/0000:03:00.0/config";
+constexpr const char* kCantOpen = "can't open name /sys/bus/pci/devices/0000:03:00.0/config\n";
 constexpr PciAddress kAddress{0x03, 0x00, 0x00};
 constexpr Ids kIds{0x8086, 0x1521, 0x13FE, 0x0038};
 
-class PciConfig : public testing::Test {
+class PciConfig : public MachineTest {
  protected:
-  void SetUp() override { reset_library(); }
-
   // Makes function 03:00.0 with this configuration space.
   void write_config(const std::string& config) { machine_.write(kConfig + 1, config); }
 
-  // A header of the given type, capability 0x0D at 0x50 where wanted.
-  static std::string header(int type, bool with_capability) {
-    std::string config = bridge_config(kIds, with_capability ? 0x50 : 0);
-    config[kPciHeaderType] = static_cast<char>(type);
-    config.replace(kPciSubsystemVendorId, 4, bytes("11 22 33 44"));
-    return config;
+  FakeMachine& replace_by_directory() { return machine_.remove(kConfig + 1).make_directory(kConfig + 1); }
+
+  void expect_ids(std::uint32_t vendor, std::uint32_t device) const {
+    EXPECT_EQ(ids_.vendor, vendor);
+    EXPECT_EQ(ids_.device, device);
   }
 
-  FakeMachine machine_;
+  void expect_device_ids(std::uint32_t vendor, std::uint32_t device) {
+    EXPECT_TRUE(read_vendor_device_ids(ConfigSpace(kConfig), ids_));
+    expect_ids(vendor, device);
+  }
+
+  // Reads the subsystem ids with traces on.
+  void expect_subsystem_ids(std::uint32_t vendor, std::uint32_t device, std::int32_t code = 0,
+                            const std::string& trace = "") {
+    ids_ = {1, 2};
+    EXPECT_EQ(traced_by([&] { EXPECT_EQ(get_pcie_subsystem_vendor_id_device_id(kConfig, ids_), code); }), trace);
+    expect_ids(vendor, device);
+  }
+
   PciIds ids_{1, 2};
 };
-
-void expect_ids(const PciIds& ids, std::uint32_t vendor, std::uint32_t device) {
-  EXPECT_EQ(ids.vendor, vendor);
-  EXPECT_EQ(ids.device, device);
-}
-
-TEST_F(PciConfig, AnEndpointHasItsSubsystemIdsAt2C) {
-  write_config(endpoint_config(kIds));
-  EXPECT_EQ(get_pcie_subsystem_vendor_id_device_id(kConfig, ids_), 0);
-  expect_ids(ids_, 0x13FE, 0x0038);
-}
 
 TEST_F(PciConfig, IdsAreLittleEndian) {
   std::string config(64, '\0');
   config.replace(0, 4, bytes("34 12 78 56"));
   config.replace(0x2C, 4, bytes("fe ff 01 80"));
   write_config(config);
-  EXPECT_TRUE(read_vendor_device_ids(ConfigSpace(kConfig), ids_));
-  expect_ids(ids_, 0x1234, 0x5678);
+  expect_device_ids(0x1234, 0x5678);
+  expect_subsystem_ids(0xFFFE, 0x8001);
+}
+
+// The ids at 0x2c are 2211 4433, those in the capability 13fe 0038.
+struct Header {
+  std::string_view rule;
+  int type;
+  bool is_endpoint;
+  const char* printed_type = "";
+};
+
+class HeaderType : public RowTest<Header, PciConfig> {
+ protected:
+  static std::string header(bool with_capability) {
+    std::string config = bridge_config(kIds, with_capability ? 0x50 : 0);
+    config[kPciHeaderType] = static_cast<char>(row().type);
+    config.replace(kPciSubsystemVendorId, 4, bytes("11 22 33 44"));
+    return config;
+  }
+};
+
+TEST_P(HeaderType, DecidesWhereTheSubsystemIdsAre) {
+  write_config(header(true));
   EXPECT_EQ(get_pcie_subsystem_vendor_id_device_id(kConfig, ids_), 0);
-  expect_ids(ids_, 0xFFFE, 0x8001);
-}
-
-TEST_F(PciConfig, OnlyHeaderTypeZeroHasItsIdsAt2C) {
-  struct Case {
-    int header_type;
-    bool is_endpoint;  // else the ids are in the capability
-  };
-  for (const Case& c : {Case{0x00, true}, Case{0x80, true}, Case{0x01, false}, Case{0x81, false}, Case{0x02, false},
-                        Case{0x82, false}, Case{0x7F, false}, Case{0xFF, false}}) {
-    SCOPED_TRACE(c.header_type);
-    write_config(header(c.header_type, true));
-    EXPECT_EQ(get_pcie_subsystem_vendor_id_device_id(kConfig, ids_), 0);
-    expect_ids(ids_, c.is_endpoint ? 0x2211 : 0x13FE, c.is_endpoint ? 0x4433 : 0x0038);
+  expect_ids(row().is_endpoint ? 0x2211 : 0x13FE, row().is_endpoint ? 0x4433 : 0x0038);
+  write_config(header(false));
+  if (row().is_endpoint) {
+    expect_subsystem_ids(0x2211, 0x4433);
+  } else {
+    expect_subsystem_ids(0x10000, 0x10000, -1,
+                         "Not support capabilities list, Can't find capability id d in PCIE config space \n"
+                         "Can't find subsystem id in PCIE type " +
+                             std::string(row().printed_type) + " config space \n");
   }
 }
 
-TEST_F(PciConfig, ABridgeWithoutTheCapabilityHasNoSubsystemIds) {
-  struct Case {
-    int header_type;
-    const char* printed;
-  };
-  for (const Case& c : {Case{0x01, "1"}, Case{0x81, "1"}, Case{0x02, "2"}, Case{0x82, "2"}, Case{0xFF, "127"}}) {
-    SCOPED_TRACE(c.header_type);
-    write_config(header(c.header_type, false));
-    std::int32_t code = 0;
-    ids_ = {1, 2};
-    const std::string trace = traced_by([&] { code = get_pcie_subsystem_vendor_id_device_id(kConfig, ids_); });
-    EXPECT_EQ(code, -1);
-    expect_ids(ids_, 0x10000, 0x10000);
-    EXPECT_EQ(trace,
-              "Not support capabilities list, Can't find capability id d in PCIE config space \n"
-              "Can't find subsystem id in PCIE type " +
-                  std::string(c.printed) + " config space \n");
-  }
-}
+QORX_ROWS(HeaderType, Header{"an endpoint has them at 2c", 0x00, true},
+          Header{"so does one of several functions", 0x80, true},
+          Header{"a bridge has them in the capability", 0x01, false, "1"},
+          Header{"a bridge of several functions too", 0x81, false, "1"},
+          Header{"a CardBus bridge too", 0x02, false, "2"},
+          Header{"a CardBus bridge of several functions too", 0x82, false, "2"},
+          Header{"any other type too", 0x7F, false, "127"},
+          Header{"any other type of several functions too", 0xFF, false, "127"});
 
+// The header type of a file of up to 14 bytes counts as 0: an endpoint.
 TEST_F(PciConfig, BytesBehindATruncatedFileCountAsZero) {
   struct Case {
     std::size_t size;
     PciIds device;
     PciIds subsystem;
   };
-  // The header type of a file of up to 14 bytes counts as 0: an endpoint.
   for (const Case& c : {Case{0, {0, 0}, {0, 0}}, Case{1, {0x86, 0}, {0, 0}}, Case{3, {0x8086, 0x21}, {0, 0}},
                         Case{4, {0x8086, 0x1521}, {0, 0}}, Case{10, {0x8086, 0x1521}, {0, 0}},
                         Case{45, {0x8086, 0x1521}, {0xFE, 0}}, Case{46, {0x8086, 0x1521}, {0x13FE, 0}},
                         Case{47, {0x8086, 0x1521}, {0x13FE, 0x38}}, Case{64, {0x8086, 0x1521}, {0x13FE, 0x0038}}}) {
     SCOPED_TRACE(c.size);
     write_config(endpoint_config(kIds).substr(0, c.size));
-    EXPECT_TRUE(read_vendor_device_ids(ConfigSpace(kConfig), ids_));
-    expect_ids(ids_, c.device.vendor, c.device.device);
-    EXPECT_EQ(get_pcie_subsystem_vendor_id_device_id(kConfig, ids_), 0);
-    expect_ids(ids_, c.subsystem.vendor, c.subsystem.device);
+    expect_device_ids(c.device.vendor, c.device.device);
+    expect_subsystem_ids(c.subsystem.vendor, c.subsystem.device);
   }
 }
 
 TEST_F(PciConfig, ABridgeWhoseFileEndsBehindItsHeaderTypeHasNoCapabilityList) {
-  std::string config = bridge_config(kIds, 0x50);
-  config.resize(0x34);
-  write_config(config);
-  const std::string trace = traced_by([&] { EXPECT_EQ(get_pcie_subsystem_vendor_id_device_id(kConfig, ids_), -1); });
-  EXPECT_TRUE(trace.starts_with("No capabilities list, Can't find capability id d in PCIE config space \n")) << trace;
+  write_config(bridge_config(kIds, 0x50).substr(0, 0x34));
+  expect_subsystem_ids(0x10000, 0x10000, -1,
+                       "No capabilities list, Can't find capability id d in PCIE config space \n"
+                       "Can't find subsystem id in PCIE type 1 config space \n");
 }
 
-TEST_F(PciConfig, AMissingConfigFileLeavesTheIdsUnknown) {
-  std::int32_t code = 0;
-  const std::string trace = traced_by([&] { code = get_pcie_subsystem_vendor_id_device_id(kConfig, ids_); });
-  EXPECT_EQ(code, QORX_ERR_OPEN_FILE);
-  expect_ids(ids_, 0x10000, 0x10000);
-  EXPECT_EQ(trace, "can't open name /sys/bus/pci/devices/0000:03:00.0/config\n");
-}
-
-TEST_F(PciConfig, ADirectoryInPlaceOfTheConfigFileCannotBeOpened) {
-  machine_.make_directory(kConfig + 1);
-  std::int32_t code = 0;
-  const std::string trace = traced_by([&] { code = get_pcie_subsystem_vendor_id_device_id(kConfig, ids_); });
-  EXPECT_EQ(code, QORX_ERR_OPEN_FILE);
-  expect_ids(ids_, 0x10000, 0x10000);
-  EXPECT_EQ(trace, "can't open name /sys/bus/pci/devices/0000:03:00.0/config\n");
+TEST_F(PciConfig, WithoutAReadableFileTheIdsAreUnknown) {
+  expect_subsystem_ids(0x10000, 0x10000, QORX_ERR_OPEN_FILE, kCantOpen);
+  write_config(endpoint_config(kIds));
+  std::filesystem::permissions(machine_.root() / (kConfig + 1), std::filesystem::perms::none);
+  EXPECT_TRUE(holds_without_root(machine_, [this] {
+    expect_subsystem_ids(0x10000, 0x10000, QORX_ERR_OPEN_FILE, kCantOpen);
+    return !HasFailure();
+  }));
+  replace_by_directory();
+  expect_subsystem_ids(0x10000, 0x10000, QORX_ERR_OPEN_FILE, kCantOpen);
   EXPECT_FALSE(read_vendor_device_ids(ConfigSpace(kConfig), ids_));
 }
 
-TEST_F(PciConfig, AConfigFileThatMayNotBeReadCannotBeOpened) {
-  if (geteuid() == 0) {
-    GTEST_SKIP() << "root may read every file";
-  }
-  write_config(endpoint_config(kIds));
-  std::filesystem::permissions(machine_.root() / (kConfig + 1), std::filesystem::perms::none);
-  EXPECT_EQ(get_pcie_subsystem_vendor_id_device_id(kConfig, ids_), QORX_ERR_OPEN_FILE);
-  expect_ids(ids_, 0x10000, 0x10000);
-}
-
 TEST_F(PciConfig, AnAddressNamesItsFileInLowerCaseHexadecimal) {
-  struct Case {
-    PciAddress address;
-    const char* name;
-  };
-  for (const Case& c : {Case{{0x00, 0x1C, 0x04}, "0000:00:1c.4"}, Case{{0xAB, 0x0F, 0x07}, "0000:ab:0f.7"},
-                        Case{{0xFF, 0xFF, 0xFF}, "0000:ff:ff.ff"}}) {
-    SCOPED_TRACE(c.name);
-    machine_.write("sys/bus/pci/devices/" + std::string(c.name) + "/config", endpoint_config(kIds));
-    EXPECT_EQ(read_PCI_subsystem_vendor_id_device_id(c.address, ids_), 0);
-    expect_ids(ids_, 0x13FE, 0x0038);
+  const std::vector<std::pair<PciAddress, std::string>> names{{{0x00, 0x1C, 0x04}, "0000:00:1c.4"},
+                                                              {{0xAB, 0x0F, 0x07}, "0000:ab:0f.7"},
+                                                              {{0xFF, 0xFF, 0xFF}, "0000:ff:ff.ff"}};
+  for (const auto& [address, name] : names) {
+    const auto read = [this, address = address] { return read_PCI_subsystem_vendor_id_device_id(address, ids_); };
+    EXPECT_EQ(traced_by([&] { EXPECT_EQ(read(), QORX_ERR_OPEN_FILE); }),
+              "can't open name /sys/bus/pci/devices/" + name + "/config\n");
+    expect_ids(0x10000, 0x10000);
+    machine_.write("sys/bus/pci/devices/" + name + "/config", endpoint_config(kIds));
+    EXPECT_EQ(read(), 0);
+    expect_ids(0x13FE, 0x0038);
   }
 }
 
-TEST_F(PciConfig, AMissingFunctionIsReportedUnderItsAddress) {
-  std::int32_t code = 0;
-  const std::string trace = traced_by([&] { code = read_PCI_subsystem_vendor_id_device_id({0x0A, 0x1F, 0x07}, ids_); });
-  EXPECT_EQ(code, QORX_ERR_OPEN_FILE);
-  expect_ids(ids_, 0x10000, 0x10000);
-  EXPECT_EQ(trace, "can't open name /sys/bus/pci/devices/0000:0a:1f.7/config\n");
-}
-
-TEST_F(PciConfig, ReadPciDataReadsFourBytesAtAnOffset) {
+// On a little-endian host.
+TEST_F(PciConfig, ReadPciDataReadsFourBytesAndKeepsOnesWhereThereAreNone) {
   std::string config(64, '\0');
   for (std::size_t i = 0; i < config.size(); ++i) {
     config[i] = static_cast<char>(i);
   }
   write_config(config);
-  struct Case {
-    std::uint32_t offset;
-    std::uint32_t value;  // on a little-endian host
-  };
-  for (const Case& c : {Case{0, 0x03020100}, Case{4, 0x07060504}, Case{0x2D, 0x302F2E2D}, Case{60, 0x3F3E3D3C}}) {
-    SCOPED_TRACE(c.offset);
+  for (const auto& [offset, wanted] : {std::pair{0U, 0x03020100U},
+                                       {4U, 0x07060504U},
+                                       {0x2DU, 0x302F2E2DU},
+                                       {60U, 0x3F3E3D3CU},
+                                       {62U, 0xFFFF3F3EU},
+                                       {63U, 0xFFFFFF3FU},
+                                       {64U, 0xFFFFFFFFU},
+                                       {4000U, 0xFFFFFFFFU}}) {
     std::uint32_t value = 0;
-    EXPECT_EQ(read_PCI_data(kAddress, c.offset, &value), 0);
-    EXPECT_EQ(value, c.value);
-  }
-}
-
-TEST_F(PciConfig, ReadPciDataKeepsOnesWhereNothingWasRead) {
-  write_config(std::string(64, '\x11'));
-  struct Case {
-    std::uint32_t offset;
-    std::uint32_t value;
-  };
-  for (const Case& c : {Case{62, 0xFFFF1111}, Case{63, 0xFFFFFF11}, Case{64, 0xFFFFFFFF}, Case{4000, 0xFFFFFFFF}}) {
-    SCOPED_TRACE(c.offset);
-    std::uint32_t value = 0;
-    EXPECT_EQ(read_PCI_data(kAddress, c.offset, &value), 0);
-    EXPECT_EQ(value, c.value);
+    EXPECT_EQ(read_PCI_data(kAddress, offset, &value), 0);
+    EXPECT_EQ(value, wanted) << offset;
   }
 }
 
 TEST_F(PciConfig, ReadPciDataReportsAFileThatCannotBeOpened) {
-  for (const bool is_directory : {false, true}) {
-    SCOPED_TRACE(is_directory);
-    if (is_directory) {
-      machine_.make_directory(kConfig + 1);
-    }
-    std::uint32_t value = 0;
-    std::int32_t code = 0;
-    const std::string printed = printed_by([&] { code = read_PCI_data(kAddress, 0, &value); });
-    EXPECT_EQ(code, -1);
-    EXPECT_EQ(value, 0xFFFFFFFF);
-    EXPECT_EQ(printed, "Can't open /sys/bus/pci/devices/0000:03:00.0/config.\n");
-  }
-}
-
-TEST_F(PciConfig, ReadPciDataIsSilentWhenErrorMessagesAreOff) {
-  g_error_message_open = 0;
   std::uint32_t value = 0;
-  std::int32_t code = 0;
-  EXPECT_EQ(printed_by([&] { code = read_PCI_data(kAddress, 0, &value); }), "");
-  EXPECT_EQ(code, -1);
+  const auto read = [&value] { return read_PCI_data(kAddress, 0, &value); };
+  const Outcome reported{"Can't open /sys/bus/pci/devices/0000:03:00.0/config.\n", 0xFF};
+  EXPECT_EQ(outcome_of(read), reported);
+  EXPECT_EQ(value, 0xFFFFFFFF);
+  replace_by_directory();
+  EXPECT_EQ(outcome_of(read), reported);
+  g_error_message_open = 0;
+  EXPECT_EQ(outcome_of(read), (Outcome{"", 0xFF}));
 }
 
 }  // namespace
