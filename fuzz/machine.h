@@ -2,7 +2,6 @@
 #ifndef QORX_FUZZ_MACHINE_H
 #define QORX_FUZZ_MACHINE_H
 
-#include <filesystem>
 #include <string>
 #include <string_view>
 #include <vector>
@@ -30,16 +29,16 @@ class Machine {
   void add_section(char letter, const std::string& content);
   void add_words(std::string_view content);
   void add_interface(std::string_view content);
-  void repeat_interface(int count) const;
+  void repeat_interface(int byte) const;
   void add_function(std::string_view content);
   void add_memory(std::string_view content);
-  void write_system(const std::filesystem::path& path, std::string_view content) const;
+  void write_system(const std::string& path, std::string_view content) const;
 
-  std::filesystem::path root_;
-  std::string name_;                 // of the interface that was added last,
-  std::string link_;                 // its link text,
-  std::filesystem::path interface_;  // its own directory, empty where the link leads out of the device tree,
-  std::filesystem::path device_;     // and that of its device
+  std::string root_;
+  std::string name_;       // of the interface that was added last,
+  std::string link_;       // its link text,
+  std::string interface_;  // its own directory, empty where the link leads out of the device tree,
+  std::string device_;     // and that of its device
   std::vector<std::string> words_{"qorx"};
 };
 

@@ -1,9 +1,12 @@
-// A whole run: lays out a small machine from the input (machine.h) and runs the command line on it from start to end,
-// then identifies the machine twice more, which must give the same tables.
+// A whole run: lays out a small machine from the input (machine.h) and runs the command line on it from start to end;
+// then in other ways, which must agree: with traces, into a file instead of on the screen, and opened once more.
+#include <fcntl.h>
+#include <sys/mman.h>
+#include <unistd.h>
+
 #include <algorithm>
-#include <fstream>
-#include <iterator>
 #include <string>
+#include <vector>
 
 #include "base/messages.h"
 #include "cli/command_line.h"
@@ -14,12 +17,55 @@ namespace qorx::fuzz {
 
 namespace {
 
-std::string read_file(const char* path) {
-  std::ifstream file(path, std::ios::binary);
-  return {std::istreambuf_iterator<char>(file), {}};
+using Words = std::vector<std::string>;
+
+constexpr std::string_view kLegendEnd = "It's NOT a PCIE network device.\n";
+constexpr const char* kOtherFile = "in a file";  // no word of an input can be this name: its options come first
+
+// A file of this name, whole; empty where there is none.
+std::string read_descriptor(int descriptor) {
+  std::string text;
+  char buffer[1 << 14];
+  for (ssize_t count = 0; (count = pread(descriptor, buffer, sizeof buffer, static_cast<off_t>(text.size()))) > 0;) {
+    text.append(buffer, static_cast<std::size_t>(count));
+  }
+  return text;
 }
 
-void run_command(const std::vector<std::string>& words) {
+std::string read_file(const char* path) {
+  const int descriptor = open(path, O_RDONLY | O_CLOEXEC);
+  const std::string text = descriptor >= 0 ? read_descriptor(descriptor) : std::string();
+  close(descriptor);
+  return text;
+}
+
+// Standard output, kept in memory for as long as the process lives.
+class Screen {
+ public:
+  Screen() : memory_(memfd_create("screen", MFD_CLOEXEC)) {
+    require(memory_ >= 0 && dup2(memory_, STDOUT_FILENO) >= 0, "standard output can be kept");
+  }
+  static void wipe() {
+    std::fflush(stdout);
+    require(ftruncate(STDOUT_FILENO, 0) == 0 && lseek(STDOUT_FILENO, 0, SEEK_SET) == 0, "it can be wiped");
+  }
+  [[nodiscard]] std::string text() const {
+    std::fflush(stdout);
+    return read_descriptor(memory_);
+  }
+
+ private:
+  int memory_;
+};
+
+struct Result {
+  int status;
+  std::string screen;
+};
+
+Result run_command(const Words& words) {
+  static const Screen screen;
+  Screen::wipe();
   std::vector<const char*> arguments;
   for (const std::string& word : words) {
     arguments.push_back(word.c_str());
@@ -28,12 +74,30 @@ void run_command(const std::vector<std::string>& words) {
   const int status = run_command_line(static_cast<int>(arguments.size()), arguments.data());
   require_code(status, {QORX_ERR_OPEN_FILE, QORX_ERR_CONF_FILE_FORMAT, QORX_ERR_PARAM_OUT_OF_BOUND,
                         QORX_ERR_COMMAND_NOT_SUPPORT, QORX_ERR_OPEN_DIR});
+  return {status, screen.text()};
+}
+
+void check_written(const Words& words, int status) {
   if (status == 0 && words[1] == "-o") {
-    require(read_file(words[2].c_str()).ends_with("It's NOT a PCIE network device.\n"), "the result file is complete");
+    require(read_file(words[2].c_str()).ends_with(kLegendEnd), "the result file is complete");
   }
   if (status == 0 && words[1] == "-tovix.cfg") {
     require(read_file("tovix.cfg").ends_with("TYPE:PCIE\n\n"), "tovix.cfg is complete");
   }
+}
+
+// The table on the screen is the result file. Only the mark of a refused feature is printed in another way there.
+void check_file_agrees(const Words& words, const Result& result) {
+  if (words[1] != "-a" || std::find(words.begin(), words.end(), "2") != words.end()) {
+    return;
+  }
+  Words into_file{"qorx", "-o", kOtherFile};
+  into_file.insert(into_file.end(), words.begin() + 2, words.end());
+  const Result other = run_command(into_file);
+  require(other.status == result.status, "a table and a result file end alike");
+  const std::string file = read_file(kOtherFile);
+  const auto marks = [](const std::string& text) { return text.find("(!) ") != text.rfind("(!) "); };
+  require(result.status != 0 || marks(file) || result.screen.ends_with(file), "they are the same text");
 }
 
 // What one port has may not come from another that was read before it.
@@ -45,8 +109,9 @@ void check_port(const DeviceRecord& record) {
 }
 
 // Opens the library with the options of the run before.
-std::size_t open_again() {
-  static_cast<void>(qorx_set_message_level(0));
+std::size_t open_again(int message_level) {
+  Screen::wipe();
+  static_cast<void>(qorx_set_message_level(message_level));
   g_x86_i2c_root_port_number = -1;
   const std::int32_t code = qorx_open();
   require_code(code, {QORX_ERR_OPEN_FILE, QORX_ERR_CONF_FILE_FORMAT, QORX_ERR_OPEN_DIR});
@@ -61,7 +126,11 @@ std::size_t open_again() {
 extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size) {
   using namespace qorx::fuzz;
   const Machine machine(Bytes(data, size));
-  run_command(machine.words());
-  require(open_again() == open_again(), "identifying a machine again gives the same tables");
+  const Result result = run_command(machine.words());
+  check_written(machine.words(), result.status);
+  require(open_again(0) == open_again(2), "identifying a machine again, and with traces, gives the same tables");
+  if (machine.words().size() > 1) {
+    check_file_agrees(machine.words(), result);
+  }
   return 0;
 }
