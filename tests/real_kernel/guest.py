@@ -55,10 +55,13 @@ for module in {modules}; do modprobe $module || echo "can't load $module"; done
 
 # USB adapters come when the bus has been looked through.
 count() {{ set -- /sys/class/net/*/device; [ -e "$1" ] || shift; echo $#; }}
-for try in $(seq 300); do
-  [ "$(count)" -lt {interfaces} ] || break
-  sleep 0.1
-done
+wait_for_interfaces() {{
+  for try in $(seq 300); do
+    [ "$(count)" -lt {interfaces} ] || break
+    sleep 0.1
+  done
+}}
+wait_for_interfaces
 [ "$(count)" -eq {interfaces} ] || echo "found $(count) interfaces instead of {interfaces}"
 
 exec 3>{results}

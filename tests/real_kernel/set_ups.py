@@ -28,4 +28,5 @@ SET_UPS = (
           machine="smbios-entry-point-type=64"),
     SetUp("lockdown", RACK, ("source-lockdown", "operations", "configuration"), replayed=ALL,
           kernel="lockdown=confidentiality"),
+    SetUp("hotplug", RACK, ("operations",), hot_plug=("00:1d.0", "00:1c.0")),
 )

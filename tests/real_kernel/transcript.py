@@ -82,6 +82,6 @@ def difference(step, output, status):
     wanted = in_order(step, step.expected) + [f"[status {step.status}]\n"]
     if got == wanted:
         return ""
-    # Blanks at the ends of lines count: show them.
-    shown = [[line.rstrip("\n") + "|" for line in lines] for lines in (wanted, got)]
+    # Blanks at the ends of lines count, and so do the ends: show them.
+    shown = [[line[:-1] + "|" if line.endswith("\n") else line for line in lines] for lines in (wanted, got)]
     return "\n".join(difflib.unified_diff(*shown, "expected", "printed", lineterm="", n=1))

@@ -32,6 +32,7 @@ class VirtualMachine:
                 preexec_fn=die_with_parent)
         os.set_blocking(self.process.stdout.fileno(), False)
         self.answers = b""
+        self.events = []
 
     def __enter__(self):
         return self
@@ -54,12 +55,15 @@ class VirtualMachine:
         """What the guest has sent so far."""
         return self.results.read_bytes() if self.results.exists() else b""
 
+    def has_told(self, words):
+        """Whether the guest has sent this line."""
+        return b"\n" + words.encode("ascii") + b"\n" in b"\n" + self.told()
+
     def wait_for(self, words):
         """Waits until the guest has sent this line; False when it ended without."""
-        line = b"\n" + words.encode("ascii") + b"\n"
-        while line not in b"\n" + self.told():
+        while not self.has_told(words):
             if not self.running():
-                return line in b"\n" + self.told()
+                return self.has_told(words)
             self.pause()
         return True
 
@@ -80,7 +84,7 @@ class VirtualMachine:
         return json.loads(line)
 
     def order(self, command, **arguments):
-        """Runs a command of the monitor; -> its answer. Events are passed over."""
+        """Runs a command of the monitor; -> its answer."""
         self.process.stdin.write(json.dumps({"execute": command, "arguments": arguments}).encode("ascii") + b"\n")
         self.process.stdin.flush()
         while True:
@@ -89,10 +93,13 @@ class VirtualMachine:
                 raise RuntimeError(f"{command}: {answer['error']['desc']}")
             if "return" in answer:
                 return answer["return"]
+            self.events.append(answer)
 
     def event(self, name, **data):
         """Waits for an event with this data."""
         while True:
-            answer = self.next_answer()
-            if answer.get("event") == name and data.items() <= answer["data"].items():
-                return
+            for event in self.events:
+                if event.get("event") == name and data.items() <= event["data"].items():
+                    self.events.remove(event)
+                    return
+            self.events.append(self.next_answer())
