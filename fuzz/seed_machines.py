@@ -141,7 +141,7 @@ def appliance_seeds(folder):
     seeds["diag"] = machine_seed(tree, "-sysinfo -diag entry table", 5, pair)
     seeds["systab"] = machine_seed(tree, "-a", 5, section(b"y", b"SMBIOS3=0x1000\n"))
     physical = {path: content for path, content in tree.items() if "/virtual/" not in str(content)}
-    seeds["many-ports"] = machine_seed(physical, "-a -ML 0", 4, section(b"r", b"\x82"))
+    seeds["many-ports"] = machine_seed(physical, "-a -ML 0", 4, section(b"r", b"\xff"))
     without_adapters = {path: content for path, content in tree.items() if "i2c" not in path}
     seeds["no-adapters"] = machine_seed(without_adapters, "-a", 8)
     seeds["odd-links"] = words("-a -ML 2") + b"".join(
