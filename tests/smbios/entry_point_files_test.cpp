@@ -1,16 +1,14 @@
 // Entry point and table from two files: those of the -diag option, or those that the kernel exports.
 #include <gtest/gtest.h>
-#include <unistd.h>
 
 #include <filesystem>
 #include <string>
-#include <vector>
 
 #include "base/messages.h"
 #include "smbios/entry_point.h"
 #include "tests/smbios/parsing.h"
-#include "tests/support/fake_machine.h"
-#include "tests/support/library.h"
+#include "tests/support/rows.h"
+#include "tests/support/unprivileged.h"
 
 namespace qorx::test {
 namespace {
@@ -18,229 +16,186 @@ namespace {
 constexpr std::int32_t kNotFound = 0x91;
 constexpr std::int32_t kChecksum = 0x92;
 constexpr std::int32_t kNoMap = 0x97;
-constexpr const char* kNoSmbios = "Can't find SMBIOS!\n";
-constexpr const char* kEntryFile = "/sys/firmware/dmi/tables/smbios_entry_point";
-constexpr const char* kTableFile = "/sys/firmware/dmi/tables/DMI";
+const Outcome kNoSmbios{"Can't find SMBIOS!\n", kNotFound};
+const std::string kEntryFile = "/sys/firmware/dmi/tables/smbios_entry_point";
+const std::string kTableFile = "/sys/firmware/dmi/tables/DMI";
 
-using Strings = std::vector<std::string>;
+const SmbiosTable kTwoSlots = SmbiosTable().slot("A", "01:00.0").slot("B", "02:00.0");
+const Texts kBoth{"A", "B"};
 
-SmbiosTable two_slots() {
-  return SmbiosTable().slot("A", "01:00.0").slot("B", "02:00.0");
+Outcome search(const std::string& entry_file, const std::string& table_file) {
+  return outcome_of(
+      [&] { return Search_SMBIOS_entry_point_sysfs_diag(entry_file.c_str(), table_file.c_str(), FileOrigin::kUser); });
 }
 
-class FilePair : public testing::Test {
- protected:
-  void SetUp() override { reset_library(); }
-
-  std::int32_t search(const std::string& entry_file, const std::string& table_file) {
-    std::int32_t code = -1;
-    printed_ = printed_by([&] {
-      code = Search_SMBIOS_entry_point_sysfs_diag(entry_file.c_str(), table_file.c_str(), FileOrigin::kUser);
-    });
-    return code;
-  }
-
-  // Writes both files and searches them.
-  std::int32_t search_bytes(const std::string& entry, const std::string& table) {
-    const std::string entry_file = machine_.user_file("entry", entry);
-    return search(entry_file, machine_.user_file("table", table));
-  }
-
-  FakeMachine machine_;
-  std::string printed_;
+// The content of both files, and what is found.
+struct Pair {
+  std::string_view rule;
+  std::string entry;
+  std::string table;
+  Texts names;
+  Outcome outcome = {};
 };
 
-TEST_F(FilePair, Version2AndVersion3AreRead) {
-  for (const std::string& entry : {two_slots().entry_point2(), two_slots().entry_point3()}) {
-    EXPECT_EQ(search_bytes(entry, two_slots().bytes()), 0);
-    EXPECT_EQ(names(), (Strings{"A", "B"}));
-    EXPECT_EQ(printed_, "");
-  }
+class FilePair : public RowTest<Pair, MachineTest> {};
+
+TEST_P(FilePair, IsSearched) {
+  const std::string entry_file = machine_.user_file("entry", row().entry);
+  EXPECT_EQ(search(entry_file, machine_.user_file("table", row().table)), row().outcome);
+  EXPECT_EQ(names(), row().names);
 }
 
-TEST_F(FilePair, TheAddressInTheEntryPointIsNotUsed) {
-  EXPECT_EQ(search_bytes(two_slots().entry_point3(0xFFFFFFFFFFFFFFFF), two_slots().bytes()), 0);
-  EXPECT_EQ(names(), (Strings{"A", "B"}));
-}
-
-TEST_F(FilePair, ALongerTableFileIsParsedOnlyUpToTheLengthInTheEntryPoint) {
-  EXPECT_EQ(search_bytes(two_slots().entry_point2(0, 20), two_slots().bytes()), 0);
-  EXPECT_EQ(names(), Strings{"A"});
-  EXPECT_EQ(search_bytes(two_slots().entry_point2(0, 39), two_slots().bytes() + std::string(100000, '\xFF')), 0);
-  EXPECT_EQ(names(), (Strings{"A", "B"}));
-}
-
-TEST_F(FilePair, AShorterTableFileGoesOnWithZeros) {
-  EXPECT_EQ(search_bytes(two_slots().entry_point3(0, 0x10000), two_slots().bytes()), 0);
-  EXPECT_EQ(names(), (Strings{"A", "B"}));
-}
-
-TEST_F(FilePair, OnlyTheStartOfTheEntryPointFileIsLookedAt) {
-  EXPECT_EQ(search_bytes(two_slots().entry_point2() + std::string(100, 'x'), two_slots().bytes()), 0);
-  EXPECT_EQ(search_bytes(std::string(16, '\0') + two_slots().entry_point2(), two_slots().bytes()), kNotFound);
-}
-
-TEST_F(FilePair, TracesWhatTheEntryPointSays) {
-  const std::string entry_file = machine_.user_file("entry", two_slots().entry_point3(0x123456789A, 20));
-  const std::string table_file = machine_.user_file("table", two_slots().bytes());
-  g_debug_message_open = 1;
-  EXPECT_EQ(search(entry_file, table_file), 0);
-  EXPECT_EQ(printed_,
-            "entry_v3\nstructure table lenght: 20\nstructure table address: 123456789a\n"
-            "type 9\nstr_offset 0x11\nj 0x01\nlength 0x14\nsum 20\n");
-}
-
-TEST_F(FilePair, AnEntryPointFileThatCannotBeOpened) {
-  const std::string table_file = machine_.user_file("table", two_slots().bytes());
-  for (const std::string& file : {machine_.work().string() + "/missing", machine_.work().string()}) {
-    EXPECT_EQ(search(file, table_file), kNoMap);
-    EXPECT_EQ(printed_, "1Can't get " + file + "\n");
-    g_debug_message_open = 1;
-    EXPECT_EQ(search(file, table_file), kNoMap);
-    EXPECT_EQ(printed_, "3Can't get " + file + "\n1Can't get " + file + "\n");
-    g_debug_message_open = 0;
-  }
-}
-
-TEST_F(FilePair, ATableFileThatCannotBeOpened) {
-  const std::string entry_file = machine_.user_file("entry", two_slots().entry_point3());
-  for (const std::string& file : {machine_.work().string() + "/missing", machine_.work().string()}) {
-    EXPECT_EQ(search(entry_file, file), kNoMap);
-    EXPECT_EQ(printed_, "2Can't get " + file + "\n");
-    g_debug_message_open = 1;
-    EXPECT_EQ(search(entry_file, file), kNoMap);
-    EXPECT_TRUE(printed_.ends_with("\n3Can't get " + file + "\n2Can't get " + file + "\n")) << printed_;
-    g_debug_message_open = 0;
-  }
-}
-
-TEST_F(FilePair, FailuresAreSilentWithErrorMessagesOff) {
-  g_error_message_open = 0;
-  EXPECT_EQ(search("/nowhere/entry", "/nowhere/table"), kNoMap);
-  EXPECT_EQ(printed_, "");
-  EXPECT_EQ(search_bytes("none", ""), kNotFound);
-  EXPECT_EQ(printed_, "");
-}
-
-TEST_F(FilePair, AFileWithoutAnAnchorHoldsNoSmbios) {
-  for (const std::string& entry : {std::string(), std::string("_SM"), std::string(31, '\0'), std::string(31, 'x')}) {
-    SCOPED_TRACE(entry);
-    EXPECT_EQ(search_bytes(entry, two_slots().bytes()), kNotFound);
-    EXPECT_EQ(printed_, kNoSmbios);
-    EXPECT_TRUE(names().empty());
-  }
-}
-
-TEST_F(FilePair, AWrongChecksumPrintsOnlyItsOwnMessage) {
-  std::string entry = two_slots().entry_point2();
+std::string with_wrong_sum() {
+  std::string entry = kTwoSlots.entry_point2();
   entry[4] = static_cast<char>(entry[4] + 1);
-  EXPECT_EQ(search_bytes(entry, two_slots().bytes()), kChecksum);
-  EXPECT_EQ(printed_, "SMBIOS entry point structure checksum is NOT 0!\n");
+  return entry;
 }
 
-TEST_F(FilePair, ATruncatedEntryPointGoesOnWithZeros) {
-  EXPECT_EQ(search_bytes(two_slots().entry_point3().substr(0, 16), two_slots().bytes()), 0);
-  EXPECT_EQ(names(), (Strings{"A", "B"}));
-  EXPECT_EQ(search_bytes(two_slots().entry_point3(0x1000000000000000).substr(0, 16), two_slots().bytes()), kChecksum);
+QORX_ROWS(FilePair, {"version 2 is read", kTwoSlots.entry_point2(), kTwoSlots.bytes(), kBoth},
+          {"version 3 is read", kTwoSlots.entry_point3(), kTwoSlots.bytes(), kBoth},
+          {"the address in the entry point is not used", kTwoSlots.entry_point3(0xFFFFFFFFFFFFFFFF), kTwoSlots.bytes(),
+           kBoth},
+          {"a longer table file is parsed only up to the length in the entry point",
+           kTwoSlots.entry_point2(0, 20),
+           kTwoSlots.bytes(),
+           {"A"}},
+          {"what lies behind a table in its file does not matter", kTwoSlots.entry_point2(0, 39),
+           kTwoSlots.bytes() + std::string(100000, '\xFF'), kBoth},
+          {"a shorter table file goes on with zeros", kTwoSlots.entry_point3(0, 0x10000), kTwoSlots.bytes(), kBoth},
+          {"an announcement of four gigabytes of a short file ends", kTwoSlots.entry_point3(0, 0xFFFFFFFF),
+           kTwoSlots.bytes(), kBoth},
+          {"only the start of the entry point file is looked at", kTwoSlots.entry_point2() + std::string(100, 'x'),
+           kTwoSlots.bytes(), kBoth},
+          {"an entry point must stand at the start of its file",
+           std::string(16, '\0') + kTwoSlots.entry_point2(),
+           kTwoSlots.bytes(),
+           {},
+           kNoSmbios},
+          {"an empty file holds no smbios", "", kTwoSlots.bytes(), {}, kNoSmbios},
+          {"a part of an anchor is none", "_SM", kTwoSlots.bytes(), {}, kNoSmbios},
+          {"zeros are no entry point", std::string(31, '\0'), kTwoSlots.bytes(), {}, kNoSmbios},
+          {"other bytes are no entry point", std::string(31, 'x'), kTwoSlots.bytes(), {}, kNoSmbios},
+          {"a wrong checksum prints only its own message",
+           with_wrong_sum(),
+           kTwoSlots.bytes(),
+           {},
+           {"SMBIOS entry point structure checksum is NOT 0!\n", kChecksum}},
+          {"a truncated entry point goes on with zeros", kTwoSlots.entry_point3().substr(0, 16), kTwoSlots.bytes(),
+           kBoth},
+          {"a truncated address makes a wrong checksum",
+           kTwoSlots.entry_point3(0x1000000000000000).substr(0, 16),
+           kTwoSlots.bytes(),
+           {},
+           {"SMBIOS3 entry point structure checksum is NOT 0!\n", kChecksum}},
+          {"an empty table file gives no records", kTwoSlots.entry_point2(), "", {}},
+          {"an abnormal table keeps the records before",
+           kTwoSlots.entry_point2(0, 39),
+           kTwoSlots.bytes().substr(0, 39),
+           {"A"},
+           {"SMBIOS structure abnormal! NO valid slot name and panel name can be shown!\n", kNotFound}});
+
+class FileSearch : public MachineTest {
+ protected:
+  std::string entry_file(const std::string& entry = kTwoSlots.entry_point3()) {
+    return machine_.user_file("entry", entry);
+  }
+  std::string table_file() { return machine_.user_file("table", kTwoSlots.bytes()); }
+};
+
+TEST_F(FileSearch, TracesWhatTheEntryPointSays) {
+  g_debug_message_open = 1;
+  EXPECT_EQ(search(entry_file(kTwoSlots.entry_point3(0x123456789A, 20)), table_file()),
+            (Outcome{"entry_v3\nstructure table lenght: 20\nstructure table address: 123456789a\n"
+                     "type 9\nstr_offset 0x11\nj 0x01\nlength 0x14\nsum 20\n",
+                     0}));
 }
 
-TEST_F(FilePair, AnEmptyTableFileGivesNoRecords) {
-  EXPECT_EQ(search_bytes(two_slots().entry_point2(), ""), 0);
-  EXPECT_TRUE(names().empty());
+TEST_F(FileSearch, AFileThatCannotBeOpenedHasItsMessageAndItsTrace) {
+  for (const std::string& file : {machine_.work().string() + "/missing", machine_.work().string()}) {
+    SCOPED_TRACE(file);
+    const std::string cant_get = "Can't get " + file + "\n";
+    EXPECT_EQ(search(file, table_file()), (Outcome{"1" + cant_get, kNoMap}));
+    EXPECT_EQ(search(entry_file(), file), (Outcome{"2" + cant_get, kNoMap}));
+    g_debug_message_open = 1;
+    EXPECT_EQ(search(file, table_file()), (Outcome{"3" + cant_get + "1" + cant_get, kNoMap}));
+    const Outcome traced = search(entry_file(), file);
+    EXPECT_EQ(traced.code, kNoMap);
+    EXPECT_TRUE(traced.printed.ends_with("\n3" + cant_get + "2" + cant_get)) << traced.printed;
+    g_debug_message_open = 0;
+  }
 }
 
-TEST_F(FilePair, AnAbnormalTableKeepsTheRecordsBefore) {
-  std::string table = two_slots().bytes();
-  table.pop_back();
-  EXPECT_EQ(search_bytes(two_slots().entry_point2(0, 39), table), kNotFound);
-  EXPECT_EQ(printed_, "SMBIOS structure abnormal! NO valid slot name and panel name can be shown!\n");
-  EXPECT_EQ(names(), Strings{"A"});
+TEST_F(FileSearch, FailuresAreSilentWithErrorMessagesOff) {
+  g_error_message_open = 0;
+  EXPECT_EQ(search("/nowhere/entry", "/nowhere/table"), (Outcome{"", kNoMap}));
+  EXPECT_EQ(search(entry_file("none"), table_file()), (Outcome{"", kNotFound}));
 }
 
-TEST_F(FilePair, AnEndlessDeviceIsNoEntryPoint) {
-  EXPECT_EQ(search("/dev/zero", machine_.user_file("table", two_slots().bytes())), kNotFound);
-  EXPECT_EQ(printed_, kNoSmbios);
+TEST_F(FileSearch, AnEndlessDeviceIsNoEntryPoint) {
+  EXPECT_EQ(search("/dev/zero", table_file()), kNoSmbios);
 }
 
-TEST_F(FilePair, AnEndlessDeviceIsATableOfZeros) {
+TEST_F(FileSearch, AnEndlessDeviceIsATableOfZeros) {
   for (const std::uint32_t announced : {1U, 40U, 65535U}) {
     SCOPED_TRACE(announced);
-    EXPECT_EQ(search(machine_.user_file("entry", two_slots().entry_point3(0, announced)), "/dev/zero"), 0);
-    EXPECT_EQ(printed_, "");
+    EXPECT_EQ(search(entry_file(kTwoSlots.entry_point3(0, announced)), "/dev/zero"), Outcome{});
     EXPECT_TRUE(names().empty());
   }
 }
 
 // More than fits in memory, and still no reason to run for ever.
-TEST_F(FilePair, AnEndlessDeviceWithAFourGigabyteAnnouncementEnds) {
-  const std::string entry_file = machine_.user_file("entry", two_slots().entry_point3(0, 0xFFFFFFFF));
+TEST_F(FileSearch, AnEndlessDeviceWithAFourGigabyteAnnouncementEnds) {
   g_debug_message_open = 1;
-  EXPECT_EQ(search(entry_file, "/dev/zero"), kNoMap);
-  EXPECT_TRUE(printed_.ends_with("\n4Can't get /dev/zero\n2Can't get /dev/zero\n")) << printed_;
-}
-
-TEST_F(FilePair, AFourGigabyteAnnouncementOfAShortFileEnds) {
-  EXPECT_EQ(search_bytes(two_slots().entry_point3(0, 0xFFFFFFFF), two_slots().bytes()), 0);
-  EXPECT_EQ(names(), (Strings{"A", "B"}));
+  const Outcome outcome = search(entry_file(kTwoSlots.entry_point3(0, 0xFFFFFFFF)), "/dev/zero");
+  EXPECT_EQ(outcome.code, kNoMap);
+  EXPECT_TRUE(outcome.printed.ends_with("\n4Can't get /dev/zero\n2Can't get /dev/zero\n")) << outcome.printed;
 }
 
 // Address 0 of a process is never mapped, so reading this file fails after it was opened.
-TEST_F(FilePair, AFileThatCannotBeReadHasItsOwnTrace) {
+TEST_F(FileSearch, AFileThatCannotBeReadHasItsOwnTrace) {
   g_debug_message_open = 1;
-  EXPECT_EQ(search("/proc/self/mem", "/dev/null"), kNoMap);
-  EXPECT_EQ(printed_, "5Can't get /proc/self/mem\n1Can't get /proc/self/mem\n");
+  EXPECT_EQ(search("/proc/self/mem", "/dev/null"),
+            (Outcome{"5Can't get /proc/self/mem\n1Can't get /proc/self/mem\n", kNoMap}));
 }
 
-TEST_F(FilePair, AFileThatMayNotBeReadCannotBeOpened) {
-  if (geteuid() == 0) {
-    GTEST_SKIP() << "root may read any file";
-  }
-  const std::string entry_file = machine_.user_file("entry", two_slots().entry_point3());
-  std::filesystem::permissions(entry_file, std::filesystem::perms::none);
-  EXPECT_EQ(search(entry_file, entry_file), kNoMap);
-  EXPECT_EQ(printed_, "1Can't get " + entry_file + "\n");
+TEST_F(FileSearch, AFileThatMayNotBeReadCannotBeOpened) {
+  const std::string file = entry_file();
+  std::filesystem::permissions(file, std::filesystem::perms::none);
+  g_error_message_open = 0;
+  EXPECT_TRUE(holds_without_root(machine_, [&] {
+    return Search_SMBIOS_entry_point_sysfs_diag(file.c_str(), file.c_str(), FileOrigin::kUser) == kNoMap;
+  }));
 }
 
-TEST(FileMap, LoadsAnEmptyFileAsNoBytes) {
-  reset_library();
-  FakeMachine machine;
-  const FileImage image = File_map(machine.user_file("empty", "").c_str(), FileOrigin::kUser, 32);
+TEST_F(FileSearch, FilesAreLoadedWholeUpToTheLimit) {
+  const std::string file = machine_.user_file("file", "0123456789");
+  EXPECT_EQ(File_map(file.c_str(), FileOrigin::kUser, 100).bytes().size(), 10U);
+  EXPECT_EQ(File_map(file.c_str(), FileOrigin::kUser, 4).bytes().size(), 4U);
+  EXPECT_FALSE(File_map("/nowhere/file", FileOrigin::kUser, 4).is_loaded());
+  const FileImage image = File_map(machine_.user_file("empty", "").c_str(), FileOrigin::kUser, 32);
   EXPECT_TRUE(image.is_loaded());
   EXPECT_TRUE(image.bytes().empty());
 }
 
-TEST(FileMap, LoadsWholeFilesUpToTheLimit) {
-  reset_library();
-  FakeMachine machine;
-  const std::string file = machine.user_file("file", "0123456789");
-  EXPECT_EQ(File_map(file.c_str(), FileOrigin::kUser, 100).bytes().size(), 10U);
-  EXPECT_EQ(File_map(file.c_str(), FileOrigin::kUser, 4).bytes().size(), 4U);
-  EXPECT_FALSE(File_map("/nowhere/file", FileOrigin::kUser, 4).is_loaded());
-}
-
-TEST_F(FilePair, TheKernelsFilesAreReadBelowTheSystemRoot) {
-  machine_.smbios(two_slots());
+TEST_F(FileSearch, TheKernelsFilesAreReadBelowTheSystemRoot) {
+  machine_.smbios(kTwoSlots);
   EXPECT_EQ(Search_SMBIOS_entry_point_sysfs(), 0);
-  EXPECT_EQ(names(), (Strings{"A", "B"}));
-  machine_.remove("sys/firmware/dmi/tables/DMI");
-  EXPECT_EQ(printed_by([] { EXPECT_EQ(Search_SMBIOS_entry_point_sysfs(), kNoMap); }),
-            std::string("2Can't get ") + kTableFile + "\n");
-  machine_.remove("sys/firmware/dmi/tables/smbios_entry_point");
-  EXPECT_EQ(printed_by([] { EXPECT_EQ(Search_SMBIOS_entry_point_sysfs(), kNoMap); }),
-            std::string("1Can't get ") + kEntryFile + "\n");
+  EXPECT_EQ(names(), kBoth);
+  machine_.remove(kTableFile.substr(1));
+  EXPECT_EQ(outcome_of(Search_SMBIOS_entry_point_sysfs), (Outcome{"2Can't get " + kTableFile + "\n", kNoMap}));
+  machine_.remove(kEntryFile.substr(1));
+  EXPECT_EQ(outcome_of(Search_SMBIOS_entry_point_sysfs), (Outcome{"1Can't get " + kEntryFile + "\n", kNoMap}));
 }
 
-TEST_F(FilePair, BothKernelFilesMustOpen) {
-  const auto traces = [](int expected) { return traced_by([=] { EXPECT_EQ(Is_SMBIOS_sysfs(), expected); }); };
-  const std::string entry = kEntryFile;
-  const std::string table = kTableFile;
-  EXPECT_EQ(traces(0), entry + " is NOT found.\n");
-  machine_.write(table.substr(1), "");
-  EXPECT_EQ(traces(0), entry + " is NOT found.\n");
-  machine_.write(entry.substr(1), "");
-  EXPECT_EQ(traces(1), entry + " is found.\n" + table + " is found.\n");
-  machine_.remove(table.substr(1));
-  EXPECT_EQ(traces(0), entry + " is found.\n" + table + " is NOT found.\n");
+TEST_F(FileSearch, BothKernelFilesMustOpen) {
+  g_debug_message_open = 1;
+  EXPECT_EQ(outcome_of(Is_SMBIOS_sysfs), (Outcome{kEntryFile + " is NOT found.\n", 0}));
+  machine_.write(kTableFile.substr(1), "");
+  EXPECT_EQ(outcome_of(Is_SMBIOS_sysfs), (Outcome{kEntryFile + " is NOT found.\n", 0}));
+  machine_.write(kEntryFile.substr(1), "");
+  EXPECT_EQ(outcome_of(Is_SMBIOS_sysfs), (Outcome{kEntryFile + " is found.\n" + kTableFile + " is found.\n", 1}));
+  machine_.remove(kTableFile.substr(1));
+  EXPECT_EQ(outcome_of(Is_SMBIOS_sysfs), (Outcome{kEntryFile + " is found.\n" + kTableFile + " is NOT found.\n", 0}));
 }
 
 }  // namespace

@@ -2,12 +2,10 @@
 #include <gtest/gtest.h>
 
 #include <string>
-#include <vector>
 
 #include "smbios/entry_point.h"
 #include "tests/smbios/parsing.h"
-#include "tests/support/fake_machine.h"
-#include "tests/support/library.h"
+#include "tests/support/rows.h"
 
 namespace qorx::test {
 namespace {
@@ -16,8 +14,7 @@ constexpr std::int32_t kNotFound = 0x91;
 constexpr std::int32_t kNoMap = 0x97;
 constexpr std::int32_t kNoSystab = 0xFF;
 constexpr const char* kSystab = "sys/firmware/efi/systab";
-
-using Strings = std::vector<std::string>;
+constexpr const char* kNoLegacy = "Can't find by legacy method.\n";
 
 // Two entry points outside the legacy area: "two" at 0x120000 and "three" at 0x130000.
 std::string efi_memory() {
@@ -31,10 +28,9 @@ std::string efi_memory() {
   return image;
 }
 
-class SystabSearch : public testing::Test {
+class SystabTest : public MachineTest {
  protected:
-  void SetUp() override { reset_library(); }
-
+  // The code of the search.
   std::int32_t search(const std::string& systab) {
     machine_.write("dev/mem", efi_memory()).write(kSystab, systab);
     std::int32_t code = -1;
@@ -42,107 +38,104 @@ class SystabSearch : public testing::Test {
     return code;
   }
 
-  FakeMachine machine_;
   std::string traces_;
 };
 
-TEST_F(SystabSearch, TheFirstLineOfEitherKindIsUsed) {
-  const struct {
-    const char* systab;
-    const char* slot;
-  } cases[] = {
-      {"SMBIOS=0x120000\n", "two"},
-      {"SMBIOS3=0x130000\n", "three"},
-      {"ACPI20=0x7a000000\nSMBIOS3=0x130000\nSMBIOS=0x120000\n", "three"},
-      {"ACPI20=0x7a000000\nSMBIOS=0x120000\nSMBIOS3=0x130000\n", "two"},
-      {"SMBIOS=120000\n", "two"},
-      {"SMBIOS= 0X120000 \nrest", "two"},
-      {" SMBIOS=0x130000\nXSMBIOS3=0x130000\nsmbios=0x130000\nSMBIOS=0x120000\n", "two"},
-      {"SMBIOS3 =0x130000\nSMBIOS=0x120000\n", "two"},
-  };
-  for (const auto& c : cases) {
-    SCOPED_TRACE(c.systab);
-    EXPECT_EQ(search(c.systab), 0);
-    EXPECT_EQ(names(), Strings{c.slot});
-  }
-}
+struct Systab {
+  std::string_view rule;
+  std::string systab;
+  Texts names;  // empty: not found
+};
 
-TEST_F(SystabSearch, TracesItsLinesTheAddressAndItsSource) {
-  ASSERT_EQ(search("ACPI=0xe0000\nSMBIOS=0x120000\nSMBIOS3=0x130000\n"), 0);
-  EXPECT_EQ(traces_,
-            "Can't find by legacy method.\n"
-            "ACPI=0xe0000\nSMBIOS=0x120000\n"
-            "120000\nFrom /sys/firmware/efi/systab\n"
-            "entry_v2\nstructure table lenght: 22\nstructure table address: 121000\n"
-            "type 9\nstr_offset 0x11\nj 0x03\nlength 0x16\nsum 22\n");
-}
+class SystabSearch : public RowTest<Systab, SystabTest> {};
 
-TEST_F(SystabSearch, WithoutAnAddressTheLegacyCodeIsKept) {
-  for (const char* const systab :
-       {"", "ACPI=0xe0000\n", "SMBIOS=0x0\n", "SMBIOS=\n", "SMBIOS=zz\n", "SMBIOS3=0x0\nSMBIOS=0x120000\n"}) {
-    SCOPED_TRACE(systab);
-    EXPECT_EQ(search(systab), kNotFound);
+TEST_P(SystabSearch, Finds) {
+  EXPECT_EQ(search(row().systab), row().names.empty() ? kNotFound : 0);
+  EXPECT_EQ(names(), row().names);
+  if (row().names.empty()) {
     EXPECT_EQ(traces_.find("From "), std::string::npos);
   }
 }
 
-TEST_F(SystabSearch, ALastLineWithoutALineFeedIsNotExamined) {
-  EXPECT_EQ(search("SMBIOS=0x120000"), kNotFound);
-  EXPECT_EQ(traces_, "Can't find by legacy method.\n");
-  EXPECT_EQ(search("ACPI=1\nSMBIOS3=0x130000"), kNotFound);
-  EXPECT_EQ(traces_, "Can't find by legacy method.\nACPI=1\n");
+QORX_ROWS(SystabSearch, {"a version 2 line", "SMBIOS=0x120000\n", {"two"}},
+          {"a version 3 line", "SMBIOS3=0x130000\n", {"three"}},
+          {"version 3 before version 2", "ACPI20=0x7a000000\nSMBIOS3=0x130000\nSMBIOS=0x120000\n", {"three"}},
+          {"version 2 before version 3", "ACPI20=0x7a000000\nSMBIOS=0x120000\nSMBIOS3=0x130000\n", {"two"}},
+          {"an address without prefix", "SMBIOS=120000\n", {"two"}},
+          {"an address between blanks", "SMBIOS= 0X120000 \nrest", {"two"}},
+          {"only keys at the start of a line and in capitals",
+           " SMBIOS=0x130000\nXSMBIOS3=0x130000\nsmbios=0x130000\nSMBIOS=0x120000\n",
+           {"two"}},
+          {"only keys without a blank", "SMBIOS3 =0x130000\nSMBIOS=0x120000\n", {"two"}},
+          {"nothing in an empty file", "", {}}, {"nothing without a line of SMBIOS", "ACPI=0xe0000\n", {}},
+          {"nothing at address 0", "SMBIOS=0x0\n", {}}, {"nothing without an address", "SMBIOS=\n", {}},
+          {"nothing where no digits are", "SMBIOS=zz\n", {}},
+          {"nothing behind a first line of address 0", "SMBIOS3=0x0\nSMBIOS=0x120000\n", {}});
+
+class SystabTraces : public SystabTest {};
+
+TEST_F(SystabTraces, ShowLinesAddressAndSource) {
+  ASSERT_EQ(search("ACPI=0xe0000\nSMBIOS=0x120000\nSMBIOS3=0x130000\n"), 0);
+  EXPECT_EQ(traces_, std::string(kNoLegacy) +
+                         "ACPI=0xe0000\nSMBIOS=0x120000\n"
+                         "120000\nFrom /sys/firmware/efi/systab\n"
+                         "entry_v2\nstructure table lenght: 22\nstructure table address: 121000\n"
+                         "type 9\nstr_offset 0x11\nj 0x03\nlength 0x16\nsum 22\n");
 }
 
-TEST_F(SystabSearch, AnAddressWithoutAnEntryPointGivesTheCodeOfThatSearch) {
+TEST_F(SystabTraces, DoNotShowALastLineWithoutALineFeedWhichIsNotExamined) {
+  EXPECT_EQ(search("SMBIOS=0x120000"), kNotFound);
+  EXPECT_EQ(traces_, kNoLegacy);
+  EXPECT_EQ(search("ACPI=1\nSMBIOS3=0x130000"), kNotFound);
+  EXPECT_EQ(traces_, std::string(kNoLegacy) + "ACPI=1\n");
+}
+
+TEST_F(SystabTraces, ShowAnAddressWithoutAnEntryPointWhoseCodeIsReturned) {
   EXPECT_EQ(search("SMBIOS=0x110000\n"), kNotFound);
-  EXPECT_EQ(traces_,
-            "Can't find by legacy method.\nSMBIOS=0x110000\n110000\nFrom /sys/firmware/efi/systab\n"
-            "Can't find by UEFI systab!\n");
+  EXPECT_EQ(traces_, std::string(kNoLegacy) +
+                         "SMBIOS=0x110000\n110000\nFrom /sys/firmware/efi/systab\nCan't find by UEFI systab!\n");
   machine_.remove("dev/mem");
   EXPECT_EQ(Search_SMBIOS_entry_point_mem(), kNoMap);
 }
 
-TEST_F(SystabSearch, TheAddressHas64BitsButItsTraceTheLow32) {
+TEST_F(SystabTraces, ShowTheLow32OfTheAddresss64Bits) {
   EXPECT_EQ(search("SMBIOS3=0x100130000\n"), kNotFound);
   EXPECT_NE(traces_.find("\n130000\nFrom "), std::string::npos);
   EXPECT_EQ(search("SMBIOS3=0xffffffffffff0000\n"), kNoMap);
   EXPECT_NE(traces_.find("\nffff0000\nFrom "), std::string::npos);
 }
 
-TEST_F(SystabSearch, WithoutASystabItsOwnCodeIsReturned) {
+TEST_F(SystabTraces, ShowThatThereIsNoSystabWhichHasACodeOfItsOwn) {
   machine_.write("dev/mem", efi_memory());
-  std::int32_t code = 0;
-  EXPECT_EQ(traced_by([&] { code = Search_SMBIOS_entry_point_mem(); }),
-            "Can't find by legacy method.\nCan't open /sys/firmware/efi/systab\n");
-  EXPECT_EQ(code, kNoSystab);
+  EXPECT_EQ(traced_by([] { EXPECT_EQ(Search_SMBIOS_entry_point_mem(), kNoSystab); }),
+            std::string(kNoLegacy) + "Can't open /sys/firmware/efi/systab\n");
   machine_.make_directory(kSystab);
   EXPECT_EQ(Search_SMBIOS_entry_point_mem(), kNoSystab);
 }
 
-TEST_F(SystabSearch, MissingMemoryIsALegacySearchThatFailed) {
-  machine_.write(kSystab, "ACPI=0xe0000\n");
+// The legacy area is a fact of PCs; on other processors it is not touched.
 #if defined(__x86_64__) || defined(__i386__)
-  EXPECT_EQ(Search_SMBIOS_entry_point_mem(), kNoMap);
+constexpr bool kIsPc = true;
 #else
-  EXPECT_EQ(Search_SMBIOS_entry_point_mem(), kNotFound);
+constexpr bool kIsPc = false;
 #endif
+
+using LegacyArea = MachineTest;
+
+TEST_F(LegacyArea, MissingMemoryIsASearchThatFailed) {
+  machine_.write(kSystab, "ACPI=0xe0000\n");
+  EXPECT_EQ(Search_SMBIOS_entry_point_mem(), kIsPc ? kNoMap : kNotFound);
 }
 
-// The legacy area is a fact of PCs; on other processors it is not touched.
-TEST_F(SystabSearch, AnEntryPointInTheLegacyAreaEndsTheSearchOnAPc) {
+TEST_F(LegacyArea, AnEntryPointInItEndsTheSearchOnAPc) {
   std::string image = efi_memory();
-  const SmbiosTable legacy = SmbiosTable().slot("legacy", "01:00.0");
-  const std::string found = legacy.memory2(0xF0000, 0xE0000);
+  const std::string found = SmbiosTable().slot("legacy", "01:00.0").memory2(0xF0000, 0xE0000);
   image.replace(0, found.size(), found);
   machine_.write("dev/mem", image).write(kSystab, "SMBIOS=0x120000\n");
   const std::string traces = traced_by([] { EXPECT_EQ(Search_SMBIOS_entry_point_mem(), 0); });
-#if defined(__x86_64__) || defined(__i386__)
-  EXPECT_EQ(names(), Strings{"legacy"});
-  EXPECT_TRUE(traces.starts_with("entry_v2\n"));
-  EXPECT_EQ(traces.find("SMBIOS="), std::string::npos);
-#else
-  EXPECT_EQ(names(), Strings{"two"});
-#endif
+  EXPECT_EQ(names(), Texts{kIsPc ? "legacy" : "two"});
+  EXPECT_EQ(traces.starts_with("entry_v2\n"), kIsPc);
+  EXPECT_EQ(traces.find("SMBIOS=") == std::string::npos, kIsPc);
 }
 
 }  // namespace

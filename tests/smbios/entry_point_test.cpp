@@ -3,42 +3,38 @@
 
 #include <gtest/gtest.h>
 
-#include <functional>
 #include <string>
 
 #include "base/messages.h"
 #include "tests/smbios/parsing.h"
-#include "tests/support/fake_machine.h"
-#include "tests/support/library.h"
+#include "tests/support/rows.h"
 
 namespace qorx::test {
 namespace {
 
 constexpr std::int32_t kChecksum = 0x92;
 constexpr std::int32_t kNotFound = 0x91;
-constexpr const char* kWrongSum2 = "SMBIOS entry point structure checksum is NOT 0!\n";
-constexpr const char* kWrongIntermediate = "SMBIOS entry point structure intermediate checksum is NOT 0!\n";
-constexpr const char* kWrongSum3 = "SMBIOS3 entry point structure checksum is NOT 0!\n";
+const Outcome kWrongSum2{"SMBIOS entry point structure checksum is NOT 0!\n", kChecksum};
+const Outcome kWrongIntermediate{"SMBIOS entry point structure intermediate checksum is NOT 0!\n", kChecksum};
+const Outcome kWrongSum3{"SMBIOS3 entry point structure checksum is NOT 0!\n", kChecksum};
 
-class EntryPointCheck : public testing::Test {
- protected:
-  void SetUp() override { reset_library(); }
-
-  // Checks `bytes`; the code, the messages and what was found are kept.
-  void check(const std::string& bytes) {
-    printed_ = printed_by([&] { code_ = Check_SMBIOS_entry_point(as_bytes(bytes), entry_); });
-  }
-
-  std::int32_t code_ = -1;
-  std::string printed_;
-  EntryPoint entry_;
-};
-
-// A version 2 entry point, changed, with both checksums right again.
-std::string changed_entry2(const std::function<void(std::string&)>& change) {
+// A version 2 entry point with other bytes at `at`, and both checksums right again.
+std::string changed_entry2(std::size_t at, const std::string& text) {
   std::string entry = SmbiosTable().entry_point2(0x000E1234, 0xABCD);
-  change(entry);
+  entry.replace(at, text.size(), text);
   fix_checksum(entry, 21, 16, 30);
+  fix_checksum(entry, 4, 0, 30);
+  return entry;
+}
+
+// The bytes with one of them a little bigger.
+std::string spoiled(std::string bytes, std::size_t at) {
+  bytes[at] = static_cast<char>(bytes[at] + 1);
+  return bytes;
+}
+
+std::string with_wrong_intermediate_sum() {
+  std::string entry = spoiled(SmbiosTable().entry_point2(0xE0000, 64), 20);
   fix_checksum(entry, 4, 0, 30);
   return entry;
 }
@@ -52,118 +48,89 @@ TEST(CalChecksum, SumsBothEndsAndKeepsEightBits) {
   EXPECT_EQ(Cal_checksum(as_bytes(text), 0, 5), 0x0F);
 }
 
-TEST_F(EntryPointCheck, Version2HasLengthAt22AndAddressAt24) {
-  check(SmbiosTable().entry_point2(0xFEDCBA98, 0xABCD));
-  EXPECT_EQ(code_, 0);
-  EXPECT_EQ(printed_, "");
-  EXPECT_EQ(entry_.version, 2);
-  EXPECT_EQ(entry_.table_length, 0xABCDU);
-  EXPECT_EQ(entry_.table_address, 0xFEDCBA98U);
+// Bytes, the version that their anchor says, and the outcome of their check.
+struct Checked {
+  std::string_view rule;
+  std::string bytes;
+  int version;
+  Outcome outcome = {};
+};
+
+// Checks the bytes behind an entry point that was found before.
+void expect_checked(const std::string& bytes, int version, const Outcome& outcome) {
+  EntryPoint entry{9, 9, 9};
+  EXPECT_EQ(outcome_of([&] { return Check_SMBIOS_entry_point(as_bytes(bytes), entry); }), outcome);
+  EXPECT_EQ(entry.version, version);
 }
 
-TEST_F(EntryPointCheck, Version3HasLengthAt12AndAddressAt16) {
-  check(SmbiosTable().entry_point3(0xFEDCBA9876543210, 0x89ABCDEF));
-  EXPECT_EQ(code_, 0);
-  EXPECT_EQ(printed_, "");
-  EXPECT_EQ(entry_.version, 3);
-  EXPECT_EQ(entry_.table_length, 0x89ABCDEFU);
-  EXPECT_EQ(entry_.table_address, 0xFEDCBA9876543210U);
+class EntryPointCheck : public RowTest<Checked> {};
+
+TEST_P(EntryPointCheck, KnowsAnchorsAndChecksums) {
+  expect_checked(row().bytes, row().version, row().outcome);
 }
 
-TEST_F(EntryPointCheck, TheLengthByteOfTheEntryPointIsNotConsulted) {
-  for (const char length : {'\x00', '\x1E', '\x7F'}) {
-    check(changed_entry2([&](std::string& entry) { entry[5] = length; }));
-    EXPECT_EQ(code_, 0) << static_cast<int>(length);
+QORX_ROWS(EntryPointCheck, {"a length byte of 0 is not consulted", changed_entry2(5, std::string(1, '\0')), 2},
+          {"a length byte of 30 is not consulted", changed_entry2(5, "\x1E"), 2},
+          {"a length byte of 127 is not consulted", changed_entry2(5, "\x7F"), 2},
+          {"the intermediate anchor is not tested", changed_entry2(16, "xxxxx"), 2},
+          {"the intermediate area begins at byte 16", changed_entry2(15, "\x55"), 2},
+          {"bytes behind version 2 do not matter", SmbiosTable().entry_point2(0, 1) + "more", 2},
+          {"bytes behind version 3 do not matter", SmbiosTable().entry_point3(0, 1) + "more", 3},
+          {"a wrong intermediate checksum alone is rejected", with_wrong_intermediate_sum(), 2, kWrongIntermediate},
+          {"a version 2 cut within its address goes on with zeros",
+           SmbiosTable().entry_point2(0xE0000, 64).substr(0, 26), 2, kWrongSum2});
+
+using EntryPointBytes = LibraryTest;
+
+TEST_F(EntryPointBytes, WithoutAnAnchorNothingIsFound) {
+  for (const std::string& text :
+       {std::string(), std::string("_"), std::string("_SM"), std::string("_SM3"), std::string("_sm_"),
+        std::string("_DMI_"), std::string(" _SM_"), std::string(32, '\0')}) {
+    SCOPED_TRACE(text);
+    expect_checked(text, 0, {"", kNotFound});
   }
 }
 
-TEST_F(EntryPointCheck, TheIntermediateAnchorIsNotTested) {
-  check(changed_entry2([](std::string& entry) { entry.replace(16, 5, "xxxxx"); }));
-  EXPECT_EQ(code_, 0);
-}
-
-TEST_F(EntryPointCheck, TheIntermediateAreaBeginsAtByte16) {
-  check(changed_entry2([](std::string& entry) { entry[15] = 0x55; }));
-  EXPECT_EQ(code_, 0);
-}
-
-TEST_F(EntryPointCheck, BytesBehindTheChecksummedOnesDoNotMatter) {
-  check(SmbiosTable().entry_point2(0, 1) + "more");
-  EXPECT_EQ(code_, 0);
-  check(SmbiosTable().entry_point3(0, 1) + "more");
-  EXPECT_EQ(code_, 0);
-}
-
-TEST_F(EntryPointCheck, EveryByteOfVersion2IsChecksummed) {
+TEST_F(EntryPointBytes, EveryByteIsChecksummed) {
   for (std::size_t i = 4; i < 31; ++i) {
     SCOPED_TRACE(i);
-    std::string entry = SmbiosTable().entry_point2(0xE0000, 64);
-    entry[i] = static_cast<char>(entry[i] + 1);
-    check(entry);
-    EXPECT_EQ(code_, kChecksum);
-    EXPECT_EQ(printed_, kWrongSum2);
-    EXPECT_EQ(entry_.version, 2);
+    expect_checked(spoiled(SmbiosTable().entry_point2(0xE0000, 64), i), 2, kWrongSum2);
   }
-}
-
-TEST_F(EntryPointCheck, EveryByteOfVersion3IsChecksummed) {
   for (std::size_t i = 5; i < 24; ++i) {
     SCOPED_TRACE(i);
-    std::string entry = SmbiosTable().entry_point3(0xE0000, 64);
-    entry[i] = static_cast<char>(entry[i] + 1);
-    check(entry);
-    EXPECT_EQ(code_, kChecksum);
-    EXPECT_EQ(printed_, kWrongSum3);
-    EXPECT_EQ(entry_.version, 3);
+    expect_checked(spoiled(SmbiosTable().entry_point3(0xE0000, 64), i), 3, kWrongSum3);
   }
 }
 
-TEST_F(EntryPointCheck, AWrongIntermediateChecksumAloneIsRejected) {
-  std::string entry = SmbiosTable().entry_point2(0xE0000, 64);
-  entry[20] = static_cast<char>(entry[20] + 1);
-  fix_checksum(entry, 4, 0, 30);
-  check(entry);
-  EXPECT_EQ(code_, kChecksum);
-  EXPECT_EQ(printed_, kWrongIntermediate);
-  EXPECT_EQ(entry_.version, 2);
-}
-
-TEST_F(EntryPointCheck, ChecksumMessagesNeedErrorMessages) {
+TEST_F(EntryPointBytes, ChecksumMessagesNeedErrorMessages) {
   g_error_message_open = 0;
-  std::string entry = SmbiosTable().entry_point2(0, 1);
-  entry[4] = static_cast<char>(entry[4] + 1);
-  check(entry);
-  EXPECT_EQ(code_, kChecksum);
-  EXPECT_EQ(printed_, "");
+  expect_checked(spoiled(SmbiosTable().entry_point2(0, 1), 4), 2, {"", kChecksum});
 }
 
-TEST_F(EntryPointCheck, WithoutAnAnchorNothingIsFound) {
-  const std::string cases[] = {"", "_", "_SM", "_SM3", "_sm_", "_DMI_", " _SM_", std::string(32, '\0')};
-  for (const std::string& text : cases) {
-    SCOPED_TRACE(text);
-    check(text);
-    EXPECT_EQ(code_, kNotFound);
-    EXPECT_EQ(printed_, "");
-    EXPECT_EQ(entry_.version, 0);
-  }
+// What the entry point says.
+struct Found {
+  std::string_view rule;
+  std::string bytes;
+  std::uint32_t length;
+  std::uint64_t address;
+};
+
+class EntryPointValues : public RowTest<Found> {};
+
+TEST_P(EntryPointValues, AreTaken) {
+  EntryPoint entry{9, 9, 9};
+  Check_SMBIOS_entry_point(as_bytes(row().bytes), entry);
+  EXPECT_EQ(entry.table_length, row().length);
+  EXPECT_EQ(entry.table_address, row().address);
 }
 
-TEST_F(EntryPointCheck, ACutEntryPointGoesOnWithZeros) {
-  check(SmbiosTable().entry_point3(0, 0x1000).substr(0, 16));
-  EXPECT_EQ(code_, 0);
-  EXPECT_EQ(entry_.table_length, 0x1000U);
-  EXPECT_EQ(entry_.table_address, 0U);
-  check(SmbiosTable().entry_point2(0xE0000, 64).substr(0, 26));
-  EXPECT_EQ(code_, kChecksum);
-}
-
-TEST_F(EntryPointCheck, AnEarlierResultIsForgotten) {
-  check(SmbiosTable().entry_point3(5, 7));
-  check("nothing");
-  EXPECT_EQ(entry_.version, 0);
-  EXPECT_EQ(entry_.table_length, 0U);
-  EXPECT_EQ(entry_.table_address, 0U);
-}
+QORX_ROWS(EntryPointValues,
+          {"version 2 has length at 22 and address at 24", SmbiosTable().entry_point2(0xFEDCBA98, 0xABCD), 0xABCD,
+           0xFEDCBA98},
+          {"version 3 has length at 12 and address at 16", SmbiosTable().entry_point3(0xFEDCBA9876543210, 0x89ABCDEF),
+           0x89ABCDEF, 0xFEDCBA9876543210},
+          {"a cut version 3 goes on with zeros", SmbiosTable().entry_point3(0, 0x1000).substr(0, 16), 0x1000, 0},
+          {"an earlier result is forgotten", "nothing", 0, 0});
 
 }  // namespace
 }  // namespace qorx::test

@@ -5,19 +5,14 @@
 
 #include <string>
 
-#include "tests/support/fake_machine.h"
-#include "tests/support/library.h"
+#include "tests/support/fixture.h"
 
 namespace qorx::test {
 namespace {
 
-class PhysicalMemoryMap : public testing::Test {
+class PhysicalMemoryMap : public MachineTest {
  protected:
-  void SetUp() override { reset_library(); }
-
   static std::uint64_t page() { return static_cast<std::uint64_t>(sysconf(_SC_PAGESIZE)); }
-
-  FakeMachine machine_;
 };
 
 TEST_F(PhysicalMemoryMap, BeginsAtItsAddressAndEndsWithAPage) {

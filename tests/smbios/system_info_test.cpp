@@ -7,18 +7,16 @@
 #include "base/bounded_text.h"
 #include "base/messages.h"
 #include "records/state.h"
-#include "tests/support/fake_machine.h"
-#include "tests/support/library.h"
+#include "tests/support/expect.h"
+#include "tests/support/fixture.h"
 
 namespace qorx::test {
 namespace {
 
 constexpr const char* kHeader = "slot name:           type root port: port count: vid:  did:  cnt:  model name:  \n";
 
-class SystemInfo : public testing::Test {
+class SystemInfo : public LibraryTest {
  protected:
-  void SetUp() override { reset_library(); }
-
   static std::string report() {
     g_qorx_init = 0;
     EXPECT_EQ(qorx_get_system_info(), 0);
@@ -28,13 +26,10 @@ class SystemInfo : public testing::Test {
 
 TEST_F(SystemInfo, IsRefusedBeforeTheLibraryIsOpen) {
   add_slot("S1");
-  std::int32_t code = 0;
-  EXPECT_EQ(printed_by([&] { code = qorx_print_system_info(); }),
-            "qorx library needs to be initialized before function call.\n");
-  EXPECT_EQ(code & 0xFF, 0x95);
+  EXPECT_EQ(outcome_of(qorx_print_system_info),
+            (Outcome{"qorx library needs to be initialized before function call.\n", 0x95}));
   g_error_message_open = 0;
-  EXPECT_EQ(printed_by([&] { code = qorx_print_system_info(); }), "");
-  EXPECT_EQ(code & 0xFF, 0x95);
+  EXPECT_EQ(outcome_of(qorx_print_system_info), (Outcome{"", 0x95}));
 }
 
 TEST_F(SystemInfo, AMachineWithoutSlotRecordsPrintsTheTwoCounts) {
@@ -127,24 +122,18 @@ TEST_F(SystemInfo, TheReportBeginsWithTheDump) {
   EXPECT_TRUE(traces.ends_with("\nOnboard_cnt: 0\nSlot_cnt: 1\nS1: \n"));
 }
 
-TEST(SystemInfoCommand, ReportsAWholeMachine) {
-  FakeMachine machine;
-  machine.smbios(SmbiosTable().slot("SLOT1", "03:00.0").slot("SLOT2", "05:00.0").onboard("LAN1", "00:1f.6"));
-  machine.add_port("eth0", "0000:00:1f.6").add_port("eth1", "0000:00:1c.0/0000:03:00.0");
-  const ToolRun run = machine.run({"-sysinfo"});
-  EXPECT_EQ(run.status, 0);
-  EXPECT_EQ(run.output.substr(0, run.output.find("LAN1")), "Onboard_cnt: 1\nSlot_cnt: 2\n");
-  EXPECT_NE(run.output.find("\nSLOT1: "), std::string::npos);
-  EXPECT_NE(run.output.find("\nSLOT2: \n"), std::string::npos);
+using SystemInfoCommand = MachineTest;
+
+TEST_F(SystemInfoCommand, ReportsAWholeMachine) {
+  machine_.smbios(SmbiosTable().slot("SLOT1", "03:00.0").slot("SLOT2", "05:00.0").onboard("LAN1", "00:1f.6"));
+  machine_.add_port("eth0", "0000:00:1f.6").add_port("eth1", "0000:00:1c.0/0000:03:00.0");
+  expect_run(machine_, {"-sysinfo"}, "Onboard_cnt: 1\nSlot_cnt: 2\nLAN1: Onboard\nSLOT1: ID not found\nSLOT2: \n");
 }
 
 // A slot wired to two root ports has two records of one name; the later one is merged into the first.
-TEST(SystemInfoCommand, ASlotWithTwoRootPortsIsOneSlot) {
-  FakeMachine machine;
-  machine.smbios(SmbiosTable().slot("SLOT1", "03:00.0").slot("SLOT1", "05:00.0"));
-  const ToolRun run = machine.run({"-sysinfo"});
-  EXPECT_EQ(run.status, 0);
-  EXPECT_EQ(run.output, "Onboard_cnt: 0\nSlot_cnt: 1\nSLOT1: \n");
+TEST_F(SystemInfoCommand, ASlotWithTwoRootPortsIsOneSlot) {
+  machine_.smbios(SmbiosTable().slot("SLOT1", "03:00.0").slot("SLOT1", "05:00.0"));
+  expect_run(machine_, {"-sysinfo"}, "Onboard_cnt: 0\nSlot_cnt: 1\nSLOT1: \n");
 }
 
 }  // namespace
