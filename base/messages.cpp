@@ -3,6 +3,8 @@
 #include <cstdarg>
 #include <cstdio>
 
+#include "base/print.h"
+
 namespace qorx {
 
 std::int32_t g_error_message_open = 1;
@@ -14,7 +16,7 @@ void debug(const char* format, ...) {
   }
   va_list arguments;
   va_start(arguments, format);
-  std::vprintf(format, arguments);
+  print_arguments(stdout, format, arguments);
   va_end(arguments);
 }
 
@@ -24,7 +26,7 @@ void error(const char* format, ...) {
   }
   va_list arguments;
   va_start(arguments, format);
-  std::vprintf(format, arguments);
+  print_arguments(stdout, format, arguments);
   va_end(arguments);
 }
 

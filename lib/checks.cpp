@@ -1,12 +1,14 @@
 #include "lib/checks.h"
 
 #include "base/messages.h"
+#include "base/print.h"
 #include "base/system_root.h"
 #include "records/state.h"
 
 namespace qorx {
 
 std::int32_t check_environment() {
+  look_at_standard_output();
   for (const char* const path : {"/sys/class/net", "/sys/devices/pci0000:00"}) {
     if (!is_system_directory(path)) {
       error("%s folder do not exist or can't access. Please check your environment\n", path);
@@ -18,6 +20,7 @@ std::int32_t check_environment() {
 }
 
 std::int32_t INIT_CHECK() {
+  look_at_standard_output();
   if (g_qorx_init == 0) {
     return 0;
   }

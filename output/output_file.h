@@ -2,25 +2,37 @@
 #ifndef QORX_OUTPUT_OUTPUT_FILE_H
 #define QORX_OUTPUT_OUTPUT_FILE_H
 
+#include <cstddef>
 #include <cstdint>
-
-#include "base/line_reader.h"
+#include <cstdio>
+#include <string_view>
 
 namespace qorx {
 
+// Collects the text; the file is not touched before it is complete.
 class OutputFile {
  public:
-  // Creates or truncates the file; one that exists keeps its owner and mode. A null name opens nothing.
-  explicit OutputFile(const char* path);
+  OutputFile();
+  OutputFile(const OutputFile&) = delete;
+  OutputFile& operator=(const OutputFile&) = delete;
+  ~OutputFile();
 
-  [[nodiscard]] bool is_open() const { return file_ != nullptr; }
-  [[nodiscard]] std::FILE* stream() const { return file_.get(); }
+  // Not open when there is no memory for it.
+  [[nodiscard]] bool is_open() const { return stream_ != nullptr; }
 
-  // Writes what is buffered and closes. Returns QORX_ERR_CLOSE_FILE when any of it did not reach the file, else 0.
-  std::int32_t close();
+  // Where the text is written to.
+  [[nodiscard]] std::FILE* stream() const { return stream_; }
+
+  // Ends the text and writes it to a file that is created or replaced; one that exists keeps its owner and mode. While
+  // a regular file is written, SIGINT, SIGTERM and SIGHUP wait: it holds the old text or the new one. Returns
+  // QORX_ERR_OPEN_FILE when there is no such file or no memory for the text, QORX_ERR_CLOSE_FILE when any of it did
+  // not reach the file, else 0.
+  std::int32_t write_to(const char* path);
 
  private:
-  FilePtr file_;
+  char* text_ = nullptr;
+  std::size_t size_ = 0;
+  std::FILE* stream_;
 };
 
 }  // namespace qorx

@@ -3,6 +3,7 @@
 #include <charconv>
 
 #include "base/path_text.h"
+#include "base/print.h"
 #include "ident/features.h"
 
 namespace qorx {
@@ -57,20 +58,20 @@ bool are_known(std::uint32_t vendor_id, std::uint32_t device_id) {
 }
 
 void print_identity(std::FILE* stream, const DeviceRecord& record) {
-  std::fprintf(stream, kName, record.eth_name);
+  print(stream, kName, record.eth_name);
   if (has_address(record)) {
-    std::fprintf(stream, kAddress, record.bus, record.dev, record.fun);
+    print(stream, kAddress, record.bus, record.dev, record.fun);
   } else {
     std::fputs(kNoAddress, stream);
   }
   std::fputs(record.usb[0] != '\0' ? kUsbMark : kNoUsbMark, stream);
   if (are_known(record.vendor_id, record.device_id)) {
-    std::fprintf(stream, kIds, record.vendor_id, record.device_id);
+    print(stream, kIds, record.vendor_id, record.device_id);
   } else {
     std::fputs(kNoIds, stream);
   }
   if (are_known(record.subsys_vendor_id, record.subsys_device_id)) {
-    std::fprintf(stream, kSubsystemIds, record.subsys_vendor_id, record.subsys_device_id);
+    print(stream, kSubsystemIds, record.subsys_vendor_id, record.subsys_device_id);
   } else {
     std::fputs(kNoSubsystemIds, stream);
   }
@@ -96,8 +97,8 @@ Column segment_column(const DeviceRecord& record) {
 }  // namespace
 
 void PortTable::print_header() {
-  std::fprintf(stream_, kHeader, "eth name", "bus:dev.fun", "vid  did", "svid sdid", "mac address", "slot name",
-               "panel name", "feature", "seg", "model");
+  print(stream_, kHeader, "eth name", "bus:dev.fun", "vid  did", "svid sdid", "mac address", "slot name", "panel name",
+        "feature", "seg", "model");
 }
 
 void PortTable::print_port(DeviceRecord& record) {
@@ -109,10 +110,10 @@ void PortTable::print_port(DeviceRecord& record) {
     record.feature = static_cast<std::uint8_t>(record.feature & ~QORX_FEATURE_MISMATCH);
   }
   print_identity(stream_, record);
-  std::fprintf(stream_, kMacSlotPanel, text_or_na(record.mac_addr), slot_text(record),
-               record.slot_name[0] != '\0' ? record.panel_name : kNotAvailable);
-  std::fprintf(stream_, kFeatureSegmentModel, feature_column(record, marked_).c_str(), segment_column(record).c_str(),
-               record.model);
+  print(stream_, kMacSlotPanel, text_or_na(record.mac_addr), slot_text(record),
+        record.slot_name[0] != '\0' ? record.panel_name : kNotAvailable);
+  print(stream_, kFeatureSegmentModel, feature_column(record, marked_).c_str(), segment_column(record).c_str(),
+        record.model);
 }
 
 void PortTable::print_legend() {
@@ -121,13 +122,13 @@ void PortTable::print_legend() {
 
 void print_result_vlan_one(const char* name, const char* mac, std::FILE* stream) {
   stream = stream != nullptr ? stream : stdout;
-  std::fprintf(stream, kName, name);
+  print(stream, kName, name);
   std::fputs(kNoAddress, stream);
   std::fputs(kNoUsbMark, stream);
   std::fputs(kNoIds, stream);
   std::fputs(kNoSubsystemIds, stream);
-  std::fprintf(stream, kMacSlotPanel, text_or_na(mac), kNotAvailable, kNotAvailable);
-  std::fprintf(stream, kFeatureSegmentModel, "unknown", kNotAvailable, "ID not found");
+  print(stream, kMacSlotPanel, text_or_na(mac), kNotAvailable, kNotAvailable);
+  print(stream, kFeatureSegmentModel, "unknown", kNotAvailable, "ID not found");
 }
 
 }  // namespace qorx

@@ -10,7 +10,7 @@ std::int32_t qorx_fprint_scan_result(const char* file_name) {
   if (const std::int32_t code = INIT_CHECK(); code != 0) {
     return code;
   }
-  OutputFile file(file_name);
+  OutputFile file;
   if (!file.is_open()) {
     return QORX_ERR_OPEN_FILE;
   }
@@ -20,8 +20,10 @@ std::int32_t qorx_fprint_scan_result(const char* file_name) {
     table.print_port(record);
   }
   if (g_novlan == 0) {
-    static_cast<void>(get_all_virtual_eth_devices_info(nullptr, file.stream()));
+    if (const std::int32_t code = get_all_virtual_eth_devices_info(nullptr, file.stream()); code != 0) {
+      return code;
+    }
   }
   table.print_legend();
-  return file.close();
+  return file.write_to(file_name);
 }

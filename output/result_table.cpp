@@ -96,7 +96,9 @@ std::int32_t qorx_print_scan_result(const char* eth_name, const char* feature, c
     print_all(table);
   }
   if (g_novlan == 0 && feature_bits == 0 && bdf == nullptr) {
-    static_cast<void>(get_all_virtual_eth_devices_info(eth_name, stdout));
+    if (const std::int32_t code = get_all_virtual_eth_devices_info(eth_name, stdout); code != 0) {
+      return code;
+    }
   }
   table.print_legend();
   return 0;

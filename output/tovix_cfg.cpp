@@ -70,11 +70,12 @@ bool write_port(std::FILE* file, DeviceRecord& record, int& forced) {
 }
 
 // Prints the warning and the ports that it is about.
-void warn_of_missing_segments() {
+std::int32_t warn_of_missing_segments() {
   std::fputs(kWarning, stdout);
   wrong_seg_flag = 1;
-  static_cast<void>(qorx_print_scan_result(nullptr, nullptr, nullptr));
+  const std::int32_t code = qorx_print_scan_result(nullptr, nullptr, nullptr);
   wrong_seg_flag = 0;
+  return code;
 }
 
 }  // namespace
@@ -87,7 +88,7 @@ std::int32_t qorx_output_tovix_cfg() {
   if (const std::int32_t code = INIT_CHECK(); code != 0) {
     return code;
   }
-  OutputFile file(kFileName);
+  OutputFile file;
   if (!file.is_open()) {
     return QORX_ERR_OPEN_FILE;
   }
@@ -97,9 +98,6 @@ std::int32_t qorx_output_tovix_cfg() {
     are_complete = write_port(file.stream(), record, forced) && are_complete;
   }
   std::fputs("TYPE:PCIE\n\n", file.stream());
-  const std::int32_t code = file.close();
-  if (code == 0 && !are_complete) {
-    warn_of_missing_segments();
-  }
-  return code;
+  const std::int32_t code = file.write_to(kFileName);
+  return code == 0 && !are_complete ? warn_of_missing_segments() : code;
 }

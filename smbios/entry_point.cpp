@@ -66,8 +66,9 @@ std::uint64_t read_systab(LineReader& lines) {
   constexpr std::string_view kKey3 = "SMBIOS3=";
   constexpr std::string_view kKey2 = "SMBIOS=";
   while (lines.read() && !lines.at_end()) {
-    debug("%s", lines.text());
     const std::string_view line = lines.text();
+    const bool is_whole = line.ends_with('\n');  // a longer line comes in pieces
+    debug(is_whole ? "%.*s\n" : "%.*s", static_cast<int>(line.size()) - (is_whole ? 1 : 0), line.data());
     if (line.starts_with(kKey3)) {
       return address_behind(line, kKey3);
     }

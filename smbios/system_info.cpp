@@ -3,6 +3,7 @@
 #include <cstdio>
 
 #include "base/messages.h"
+#include "base/print.h"
 #include "lib/checks.h"
 #include "records/state.h"
 
@@ -63,16 +64,16 @@ std::int32_t qorx_print_system_info() {
     return code;
   }
   Debugout_smbios_array();
-  std::printf("Onboard_cnt: %u\n", qorx_system_environment_info.eth_onboard_number);
-  std::printf("Slot_cnt: %u\n", qorx_system_environment_info.smbios_t9_slot_number);
+  print(stdout, "Onboard_cnt: %u\n", qorx_system_environment_info.eth_onboard_number);
+  print(stdout, "Slot_cnt: %u\n", qorx_system_environment_info.smbios_t9_slot_number);
   for (const DeviceRecord& record : device_records()) {
     if (is_onboard(record)) {
-      std::printf("%s: %s\n", record.slot_name, record.model[0] != '\0' ? record.model : "Onboard");
+      print(stdout, "%s: %s\n", record.slot_name, record.model[0] != '\0' ? record.model : "Onboard");
     }
   }
   for (const SlotRecord& slot : slot_records()) {
     if (is_named_slot(slot)) {
-      std::printf("%s: %s\n", slot.slot_name, slot.model_name);
+      print(stdout, "%s: %s\n", slot.slot_name, slot.model_name);
     }
   }
   return 0;

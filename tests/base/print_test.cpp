@@ -1,0 +1,64 @@
+#include "base/print.h"
+
+#include <gtest/gtest.h>
+
+#include <cstdarg>
+#include <cstdio>
+#include <cstdlib>
+#include <string>
+
+namespace qorx {
+namespace {
+
+// What a terminal is shown.
+[[gnu::format(printf, 1, 2)]] std::string cleaned(const char* format, ...) {
+  char* text = nullptr;
+  std::size_t size = 0;
+  std::FILE* const stream = open_memstream(&text, &size);
+  std::va_list arguments;
+  va_start(arguments, format);
+  print_cleaned(stream, format, arguments);
+  va_end(arguments);
+  std::fclose(stream);
+  std::string result(text, size);
+  std::free(text);
+  return result;
+}
+
+TEST(PrintCleaned, ControlCharactersOfATextBecomeQuestionMarks) {
+  for (int byte = 1; byte < 256; ++byte) {
+    const char text[] = {'a', static_cast<char>(byte), 'b', '\0'};
+    const bool is_control = byte < 0x20 || byte == 0x7F;
+    EXPECT_EQ(cleaned("%s", text), is_control ? "a?b" : text) << byte;
+  }
+  EXPECT_EQ(cleaned("%c%c%c", 0, '\033', 'x'), "??x");
+}
+
+TEST(PrintCleaned, ControlCharactersOfTheFormatStay) {
+  EXPECT_EQ(cleaned("\ta\n%s\n", "b\n"), "\ta\nb?\n");
+  EXPECT_EQ(cleaned("\n"), "\n");
+  EXPECT_EQ(cleaned("%s", ""), "");
+}
+
+TEST(PrintCleaned, EverythingElseIsAsPrintfPrintsIt) {
+  EXPECT_EQ(cleaned("%-6s|%6s|%.2s|%-4.1s|", "ab", "ab", "abc", "abc"), "ab    |    ab|ab|a   |");
+  EXPECT_EQ(cleaned("%.*s|%.*s|", 2, "abc", 0, "abc"), "ab||");
+  EXPECT_EQ(cleaned("%d %-4d|%04d|%u|%x|%.4x|%2x|", -5, 7, 12, 4000000000U, 255U, 0xABU, 5U),
+            "-5 7   |0012|4000000000|ff|00ab| 5|");
+  EXPECT_EQ(cleaned("%lx %lx %d", ~0UL, 1UL << 31, 9),
+            sizeof(long) == 8 ? "ffffffffffffffff 80000000 9" : "ffffffff 80000000 9");
+  EXPECT_EQ(cleaned("100%% %s", "x"), "100% x");
+}
+
+TEST(Print, OtherStreamsGetEveryByte) {
+  char* text = nullptr;
+  std::size_t size = 0;
+  std::FILE* const stream = open_memstream(&text, &size);
+  print(stream, "%s|%c\n", "a\033b\n", '\t');
+  std::fclose(stream);
+  EXPECT_EQ(std::string(text, size), "a\033b\n|\t\n");
+  std::free(text);
+}
+
+}  // namespace
+}  // namespace qorx
