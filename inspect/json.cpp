@@ -5,19 +5,17 @@
 #include <cstdint>
 #include <cstdio>
 #include <iterator>
-#include <nlohmann/json.hpp>
 #include <string_view>
 #include <utility>
 #include <vector>
 
+#include "inspect/json_document.h"
 #include "inspect/text.h"
 #include "lib/version.h"
 
 namespace qorx::inspect {
 
 namespace {
-
-using Json = nlohmann::ordered_json;
 
 template <typename Values, typename Convert>
 Json list_of(const Values& values, Convert convert) {
@@ -182,7 +180,9 @@ Json raw_record(const DeviceRecord& record) {
   return raw.finish();
 }
 
-Json port_value(const Port& port) {
+}  // namespace
+
+Json json_port(const Port& port) {
   const DeviceRecord& record = *port.record;
   const bool has_slot = port.place != Place::kNone;
   TextObject object;
@@ -210,6 +210,8 @@ Json port_value(const Port& port) {
   object.put("raw", raw_record(record));
   return object.finish();
 }
+
+namespace {
 
 // The SMBIOS structure as far as it is kept, without the zeros behind it: its strings end in two NULs.
 std::string_view structure_of(const SlotRecord& slot) {
@@ -313,18 +315,22 @@ Json virtual_interface_value(const VirtualInterface& interface) {
 
 }  // namespace
 
-std::string json_text(const Machine& machine) {
+Json json_document(const Machine& machine) {
   Json document = Json::object();
   document["schema"] = kSchema;
   document["versions"] = {{"qorx", version_text(kToolVersion)}, {"libqorx", version_text(kLibraryVersion)}};
   document["options"] = options_value();
   document["sources"] = sources_value(machine);
   document["counts"] = counts_value(machine);
-  document["ports"] = list_of(machine.ports, port_value);
+  document["ports"] = list_of(machine.ports, json_port);
   document["virtual_interfaces"] = list_of(machine.virtual_interfaces, virtual_interface_value);
   document["slots"] = list_of(machine.slots, [](const SlotRecord* slot) { return slot_value(*slot); });
+  return document;
+}
+
+std::string json_text(const Machine& machine) {
   constexpr int kIndent = 2;
-  return document.dump(kIndent, ' ', true) + "\n";
+  return json_document(machine).dump(kIndent, ' ', true) + "\n";
 }
 
 }  // namespace qorx::inspect

@@ -8,8 +8,10 @@
 #include "base/system_root.h"
 #include "cli/standard_output.h"
 #include "inspect/arguments.h"
+#include "inspect/compare.h"
 #include "inspect/json.h"
 #include "inspect/library_session.h"
+#include "inspect/link_files.h"
 #include "inspect/machine.h"
 #include "inspect/text.h"
 #include "tools/archive.h"
@@ -46,17 +48,35 @@ bool use_root(const std::string& name, UnpackedArchive& archive) {
   return true;
 }
 
+int print_comparison(const Request& request, const Machine& machine) {
+  const Comparison comparison = compare_with_file(machine, request.operand, choose_fields(request).fields);
+  if (!comparison.complaint.empty()) {
+    return complain(comparison.complaint);
+  }
+  for (const std::string& line : comparison.differences) {
+    print(line + "\n");
+  }
+  return comparison.differences.empty() ? 0 : 1;
+}
+
 int report(const Request& request, const Machine& machine) {
   switch (request.command) {
     case Command::kJson:
       print(json_text(machine));
       return 0;
+    case Command::kCompare:
+      return print_comparison(request, machine);
+    case Command::kLink:
+      return write_link_files(request, machine);
     default:
       return complain("not there yet");
   }
 }
 
 int inspect_machine(const Request& request) {
+  if (const std::string complaint = choose_fields(request).complaint; !complaint.empty()) {
+    return complain(complaint);
+  }
   UnpackedArchive archive;
   if (request.root && !use_root(*request.root, archive)) {
     return kTrouble;

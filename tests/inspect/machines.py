@@ -6,6 +6,7 @@ import contextlib
 import os
 import pathlib
 import random
+import shutil
 import subprocess
 import tempfile
 
@@ -287,3 +288,38 @@ class SmallMachine:
 def small_machine():
     with tempfile.TemporaryDirectory() as directory:
         yield SmallMachine(directory)
+
+
+# --- changes to a sample machine ---------------------------------------------------------------------------------
+
+class Changed:
+    """A copy of a sample machine in which cards are taken out and replaced."""
+
+    def __init__(self, appliance, directory):
+        self.root = pathlib.Path(directory, "root")
+        shutil.copytree(appliance / "root", self.root, symlinks=True)
+
+    def device(self, name):
+        link = self.root / "sys/class/net" / name
+        return (link.parent / os.readlink(link)).resolve().parent.parent
+
+    def unplug(self, *names):
+        for name in names:
+            shutil.rmtree(self.device(name) / "net")
+            (self.root / "sys/class/net" / name).unlink()
+        return self
+
+    def subsystem(self, vendor, device, *names):
+        """Makes the ports those of another card."""
+        for name in names:
+            file = self.device(name) / "config"
+            space = bytearray(file.read_bytes())
+            space[0x2C:0x30] = vendor.to_bytes(2, "little") + device.to_bytes(2, "little")
+            file.write_bytes(space)
+        return self
+
+
+@contextlib.contextmanager
+def changed(appliance):
+    with tempfile.TemporaryDirectory() as directory:
+        yield Changed(appliance, directory)
