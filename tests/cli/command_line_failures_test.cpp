@@ -1,18 +1,18 @@
 // Wrong command lines and failing operations: what is printed and the exit status.
 #include <gtest/gtest.h>
 
+#include <filesystem>
 #include <string>
 #include <vector>
 
-#include "cli/command_line.h"
 #include "cli/usage.h"
-#include "tests/support/library.h"
+#include "tests/support/expect.h"
+#include "tests/support/rows.h"
 #include "tests/support/sample_machine.h"
+#include "tests/support/transcript.h"
 
 namespace qorx::test {
 namespace {
-
-using Words = std::vector<std::string>;
 
 constexpr int kBadCommandLine = 147;    // 256 - 109
 constexpr int kUnknownOperation = 150;  // 256 - 106
@@ -20,143 +20,113 @@ constexpr int kCantOpenFile = 128;
 constexpr int kWrongFormat = 129;
 constexpr int kNoDirectory = 152;  // 256 - 104
 
+const std::string kOpenCode = "Error: QORX_ERR_OPEN_FILE (0x80)\n";
+const std::string kFormatCode = "Error: QORX_ERR_CONF_FILE_FORMAT (0x81)\n";
 const std::string kOutOfBound = "Error: QORX_ERR_PARAM_OUT_OF_BOUND (0x93)\n";
 const std::string kNotSupported = "Error: QORX_ERR_COMMAND_NOT_SUPPORT (0x96)\n";
 const std::string kNoLegacy = "NO -legacy command found!\n-sys_WMX_cfg should be used only after -legacy command.\n";
 
 std::string usage() {
-  return printed_by([] { qorx_print_usage(); });
+  return printed_by(qorx_print_usage);
 }
 
-void expect_run(const FakeMachine& machine, const Words& words, const std::string& output, int status) {
-  SCOPED_TRACE(testing::PrintToString(words));
-  const ToolRun run = machine.run(words);
-  EXPECT_EQ(run.output, output);
-  EXPECT_EQ(run.errors, "");
-  EXPECT_EQ(run.status, status);
-}
-
-TEST(CommandLineErrors, NoOperationPrintsTheUsageAlone) {
-  const FakeMachine machine;
-  for (const Words& words : {Words{}, Words{"-legacy"}, Words{"-novlan"}, Words{"-config", "f"},
-                             Words{"-diag", "e", "d"}, Words{"-legacy", "-vm", "-F"}, Words{"-sys_WMX_cfg", "f"}}) {
-    expect_run(machine, words, usage(), kBadCommandLine);
-  }
-}
-
-TEST(CommandLineErrors, AWrongNumberOfArgumentsPrintsUsageAndErrorLine) {
-  const FakeMachine machine;
-  for (const char* const alone : {"-V", "-a", "-tovix.cfg", "-sysinfo", "-support"}) {
-    expect_run(machine, {alone, "x"}, usage() + kOutOfBound, kBadCommandLine);
-  }
-  for (const char* const with_word : {"-d", "-f", "-p", "-o"}) {
-    expect_run(machine, {with_word}, usage() + kOutOfBound, kBadCommandLine);
-    expect_run(machine, {with_word, "x", "y"}, usage() + kOutOfBound, kBadCommandLine);
-  }
-}
-
-TEST(CommandLineErrors, AnOptionIsStrippedBeforeTheArgumentsAreCounted) {
-  const FakeMachine machine;
-  expect_run(machine, {"-d", "-legacy"}, usage() + kOutOfBound, kBadCommandLine);
-}
-
-TEST(CommandLineErrors, AnOptionThatIsNotAtTheEndIsNotRecognised) {
-  const FakeMachine machine;
-  for (const Words& words : {Words{"-d", "-legacy", "eth0"}, Words{"-a", "-vm", "x"}, Words{"-a", "-config"},
-                             Words{"-a", "-diag", "e"}, Words{"-a", "x", "-legacy"}}) {
-    expect_run(machine, words, usage() + kOutOfBound, kBadCommandLine);
-  }
-}
-
-TEST(CommandLineErrors, AnUnknownOperationHasNoUsage) {
-  const FakeMachine machine;
-  for (const Words& words : {Words{"-x"}, Words{"a"}, Words{"-A"}, Words{""}, Words{"-x", "y", "z"},
-                             Words{"-x", "-legacy"}, Words{"-tovix"}, Words{"--help"}, Words{"x", "-config"}}) {
-    expect_run(machine, words, kNotSupported, kUnknownOperation);
-  }
-}
-
-// The first word is the operation even where it could be an option's name.
-TEST(CommandLineErrors, AnOptionInThePlaceOfTheOperationIsNone) {
-  const FakeMachine machine;
-  expect_run(machine, {"-legacy", "-a"}, kNotSupported, kUnknownOperation);
-}
-
-TEST(CommandLineErrors, TheErrorLinePrintsAtLevelZeroToo) {
-  const FakeMachine machine;
-  expect_run(machine, {"-x", "-ML", "0"}, kNotSupported, kUnknownOperation);
-  expect_run(machine, {"-a", "x", "-ML", "0"}, usage() + kOutOfBound, kBadCommandLine);
-}
-
-TEST(CommandLineErrors, ModuleNamesNeedLegacy) {
-  FakeMachine machine;
-  machine.remove("sys");  // no scan: it would complain
-  for (const Words& words :
-       {Words{"-a", "-sys_WMX_cfg", "f"}, Words{"-V", "-sys_WMX_cfg", "f"}, Words{"-x", "-sys_WMX_cfg", "f"},
-        Words{"-a", "x", "-sys_WMX_cfg", "f"}, Words{"-a", "-sys_WMX_cfg", "f", "-ML", "0"}}) {
-    expect_run(machine, words, kNoLegacy + kOutOfBound, kBadCommandLine);
-  }
-}
-
-TEST(CommandLineErrors, ModuleNamesWithLegacyInAnyOrder) {
-  FakeMachine machine;
-  machine.user_file("names.cfg", "WMX-2848 A_BYPASS\n");
-  for (const Words& words : {Words{"-sysinfo", "-legacy", "-sys_WMX_cfg", "names.cfg"},
-                             Words{"-sysinfo", "-sys_WMX_cfg", "names.cfg", "-legacy"}}) {
-    expect_run(machine, words, "Onboard_cnt: 0\nSlot_cnt: 0\n", 0);
-  }
-}
-
-struct OpenFailure {
-  Words options;
+// Command lines, their words parted by blanks, that end alike.
+struct Failures {
+  std::string_view rule;
+  std::vector<std::string> commands;
   std::string output;
   int status;
 };
 
-std::vector<OpenFailure> open_failures() {
-  return {
-      {{"-config", "missing"}, "Error: Open file missing failed.\nError: QORX_ERR_OPEN_FILE (0x80)\n", kCantOpenFile},
-      {{"-config", "."}, "Error: Open file . failed.\nError: QORX_ERR_OPEN_FILE (0x80)\n", kCantOpenFile},
-      {{"-config", "empty"},
-       "Can't find SLOT_NAME! empty line: 1\nError: QORX_ERR_CONF_FILE_FORMAT (0x81)\n",
-       kWrongFormat},
-      {{"-smbios_cfg", "missing"},
-       "Error: Open file missing failed.\nError: QORX_ERR_OPEN_FILE (0x80)\n",
-       kCantOpenFile},
-      {{"-smbios_cfg", "comment"},
-       "Can't find TYPE! comment line: 2\nError: QORX_ERR_CONF_FILE_FORMAT (0x81)\n",
-       kWrongFormat},
-      {{"-legacy", "-sys_WMX_cfg", "missing"},
-       "Error: Open file missing failed.\nError: QORX_ERR_OPEN_FILE (0x80)\n",
-       kCantOpenFile},
-  };
-}
+class CommandLineErrors : public RowTest<Failures, MachineTest> {};
 
-TEST(OpenFailures, EveryOpeningOperationReportsThemOnce) {
-  FakeMachine machine;
-  machine.user_file("empty", "");
-  machine.user_file("comment", "# nothing\n");
-  const std::vector<Words> operations{{"-a"},           {"-d", "eth0"}, {"-f", "POE"}, {"-p", "00:00.0"},
-                                      {"-o", "result"}, {"-tovix.cfg"}, {"-sysinfo"},  {"-support"}};
-  for (const OpenFailure& failure : open_failures()) {
-    for (Words words : operations) {
-      words.insert(words.end(), failure.options.begin(), failure.options.end());
-      expect_run(machine, words, failure.output, failure.status);
-    }
+TEST_P(CommandLineErrors, Rule) {
+  machine_.remove("sys");  // no scan: it would complain
+  for (const std::string& command : row().commands) {
+    expect_run(machine_, words_of(command), row().output, row().status);
   }
-  EXPECT_FALSE(std::filesystem::exists(machine.work() / "result"));
-  EXPECT_FALSE(std::filesystem::exists(machine.work() / "tovix.cfg"));
 }
 
-TEST(OpenFailures, AtLevelZeroOnlyTheErrorLineIsLeft) {
-  const FakeMachine machine;
-  expect_run(machine, {"-a", "-config", "missing", "-ML", "0"}, "Error: QORX_ERR_OPEN_FILE (0x80)\n", kCantOpenFile);
+QORX_ROWS(
+    CommandLineErrors,
+    {"no operation prints the usage alone",
+     {"", "-legacy", "-novlan", "-config f", "-diag e d", "-legacy -vm -F", "-sys_WMX_cfg f"},
+     usage(),
+     kBadCommandLine},
+    {"a wrong number of arguments prints usage and error line",
+     {"-V x", "-a x", "-tovix.cfg x", "-sysinfo x", "-support x", "-d", "-f", "-p", "-o", "-d x y", "-f x y", "-p x y",
+      "-o x y"},
+     usage() + kOutOfBound,
+     kBadCommandLine},
+    {"an option is stripped before the arguments are counted", {"-d -legacy"}, usage() + kOutOfBound, kBadCommandLine},
+    {"an option that is not at the end is not recognised",
+     {"-d -legacy eth0", "-a -vm x", "-a -config", "-a -diag e", "-a x -legacy"},
+     usage() + kOutOfBound,
+     kBadCommandLine},
+    {"an unknown operation has no usage",
+     {"-x", "a", "-A", "-x y z", "-x -legacy", "-tovix", "--help", "x -config"},
+     kNotSupported,
+     kUnknownOperation},
+    // The first word is the operation even where it could be an option's name.
+    {"an option in the place of the operation is none", {"-legacy -a"}, kNotSupported, kUnknownOperation},
+    {"the error line prints at level zero too", {"-x -ML 0"}, kNotSupported, kUnknownOperation},
+    {"the usage prints at level zero too", {"-a x -ML 0"}, usage() + kOutOfBound, kBadCommandLine},
+    {"module names need legacy",
+     {"-a -sys_WMX_cfg f", "-V -sys_WMX_cfg f", "-x -sys_WMX_cfg f", "-a x -sys_WMX_cfg f", "-a -sys_WMX_cfg f -ML 0"},
+     kNoLegacy + kOutOfBound,
+     kBadCommandLine});
+
+using CommandLines = MachineTest;
+
+TEST_F(CommandLines, AnEmptyWordIsAnUnknownOperation) {
+  expect_run(machine_, {""}, kNotSupported, kUnknownOperation);
 }
 
-TEST(OpenFailures, AMachineWithoutNetworkOrPciDirectory) {
+TEST_F(CommandLines, ModuleNamesWithLegacyInAnyOrder) {
+  machine_.user_file("names.cfg", "WMX-2848 A_BYPASS\n");
+  for (const char* const options : {"-legacy -sys_WMX_cfg names.cfg", "-sys_WMX_cfg names.cfg -legacy"}) {
+    expect_run(machine_, words_of(std::string("-sysinfo ") + options), "Onboard_cnt: 0\nSlot_cnt: 0\n");
+  }
+}
+
+struct OpenFailure {
+  std::string_view rule;
+  std::string options;
+  std::string output;
+  int status;
+};
+
+class OpenFailures : public RowTest<OpenFailure, MachineTest> {};
+
+TEST_P(OpenFailures, AreReportedOnceByEveryOpeningOperation) {
+  machine_.user_file("empty", "");
+  machine_.user_file("comment", "# nothing\n");
+  for (const std::string operation :
+       {"-a", "-d eth0", "-f POE", "-p 00:00.0", "-o result", "-tovix.cfg", "-sysinfo", "-support"}) {
+    expect_run(machine_, words_of(operation + " " + row().options), row().output, row().status);
+  }
+  EXPECT_FALSE(std::filesystem::exists(machine_.work() / "result"));
+  EXPECT_FALSE(std::filesystem::exists(machine_.work() / "tovix.cfg"));
+}
+
+QORX_ROWS(
+    OpenFailures,
+    {"a missing platform file", "-config missing", "Error: Open file missing failed.\n" + kOpenCode, kCantOpenFile},
+    {"a directory as platform file", "-config .", "Error: Open file . failed.\n" + kOpenCode, kCantOpenFile},
+    {"an empty platform file", "-config empty", "Can't find SLOT_NAME! empty line: 1\n" + kFormatCode, kWrongFormat},
+    {"a missing override file", "-smbios_cfg missing", "Error: Open file missing failed.\n" + kOpenCode, kCantOpenFile},
+    {"an override file without slots", "-smbios_cfg comment", "Can't find TYPE! comment line: 2\n" + kFormatCode,
+     kWrongFormat},
+    {"a missing module name file", "-legacy -sys_WMX_cfg missing", "Error: Open file missing failed.\n" + kOpenCode,
+     kCantOpenFile},
+    {"at level zero the error line alone", "-config missing -ML 0", kOpenCode, kCantOpenFile});
+
+using OpeningFails = MachineTest;
+
+TEST_F(OpeningFails, OnAMachineWithoutNetworkOrPciDirectory) {
   for (const std::string path : {"/sys/class/net", "/sys/devices/pci0000:00"}) {
-    FakeMachine machine;
-    machine.remove(path.substr(1));
+    const FakeMachine machine;
+    std::filesystem::remove_all(machine.root() / path.substr(1));
     expect_run(machine, {"-a"},
                path + " folder do not exist or can't access. Please check your environment\n" +
                    "Error: QORX_ERR_OPEN_DIR (0x98)\n",
@@ -165,31 +135,30 @@ TEST(OpenFailures, AMachineWithoutNetworkOrPciDirectory) {
 }
 
 // An "H" descriptor makes the scan look for the host's I2C adapter.
-TEST(OpenFailures, AMissingI2cDirectoryFailsTheScan) {
-  FakeMachine machine;
-  machine.add_port("eth0", "0000:00:1c.0/0000:03:00.0", {.subsys_vendor = 0x13FE, .subsys_device = 0x205D});
-  machine.smbios(SmbiosTable().slot("WMX Slot 1 (H.1.255.255)", "03:00.0"));
-  expect_run(machine, {"-a"}, "Error: Cannot access /sys/class/i2c-adapter\nError: QORX_ERR_OPEN_DIR (0x98)\n",
+TEST_F(OpeningFails, WhereTheScanMissesTheI2cDirectory) {
+  machine_.add_port("eth0", "0000:00:1c.0/0000:03:00.0", {.subsys_vendor = 0x13FE, .subsys_device = 0x205D});
+  machine_.smbios(SmbiosTable().slot("WMX Slot 1 (H.1.255.255)", "03:00.0"));
+  expect_run(machine_, {"-a"}, "Error: Cannot access /sys/class/i2c-adapter\nError: QORX_ERR_OPEN_DIR (0x98)\n",
              kNoDirectory);
 }
 
-TEST(OpenFailures, RecordedFilesThatCantBeReadAreNoFailure) {
-  const FakeMachine machine;
-  expect_run(machine, {"-sysinfo", "-diag", "no-entry", "no-table"},
-             "1Can't get no-entry\nOnboard_cnt: 0\nSlot_cnt: 0\n", 0);
+TEST_F(OpeningFails, NotOnRecordedFilesThatCantBeRead) {
+  expect_run(machine_, words_of("-sysinfo -diag no-entry no-table"),
+             "1Can't get no-entry\nOnboard_cnt: 0\nSlot_cnt: 0\n");
 }
 
-TEST(ReportFailures, AResultFileThatCantBeCreated) {
-  const FakeMachine machine;
+using ReportFailures = MachineTest;
+
+TEST_F(ReportFailures, AResultFileThatCantBeCreated) {
   for (const char* const path : {"no/such/directory/result", ".", "/", ""}) {
-    expect_run(machine, {"-o", path}, "Error: QORX_ERR_OPEN_FILE (0x80)\n", kCantOpenFile);
+    expect_run(machine_, {"-o", path}, kOpenCode, kCantOpenFile);
   }
 }
 
-TEST(ReportFailures, ADirectoryInTheWayOfTovixCfg) {
+TEST_F(ReportFailures, ADirectoryInTheWayOfTovixCfg) {
   const SampleMachine machine;
   std::filesystem::create_directory(machine.work() / "tovix.cfg");
-  expect_run(machine, {"-tovix.cfg"}, "Error: QORX_ERR_OPEN_FILE (0x80)\n", kCantOpenFile);
+  expect_run(machine, {"-tovix.cfg"}, kOpenCode, kCantOpenFile);
 }
 
 }  // namespace

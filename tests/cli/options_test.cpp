@@ -10,12 +10,12 @@
 
 #include "base/messages.h"
 #include "records/state.h"
-#include "tests/support/library.h"
+#include "tests/support/rows.h"
+#include "tests/support/transcript.h"
 
-namespace qorx {
+namespace qorx::test {
 namespace {
 
-using test::printed_by;
 using Words = std::vector<std::string>;
 
 // The flags and file names that are set, as one line.
@@ -51,128 +51,114 @@ Words strip(const Words& words) {
   return left.empty() ? Words{} : Words(left.begin() + 1, left.end());
 }
 
-class StripOptions : public testing::Test {
- protected:
-  void SetUp() override { test::reset_library(); }
-  void TearDown() override { test::reset_library(); }
+// Of command lines the words that are left and the settings that are made.
+struct Stripped {
+  std::string_view rule;
+  struct Line {
+    std::string words;  // parted by blanks
+    std::string left;
+    std::string settings;
+  };
+  std::vector<Line> lines;
 };
 
-struct Case {
-  Words words;
-  Words left;
-  std::string settings;
-};
+class StripOptions : public RowTest<Stripped> {};
 
-void check(const std::vector<Case>& cases) {
-  for (const Case& test_case : cases) {
-    SCOPED_TRACE(testing::PrintToString(test_case.words));
-    test::reset_library();
+TEST_P(StripOptions, Rule) {
+  for (const Stripped::Line& line : row().lines) {
+    SCOPED_TRACE(line.words);
+    reset_library();
     Words left;
-    EXPECT_EQ(printed_by([&] { left = strip(test_case.words); }), "");
-    EXPECT_EQ(left, test_case.left);
-    EXPECT_EQ(settings(), test_case.settings);
+    EXPECT_EQ(printed_by([&] { left = strip(words_of(line.words)); }), "");
+    EXPECT_EQ(left, words_of(line.left));
+    EXPECT_EQ(settings(), line.settings);
   }
 }
 
-TEST_F(StripOptions, EachOptionTakesItsWordsAndSetsItsFlag) {
-  check({
-      {{"-a"}, {"-a"}, ""},
-      {{"-a", "-config", "f"}, {"-a"}, "config=f"},
-      {{"-a", "-legacy"}, {"-a"}, "legacy"},
-      {{"-a", "-F"}, {"-a"}, "force"},
-      {{"-a", "-sys_WMX_cfg", "f"}, {"-a"}, "names=f"},
-      {{"-a", "-smbios_cfg", "f"}, {"-a"}, "smbios=f"},
-      {{"-a", "-sort_slotname"}, {"-a"}, "sort"},
-      {{"-a", "-vm"}, {"-a"}, "vm"},
-      {{"-a", "-diag", "e", "d"}, {"-a"}, "diag=e,d"},
-      {{"-a", "-ML", "0"}, {"-a"}, "quiet"},
-      {{"-a", "-ML", "1"}, {"-a"}, ""},
-      {{"-a", "-ML", "2"}, {"-a"}, "debug"},
-      {{"-a", "-novlan"}, {"-a"}, "novlan"},
-  });
+QORX_ROWS(
+    StripOptions,
+    {"each option takes its words and sets its flag",
+     {{"-a", "-a", ""},
+      {"-a -config f", "-a", "config=f"},
+      {"-a -legacy", "-a", "legacy"},
+      {"-a -F", "-a", "force"},
+      {"-a -sys_WMX_cfg f", "-a", "names=f"},
+      {"-a -smbios_cfg f", "-a", "smbios=f"},
+      {"-a -sort_slotname", "-a", "sort"},
+      {"-a -vm", "-a", "vm"},
+      {"-a -diag e d", "-a", "diag=e,d"},
+      {"-a -ML 0", "-a", "quiet"},
+      {"-a -ML 1", "-a", ""},
+      {"-a -ML 2", "-a", "debug"},
+      {"-a -novlan", "-a", "novlan"}}},
+    {"the argument of the operation stays",
+     {{"-d eth0 -novlan -legacy", "-d eth0", "legacy novlan"}, {"-o f -config c", "-o f", "config=c"}}},
+    {"only the end is looked at",
+     {{"-d -legacy eth0", "-d -legacy eth0", ""},
+      {"-a -legacy x", "-a -legacy x", ""},
+      {"-a -legacy x -novlan", "-a -legacy x", "novlan"},
+      {"-a -config", "-a -config", ""},
+      {"-a -diag e", "-a -diag e", ""},
+      {"-a -LEGACY", "-a -LEGACY", ""},
+      {"-a -legacyx", "-a -legacyx", ""}}},
+    {"the operation may be stripped too",
+     {{"-legacy", "", "legacy"},
+      {"-config f", "", "config=f"},
+      {"-diag e d", "", "diag=e,d"},
+      {"-novlan", "", "novlan"},
+      {"-d -legacy", "-d", "legacy"},
+      {"-f -vm -F", "-f", "force vm"}}},
+    // A word behind an option is its value unless a single-word option of that name is looked for earlier in the pass.
+    {"a value that looks like an option follows the order of the tests",
+     {{"-a -config -legacy", "-a", "config=-legacy"},
+      {"-a -config -novlan", "-a", "config=-novlan"},
+      {"-a -sys_WMX_cfg -legacy", "-a -sys_WMX_cfg", "legacy"},
+      {"-a -sys_WMX_cfg -vm", "-a", "names=-vm"},
+      {"-a -legacy -sys_WMX_cfg -F", "-a -legacy -sys_WMX_cfg", "force"},
+      {"-a -smbios_cfg -F", "-a -smbios_cfg", "force"},
+      {"-a -smbios_cfg -sort_slotname", "-a", "smbios=-sort_slotname"},
+      {"-a -diag e -vm", "-a -diag e", "vm"},
+      {"-a -diag e -sort_slotname", "-a -diag e", "sort"},
+      {"-a -diag e -novlan", "-a", "diag=e,-novlan"},
+      {"-a -diag -ML 2", "-a", "diag=-ML,2"},
+      {"-a -diag -config d", "-a -diag", "config=d"},
+      {"-a -diag -smbios_cfg d", "-a -diag", "smbios=d"},
+      {"-a -ML -vm", "-a -ML", "vm"},
+      {"-a -ML -novlan", "-a", "quiet"},
+      {"-a -config -sys_WMX_cfg f", "-a -config", "names=f"}}},
+    // A successful test shortens the list for the tests behind it in the same pass: with passes that begin anew after
+    // every match, "-config" would get the first look at what "-legacy" uncovers.
+    {"later tests of a pass see the shortened list",
+     {{"-a -config -F -legacy", "-a -config", "legacy force"},
+      {"-a -smbios_cfg -legacy -sys_WMX_cfg f", "-a", "names=f smbios=-legacy"},
+      {"-a -config -vm -novlan", "-a", "config=-vm novlan"},
+      {"-a -config -vm -sort_slotname", "-a -config", "sort vm"},
+      {"-a -diag -ML x -vm", "-a", "vm diag=-ML,x"}}},
+    {"passes repeat until nothing matches",
+     {{"-a -novlan -vm -sort_slotname -F -legacy", "-a", "legacy force sort vm novlan"},
+      {"-a -legacy -F -sort_slotname -vm -novlan", "-a", "legacy force sort vm novlan"}}},
+    {"of two equal options the leftmost wins",
+     {{"-a -config left -config right", "-a", "config=left"},
+      {"-a -diag e1 d1 -diag e2 d2", "-a", "diag=e1,d1"},
+      {"-a -ML 2 -ML 0", "-a", "debug"},
+      {"-a -legacy -legacy", "-a", "legacy"}}});
+
+using StripOption = LibraryTest;
+
+TEST_F(StripOption, ReadsTheLevelLikeAtoiHoweverLongItIs) {
+  for (const std::string& level : {std::string("2nd"), std::string(" 2"), std::string(2000, '0') + "2"}) {
+    reset_library();
+    EXPECT_EQ(strip({"-a", "-ML", level}), Words{"-a"});
+    EXPECT_EQ(settings(), "debug");
+  }
+  for (const char* const level : {"x", ""}) {
+    reset_library();
+    EXPECT_EQ(strip({"-a", "-ML", level}), Words{"-a"});
+    EXPECT_EQ(settings(), "quiet");
+  }
 }
 
-TEST_F(StripOptions, TheArgumentOfTheOperationStays) {
-  check({
-      {{"-d", "eth0", "-novlan", "-legacy"}, {"-d", "eth0"}, "legacy novlan"},
-      {{"-o", "f", "-config", "c"}, {"-o", "f"}, "config=c"},
-  });
-}
-
-TEST_F(StripOptions, OnlyTheEndIsLookedAt) {
-  check({
-      {{"-d", "-legacy", "eth0"}, {"-d", "-legacy", "eth0"}, ""},
-      {{"-a", "-legacy", "x"}, {"-a", "-legacy", "x"}, ""},
-      {{"-a", "-legacy", "x", "-novlan"}, {"-a", "-legacy", "x"}, "novlan"},
-      {{"-a", "-config"}, {"-a", "-config"}, ""},
-      {{"-a", "-diag", "e"}, {"-a", "-diag", "e"}, ""},
-      {{"-a", "-LEGACY"}, {"-a", "-LEGACY"}, ""},
-      {{"-a", "-legacyx"}, {"-a", "-legacyx"}, ""},
-  });
-}
-
-TEST_F(StripOptions, TheOperationMayBeStrippedToo) {
-  check({
-      {{"-legacy"}, {}, "legacy"},
-      {{"-config", "f"}, {}, "config=f"},
-      {{"-diag", "e", "d"}, {}, "diag=e,d"},
-      {{"-novlan"}, {}, "novlan"},
-      {{"-d", "-legacy"}, {"-d"}, "legacy"},
-      {{"-f", "-vm", "-F"}, {"-f"}, "force vm"},
-  });
-}
-
-// A word behind an option is its value unless a single-word option of that name is looked for earlier in the pass.
-TEST_F(StripOptions, AValueThatLooksLikeAnOptionFollowsTheOrderOfTheTests) {
-  check({
-      {{"-a", "-config", "-legacy"}, {"-a"}, "config=-legacy"},
-      {{"-a", "-config", "-novlan"}, {"-a"}, "config=-novlan"},
-      {{"-a", "-sys_WMX_cfg", "-legacy"}, {"-a", "-sys_WMX_cfg"}, "legacy"},
-      {{"-a", "-sys_WMX_cfg", "-vm"}, {"-a"}, "names=-vm"},
-      {{"-a", "-legacy", "-sys_WMX_cfg", "-F"}, {"-a", "-legacy", "-sys_WMX_cfg"}, "force"},
-      {{"-a", "-smbios_cfg", "-F"}, {"-a", "-smbios_cfg"}, "force"},
-      {{"-a", "-smbios_cfg", "-sort_slotname"}, {"-a"}, "smbios=-sort_slotname"},
-      {{"-a", "-diag", "e", "-vm"}, {"-a", "-diag", "e"}, "vm"},
-      {{"-a", "-diag", "e", "-sort_slotname"}, {"-a", "-diag", "e"}, "sort"},
-      {{"-a", "-diag", "e", "-novlan"}, {"-a"}, "diag=e,-novlan"},
-      {{"-a", "-diag", "-ML", "2"}, {"-a"}, "diag=-ML,2"},
-      {{"-a", "-diag", "-config", "d"}, {"-a", "-diag"}, "config=d"},
-      {{"-a", "-diag", "-smbios_cfg", "d"}, {"-a", "-diag"}, "smbios=d"},
-      {{"-a", "-ML", "-vm"}, {"-a", "-ML"}, "vm"},
-      {{"-a", "-ML", "-novlan"}, {"-a"}, "quiet"},
-      {{"-a", "-config", "-sys_WMX_cfg", "f"}, {"-a", "-config"}, "names=f"},
-  });
-}
-
-// A successful test shortens the list for the tests behind it in the same pass: with passes that begin anew after
-// every match, "-config" would get the first look at what "-legacy" uncovers.
-TEST_F(StripOptions, LaterTestsOfAPassSeeTheShortenedList) {
-  check({
-      {{"-a", "-config", "-F", "-legacy"}, {"-a", "-config"}, "legacy force"},
-      {{"-a", "-smbios_cfg", "-legacy", "-sys_WMX_cfg", "f"}, {"-a"}, "names=f smbios=-legacy"},
-      {{"-a", "-config", "-vm", "-novlan"}, {"-a"}, "config=-vm novlan"},
-      {{"-a", "-config", "-vm", "-sort_slotname"}, {"-a", "-config"}, "sort vm"},
-      {{"-a", "-diag", "-ML", "x", "-vm"}, {"-a"}, "vm diag=-ML,x"},
-  });
-}
-
-TEST_F(StripOptions, PassesRepeatUntilNothingMatches) {
-  check({
-      {{"-a", "-novlan", "-vm", "-sort_slotname", "-F", "-legacy"}, {"-a"}, "legacy force sort vm novlan"},
-      {{"-a", "-legacy", "-F", "-sort_slotname", "-vm", "-novlan"}, {"-a"}, "legacy force sort vm novlan"},
-  });
-}
-
-TEST_F(StripOptions, OfTwoEqualOptionsTheLeftmostWins) {
-  check({
-      {{"-a", "-config", "left", "-config", "right"}, {"-a"}, "config=left"},
-      {{"-a", "-diag", "e1", "d1", "-diag", "e2", "d2"}, {"-a"}, "diag=e1,d1"},
-      {{"-a", "-ML", "2", "-ML", "0"}, {"-a"}, "debug"},
-      {{"-a", "-legacy", "-legacy"}, {"-a"}, "legacy"},
-  });
-}
-
-TEST_F(StripOptions, OnlyNovlanSparesTheProgramName) {
+TEST_F(StripOption, OnlyNovlanSparesTheProgramName) {
   constexpr std::array kSingle{"-legacy", "-F", "-sort_slotname", "-vm"};
   for (const char* const word : kSingle) {
     EXPECT_TRUE(strip_options(std::array{word}).empty()) << word;
@@ -185,22 +171,9 @@ TEST_F(StripOptions, OnlyNovlanSparesTheProgramName) {
   EXPECT_TRUE(strip_options({}).empty());
 }
 
-TEST_F(StripOptions, TheLevelIsReadLikeAtoi) {
-  check({
-      {{"-a", "-ML", "2nd"}, {"-a"}, "debug"},
-      {{"-a", "-ML", " 2"}, {"-a"}, "debug"},
-      {{"-a", "-ML", "x"}, {"-a"}, "quiet"},
-      {{"-a", "-ML", ""}, {"-a"}, "quiet"},
-  });
-}
-
-TEST_F(StripOptions, TheLevelIsReadWholeHoweverLongItIs) {
-  check({{{"-a", "-ML", std::string(2000, '0') + "2"}, {"-a"}, "debug"}});
-}
-
-TEST_F(StripOptions, AWrongLevelSpeaksAndIsOtherwiseIgnored) {
+TEST_F(StripOption, AWrongLevelSpeaksAndIsOtherwiseIgnored) {
   for (const char* const level : {"3", "-1", "255"}) {
-    test::reset_library();
+    reset_library();
     Words left;
     EXPECT_EQ(printed_by([&] {
                 left = strip({"-a", "-ML", level, "-legacy"});
@@ -211,14 +184,14 @@ TEST_F(StripOptions, AWrongLevelSpeaksAndIsOtherwiseIgnored) {
   }
 }
 
-TEST_F(StripOptions, AWrongLevelSwitchesErrorsOnAgainAndLeavesDebugAsItIs) {
+TEST_F(StripOption, AWrongLevelSwitchesErrorsOnAgainAndLeavesDebugAsItIs) {
   EXPECT_EQ(printed_by([] { strip({"-a", "-ML", "3", "-ML", "0"}); }), "Error: Parameter msg_level out of range.\n");
   EXPECT_EQ(settings(), "");
   EXPECT_EQ(printed_by([] { strip({"-a", "-ML", "3", "-ML", "2"}); }), "Error: Parameter msg_level out of range.\n");
   EXPECT_EQ(settings(), "debug");
 }
 
-TEST_F(StripOptions, ALongFileNameIsCutToItsField) {
+TEST_F(StripOption, ALongFileNameIsCutToItsField) {
   const std::string name(300, 'n');
   strip({"-a", "-config", name, "-sys_WMX_cfg", name, "-smbios_cfg", name, "-diag", name, name});
   for (const char* const field :
@@ -227,7 +200,7 @@ TEST_F(StripOptions, ALongFileNameIsCutToItsField) {
   }
 }
 
-TEST_F(StripOptions, TheOrderOfDifferentOptionsIsFree) {
+TEST_F(StripOption, TheOrderOfDifferentOptionsIsFree) {
   std::vector<Words> options{{"-config", "c"},     {"-legacy"},        {"-F"},  {"-sys_WMX_cfg", "w"},
                              {"-smbios_cfg", "s"}, {"-sort_slotname"}, {"-vm"}, {"-diag", "e", "d"},
                              {"-ML", "2"},         {"-novlan"}};
@@ -239,7 +212,7 @@ TEST_F(StripOptions, TheOrderOfDifferentOptionsIsFree) {
       words.insert(words.end(), option.begin(), option.end());
     }
     SCOPED_TRACE(testing::PrintToString(words));
-    test::reset_library();
+    reset_library();
     ASSERT_EQ(strip(words), (Words{"-p", "00:00.0"}));
     ASSERT_EQ(settings(), "config=c legacy force names=w smbios=s sort vm diag=e,d debug novlan");
   }
@@ -259,4 +232,4 @@ TEST(OptionWords, CountTheOptionAndItsValues) {
 }
 
 }  // namespace
-}  // namespace qorx
+}  // namespace qorx::test

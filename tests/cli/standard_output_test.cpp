@@ -8,97 +8,84 @@
 #include <cstdio>
 #include <functional>
 #include <string>
-#include <vector>
 
 #include "lib/qorx.h"
-#include "tests/support/library.h"
+#include "tests/support/expect.h"
+#include "tests/support/rows.h"
 #include "tests/support/sample_machine.h"
+#include "tests/support/transcript.h"
 
 namespace qorx::test {
 namespace {
 
-using Words = std::vector<std::string>;
-
 constexpr int kOutputLost = 131;  // 256 - 125
 
+// What becomes of a child's standard output.
 struct Sink {
-  const char* name;
+  std::string_view rule;
   std::function<void()> in_child;
 };
 
-std::vector<Sink> broken_sinks() {
-  return {
-      {"full device", [] { dup2(open("/dev/full", O_WRONLY), STDOUT_FILENO); }},
-      {"closed", [] { close(STDOUT_FILENO); }},
-      {"all three closed",
-       [] {
-         close(STDIN_FILENO);
-         close(STDOUT_FILENO);
-         close(STDERR_FILENO);
-       }},
-      {"pipe without a reader",
-       [] {
-         int ends[2];
-         if (pipe(ends) == 0) {
-           dup2(ends[1], STDOUT_FILENO);
-           close(ends[0]);
-           close(ends[1]);
-         }
-       }},
-      {"opened for reading only", [] { dup2(open("/dev/null", O_RDONLY), STDOUT_FILENO); }},
-  };
-}
-
-ToolRun run_into(const Sink& sink, const FakeMachine& machine, const Words& words) {
-  return run_replay(machine.root(), machine.work(), words, sink.in_child);
-}
-
-TEST(LostOutput, EveryPrintingOperationExitsWithTheCloseCode) {
-  const SampleMachine machine;
-  for (const Sink& sink : broken_sinks()) {
-    for (const Words& words : {Words{"-a"}, Words{"-d", "eth0"}, Words{"-f", "POE"}, Words{"-p", "00:1f.6"},
-                               Words{"-V"}, Words{"-sysinfo"}, Words{"-support"}}) {
-      SCOPED_TRACE(std::string(sink.name) + " " + testing::PrintToString(words));
-      EXPECT_EQ(run_into(sink, machine, words).status, kOutputLost);
-    }
+void close_all_three() {
+  for (const int descriptor : {STDIN_FILENO, STDOUT_FILENO, STDERR_FILENO}) {
+    close(descriptor);
   }
 }
 
-TEST(LostOutput, AnotherFailureKeepsItsStatus) {
-  const SampleMachine machine;
-  for (const Sink& sink : broken_sinks()) {
-    SCOPED_TRACE(sink.name);
-    EXPECT_EQ(run_into(sink, machine, {}).status, 147);
-    EXPECT_EQ(run_into(sink, machine, {"-x"}).status, 150);
-    EXPECT_EQ(run_into(sink, machine, {"-a", "-config", "missing"}).status, 128);
+void leave_a_pipe_without_a_reader() {
+  int ends[2];
+  if (pipe(ends) == 0) {
+    dup2(ends[1], STDOUT_FILENO);
+    close(ends[0]);
+    close(ends[1]);
   }
 }
 
-TEST(LostOutput, AnOperationThatPrintsNothingSucceeds) {
-  const SampleMachine machine;
-  for (const Sink& sink : broken_sinks()) {
-    SCOPED_TRACE(sink.name);
-    EXPECT_EQ(run_into(sink, machine, {"-o", "result"}).status, 0);
-    EXPECT_EQ(read_file(machine.work() / "result"), sample::kWholeTable);
-    EXPECT_EQ(run_into(sink, machine, {"-tovix.cfg"}).status, 0);
-    EXPECT_EQ(read_file(machine.work() / "tovix.cfg"), sample::kTovixCfg);
+class LostOutput : public RowTest<Sink, SampleTest> {
+ protected:
+  int status_of(const std::string& words) const { return status_on(machine_, words); }
+
+  static int status_on(const FakeMachine& machine, const std::string& words) {
+    return run_replay(machine.root(), machine.work(), words_of(words), row().in_child).status;
   }
+
+  // Expects both files to be written whole, and the same status for both.
+  void expect_files(const std::string& options, int status) const {
+    EXPECT_EQ(status_of("-o result" + options), status);
+    EXPECT_EQ(read_file(machine_.work() / "result"), sample::kWholeTable);
+    EXPECT_EQ(status_of("-tovix.cfg" + options), status);
+    EXPECT_EQ(read_file(machine_.work() / "tovix.cfg"), sample::kTovixCfg);
+  }
+};
+
+QORX_ROWS(LostOutput, {"on a full device", [] { dup2(open("/dev/full", O_WRONLY), STDOUT_FILENO); }},
+          {"on a closed descriptor", [] { close(STDOUT_FILENO); }}, {"on three closed descriptors", close_all_three},
+          {"in a pipe without a reader", leave_a_pipe_without_a_reader},
+          {"on a descriptor for reading only", [] { dup2(open("/dev/null", O_RDONLY), STDOUT_FILENO); }});
+
+TEST_P(LostOutput, EveryPrintingOperationExitsWithTheCloseCode) {
+  for (const char* const words : {"-a", "-d eth0", "-f POE", "-p 00:1f.6", "-V", "-sysinfo", "-support"}) {
+    EXPECT_EQ(status_of(words), kOutputLost) << words;
+  }
+}
+
+TEST_P(LostOutput, AnotherFailureKeepsItsStatus) {
+  EXPECT_EQ(status_of(""), 147);
+  EXPECT_EQ(status_of("-x"), 150);
+  EXPECT_EQ(status_of("-a -config missing"), 128);
+}
+
+TEST_P(LostOutput, AnOperationThatPrintsNothingSucceeds) {
+  expect_files("", 0);
 }
 
 // Thousands of trace bytes leave the buffer while the files are open: they must not end up in one, nor end the run.
-TEST(LostOutput, TheFilesAreCompleteAllTheSame) {
-  const SampleMachine machine;
-  for (const Sink& sink : broken_sinks()) {
-    SCOPED_TRACE(sink.name);
-    EXPECT_EQ(run_into(sink, machine, {"-o", "result", "-ML", "2"}).status, kOutputLost);
-    EXPECT_EQ(read_file(machine.work() / "result"), sample::kWholeTable);
-    EXPECT_EQ(run_into(sink, machine, {"-tovix.cfg", "-ML", "2"}).status, kOutputLost);
-    EXPECT_EQ(read_file(machine.work() / "tovix.cfg"), sample::kTovixCfg);
-  }
+TEST_P(LostOutput, TheFilesAreCompleteAllTheSame) {
+  expect_files(" -ML 2", kOutputLost);
 }
 
 // The listing of virtual interfaces alone traces more than a buffer holds, while the result file is open.
-TEST(LostOutput, TracesNeverEndUpInTheResultFile) {
+TEST_P(LostOutput, TracesNeverEndUpInTheResultFile) {
   FakeMachine machine;
   for (int i = 100; i < 500; ++i) {
     const std::string name = "eth0.interface" + std::to_string(i);
@@ -107,11 +94,8 @@ TEST(LostOutput, TracesNeverEndUpInTheResultFile) {
   ASSERT_EQ(machine.run({"-o", "expected"}).status, 0);
   const std::string expected = read_file(machine.work() / "expected");
   ASSERT_NE(expected.find("interface499"), std::string::npos);
-  for (const Sink& sink : broken_sinks()) {
-    SCOPED_TRACE(sink.name);
-    EXPECT_EQ(run_into(sink, machine, {"-o", "result", "-ML", "2"}).status, kOutputLost);
-    EXPECT_EQ(read_file(machine.work() / "result"), expected);
-  }
+  EXPECT_EQ(status_on(machine, "-o result -ML 2"), kOutputLost);
+  EXPECT_EQ(read_file(machine.work() / "result"), expected);
 }
 
 // A standard descriptor that stays free becomes that of the next file that is opened.
@@ -155,30 +139,24 @@ TEST(FinishStandardOutput, RemembersAnEarlierLoss) {
   EXPECT_EQ(code, QORX_ERR_CLOSE_FILE);
 }
 
-TEST(LostOutput, AFileOnAFullDeviceIsReported) {
-  const SampleMachine machine;
-  const std::string line = "Error: QORX_ERR_CLOSE_FILE (0x83)\n";
-  const ToolRun result = machine.run({"-o", "/dev/full"});
-  EXPECT_EQ(result.output, line);
-  EXPECT_EQ(result.status, kOutputLost);
-  std::filesystem::create_symlink("/dev/full", machine.work() / "tovix.cfg");
-  const ToolRun tovix = machine.run({"-tovix.cfg"});
-  EXPECT_EQ(tovix.output, line);
-  EXPECT_EQ(tovix.status, kOutputLost);
+using LostFile = SampleTest;
+
+TEST_F(LostFile, OnAFullDeviceIsReported) {
+  std::filesystem::create_symlink("/dev/full", machine_.work() / "tovix.cfg");
+  for (const char* const words : {"-o /dev/full", "-tovix.cfg"}) {
+    expect_run(machine_, words_of(words), "Error: QORX_ERR_CLOSE_FILE (0x83)\n", kOutputLost);
+  }
 }
 
-TEST(LostOutput, ADirectoryThatCantBeWritten) {
+TEST_F(LostFile, InADirectoryThatCantBeWrittenIsReported) {
   if (geteuid() == 0) {
     GTEST_SKIP() << "root writes everywhere";
   }
-  const SampleMachine machine;
-  std::filesystem::permissions(machine.work(), std::filesystem::perms::owner_read | std::filesystem::perms::owner_exec);
-  for (const Words& words : {Words{"-o", "result"}, Words{"-tovix.cfg"}}) {
-    const ToolRun run = machine.run(words);
-    EXPECT_EQ(run.output, "Error: QORX_ERR_OPEN_FILE (0x80)\n");
-    EXPECT_EQ(run.status, 128);
+  std::filesystem::permissions(machine_.work(), std::filesystem::perms{0500});
+  for (const char* const words : {"-o result", "-tovix.cfg"}) {
+    expect_run(machine_, words_of(words), "Error: QORX_ERR_OPEN_FILE (0x80)\n", 128);
   }
-  std::filesystem::permissions(machine.work(), std::filesystem::perms::owner_all);
+  std::filesystem::permissions(machine_.work(), std::filesystem::perms::owner_all);
 }
 
 }  // namespace

@@ -4,12 +4,12 @@
 
 #include <string>
 
-#include "tests/support/library.h"
+#include "tests/support/fixture.h"
 
-namespace qorx {
+namespace qorx::test {
 namespace {
 
-using test::printed_by;
+using Usage = LibraryTest;
 
 // Line by line as users see it; a trailing blank and the tabs are part of it.
 const std::string kUsage =
@@ -82,29 +82,12 @@ const std::string kUsage =
     "        e.g. qorx -a -config qorx.cfg\n"
     "        e.g. qorx -a -config /root/configs/qorx.cfg\n";
 
-TEST(Usage, IsThisTextByteForByte) {
-  EXPECT_EQ(printed_by([] { qorx_print_usage(); }), kUsage);
-}
-
-TEST(Usage, HasNoBlankLineAndOneLineFeedAtItsEnd) {
-  const std::string usage = printed_by([] { qorx_print_usage(); });
-  EXPECT_EQ(usage.find("\n\n"), std::string::npos);
-  EXPECT_TRUE(usage.ends_with("/root/configs/qorx.cfg\n"));
-}
-
-TEST(Usage, KeepsTheServiceOptionsToItself) {
-  const std::string usage = printed_by([] { qorx_print_usage(); });
-  for (const char* const option : {"-F", "-vm", "-ML"}) {
-    EXPECT_EQ(usage.find(option), std::string::npos) << option;
-  }
-}
-
-TEST(Usage, PrintsWhateverTheMessageLevel) {
-  test::reset_library();
+// No blank line, one line feed at its end, and nothing of the service options -F, -vm and -ML.
+TEST_F(Usage, IsThisTextByteForByteWhateverTheMessageLevel) {
+  EXPECT_EQ(printed_by(qorx_print_usage), kUsage);
   ASSERT_EQ(qorx_set_message_level(0), 0);
-  EXPECT_EQ(printed_by([] { qorx_print_usage(); }), kUsage);
-  test::reset_library();
+  EXPECT_EQ(printed_by(qorx_print_usage), kUsage);
 }
 
 }  // namespace
-}  // namespace qorx
+}  // namespace qorx::test

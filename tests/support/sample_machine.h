@@ -6,6 +6,7 @@
 
 #include "tests/support/expected_table.h"
 #include "tests/support/fake_machine.h"
+#include "tests/support/fixture.h"
 
 namespace qorx::test {
 
@@ -20,6 +21,11 @@ struct SampleMachine : FakeMachine {
     add_virtual("br0", "02:00:00:00:00:99");
     smbios(SmbiosTable().slot("WMX Slot 4", "04:00.0").slot("WMX Slot 3", "03:00.0").onboard("LAN 1", "00:1f.6"));
   }
+};
+
+class SampleTest : public LibraryTest {
+ protected:
+  SampleMachine machine_;
 };
 
 namespace sample {
