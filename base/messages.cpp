@@ -30,4 +30,8 @@ void error(const char* format, ...) {
   va_end(arguments);
 }
 
+void report_inaccessible_folder(const char* path) {
+  error("%s folder do not exist or can't access. Please check your environment\n", path);
+}
+
 }  // namespace qorx

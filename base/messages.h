@@ -25,6 +25,9 @@ inline bool debugging() {
 // printf to standard output when error messages are on.
 [[gnu::format(printf, 1, 2)]] void error(const char* format, ...);
 
+// The error line of a folder of the machine that can't be opened or read to its end.
+void report_inaccessible_folder(const char* path);
+
 }  // namespace qorx
 
 #endif

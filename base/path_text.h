@@ -4,7 +4,6 @@
 #define QORX_BASE_PATH_TEXT_H
 
 #include <cstddef>
-#include <cstdint>
 #include <initializer_list>
 #include <string_view>
 
@@ -32,34 +31,6 @@ class JoinedText {
 };
 
 using PathText = JoinedText<1024>;
-
-// A PCI address with its domain, as sysfs names devices: "0000:03:00.1". A function above 15 takes two digits.
-class DeviceName {
- public:
-  DeviceName(std::uint8_t bus, std::uint8_t dev, std::uint8_t fun) {
-    put_two_digits(5, bus);
-    put_two_digits(8, dev);
-    length_ = fun > 0xF ? 13 : 12;
-    put_two_digits(11, fun);
-    if (fun <= 0xF) {
-      text_[11] = text_[12];
-    }
-    text_[length_] = '\0';
-  }
-
-  [[nodiscard]] const char* c_str() const { return text_; }
-  [[nodiscard]] std::string_view view() const { return {text_, length_}; }
-
- private:
-  void put_two_digits(std::size_t at, std::uint8_t value) {
-    constexpr std::string_view kDigits = "0123456789abcdef";
-    text_[at] = kDigits[value >> 4];
-    text_[at + 1] = kDigits[value & 0xF];
-  }
-
-  std::size_t length_ = 0;
-  char text_[14] = "0000:xx:xx.ff";
-};
 
 }  // namespace qorx
 

@@ -8,6 +8,7 @@
 
 #include <algorithm>
 #include <cerrno>
+#include <cstring>
 #include <limits>
 
 #include "base/bounded_text.h"
@@ -23,6 +24,7 @@ constexpr std::size_t kPathLimit = 4096;
 constexpr std::uint64_t kMapLimit = std::uint64_t{64} << 20;
 
 char g_root[kPathLimit];
+const KeptFolder* g_kept_folder;  // the last one that came
 
 // The path below the root; the path itself where no root is set.
 class RootedPath {
@@ -41,9 +43,21 @@ class RootedPath {
   char buffer_[2 * kPathLimit];
 };
 
+// Calls `call` with a folder and the path from there: a kept folder where there is one above the path.
+template <typename Call>
+auto from_folder(const char* path, Call call) {
+  for (const KeptFolder* folder = g_kept_folder; folder != nullptr; folder = folder->outer()) {
+    if (const char* const part = folder->part_below(path)) {
+      return call(folder->descriptor(), part);
+    }
+  }
+  return call(AT_FDCWD, RootedPath(path).c_str());
+}
+
 // Non-blocking, so that a pipe in a recorded tree can't stop the tool; sysfs does not care.
 int open_rooted(const char* path, int flags) {
-  return open(RootedPath(path).c_str(), flags | O_CLOEXEC | O_NONBLOCK);
+  return from_folder(
+      path, [flags](int folder, const char* part) { return openat(folder, part, flags | O_CLOEXEC | O_NONBLOCK); });
 }
 
 // A recorded machine's memory is copied rather than mapped: a file that shrinks under a map kills its reader.
@@ -104,8 +118,10 @@ long SystemFile::read(std::span<char> bytes) const {
 
 const char* SystemDirectory::next_entry() {
   for (;;) {
+    errno = 0;
     const dirent* const entry = readdir(directory_.get());
     if (entry == nullptr) {
+      failed_ = errno != 0;
       return nullptr;
     }
     const std::string_view name = entry->d_name;
@@ -127,6 +143,21 @@ bool set_system_root(std::string_view directory) {
   }
   copy_text(g_root, directory);
   return true;
+}
+
+KeptFolder::KeptFolder(const char* path)
+    : path_(path), folder_(open_rooted(path, O_PATH | O_DIRECTORY)), outer_(g_kept_folder) {
+  g_kept_folder = this;
+}
+
+KeptFolder::~KeptFolder() {
+  g_kept_folder = outer_;
+}
+
+const char* KeptFolder::part_below(const char* path) const {
+  const bool is_below = folder_.is_open() && std::strncmp(path, path_.data(), path_.size()) == 0 &&
+                        path[path_.size()] == '/' && path[path_.size() + 1] != '\0';
+  return is_below ? path + path_.size() + 1 : nullptr;
 }
 
 SystemFile open_system_file(const char* path) {
@@ -155,7 +186,8 @@ SystemDirectory open_system_directory(const char* path) {
 }
 
 long read_system_link(const char* path, std::span<char> buffer) {
-  return readlink(RootedPath(path).c_str(), buffer.data(), buffer.size());
+  return from_folder(
+      path, [buffer](int folder, const char* part) { return readlinkat(folder, part, buffer.data(), buffer.size()); });
 }
 
 MemoryMap map_system_memory(std::uint64_t base, std::uint64_t length) {

@@ -69,11 +69,37 @@ class SystemDirectory {
   // until the next call.
   const char* next_entry();
 
+  // True when the directory could not be read to its end: what was listed may be half of it.
+  [[nodiscard]] bool failed() const { return failed_; }
+
  private:
   struct Closer {
     void operator()(DIR* directory) const { closedir(directory); }
   };
   std::unique_ptr<DIR, Closer> directory_;
+  bool failed_ = false;
+};
+
+// Keeps a folder open as long as it lives: files and links below it are then reached from there, which spares the
+// kernel the way to it for each of them. They go in the reverse of the order in which they came.
+class KeptFolder {
+ public:
+  // `path` must outlive it.
+  explicit KeptFolder(const char* path);
+  KeptFolder(const KeptFolder&) = delete;
+  KeptFolder& operator=(const KeptFolder&) = delete;
+  ~KeptFolder();
+
+  // The part of `path` below this folder; null where it does not lie below.
+  [[nodiscard]] const char* part_below(const char* path) const;
+
+  [[nodiscard]] int descriptor() const { return folder_.descriptor(); }
+  [[nodiscard]] const KeptFolder* outer() const { return outer_; }
+
+ private:
+  std::string_view path_;
+  SystemFile folder_;
+  const KeptFolder* outer_;  // kept when this one came
 };
 
 // A read-only piece of /dev/mem.

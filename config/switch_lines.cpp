@@ -106,7 +106,7 @@ std::int32_t SlotPass::find_switch(const PlatformLine& line) {
   switch_found_ = result == 1;
   copy_text(switch_path_, slot.sysfs_path);
   append_text(switch_path_, "/");
-  append_text(switch_path_, DeviceName(switch_.bus, 0, 0).view());
+  append_text(switch_path_, DeviceName({switch_.bus, 0, 0}).view());
   return 0;
 }
 

@@ -6,7 +6,6 @@
 
 #include "base/messages.h"
 #include "base/text_fields.h"
-#include "ident/i2c_adapters.h"
 
 namespace qorx {
 
@@ -83,14 +82,14 @@ Outcome parse_fields(DeviceRecord& record) {
 }
 
 // Searches for the host adapter, once in the life of the process.
-std::int32_t find_host_adapter(const DeviceRecord& record) {
+std::int32_t find_host_adapter(I2cAdapters& adapters, const DeviceRecord& record) {
   if (g_x86_i2c_root_port_number != -1) {
     return 0;
   }
   g_x86_i2c_root_port_number = kAdapterNotFound;
   for (const char* const pattern : kHostAdapters) {
     auto port = static_cast<std::uint32_t>(g_x86_i2c_root_port_number);
-    if (const std::int32_t code = get_x86_i2c_port_number(&port, pattern); code != 0) {
+    if (const std::int32_t code = get_x86_i2c_port_number(adapters, &port, pattern); code != 0) {
       return code;
     }
     g_x86_i2c_root_port_number = static_cast<std::int32_t>(port);
@@ -110,9 +109,10 @@ std::int32_t find_host_adapter(const DeviceRecord& record) {
 
 // Where the kernel drives a switch, its channel has an adapter of its own: that becomes the bus, and the switch is
 // no longer on the way.
-void resolve_switch(DeviceRecord& record, int number, std::uint8_t parent, std::uint8_t& switch_port) {
+void resolve_switch(I2cAdapters& adapters, DeviceRecord& record, int number, std::uint8_t parent,
+                    std::uint8_t& switch_port) {
   std::uint32_t port = kAdapterNotFound;
-  static_cast<void>(get_i2c_mux_port_number(&port, parent, switch_port));
+  static_cast<void>(get_i2c_mux_port_number(adapters, &port, parent, switch_port));
   if (port != kAdapterNotFound) {
     debug("[%s] I2C switch driver for switch %d detected. Overwrite root port. (%d)\n", record.eth_name, number,
           static_cast<int>(port));
@@ -121,34 +121,33 @@ void resolve_switch(DeviceRecord& record, int number, std::uint8_t parent, std::
   }
 }
 
-std::int32_t correct_host_bus(DeviceRecord& record) {
-  if (const std::int32_t code = find_host_adapter(record); code != 0) {
+std::int32_t correct_host_bus(I2cAdapters& adapters, DeviceRecord& record) {
+  if (const std::int32_t code = find_host_adapter(adapters, record); code != 0) {
     return code;
   }
   if (g_x86_i2c_root_port_number != kAdapterNotFound) {
     record.bypass_bus = static_cast<std::uint8_t>(g_x86_i2c_root_port_number);
   }
   if (record.bypass_switch1 < kAbsent) {
-    resolve_switch(record, 1, record.bypass_bus, record.bypass_switch1);
+    resolve_switch(adapters, record, 1, record.bypass_bus, record.bypass_switch1);
   }
   if (record.bypass_switch2 < kAbsent) {
-    // With switch 1 still on the way its port number is passed as the parent adapter: deliberate, the utility that
-    // reads the result expects the numbers this gives.
+    // With switch 1 still on the way its port number is passed where an adapter is expected: deliberate, and kept.
     const std::uint8_t parent = record.bypass_switch1 == kAbsent ? record.bypass_bus : record.bypass_switch1;
-    resolve_switch(record, 2, parent, record.bypass_switch2);
+    resolve_switch(adapters, record, 2, parent, record.bypass_switch2);
   }
   return 0;
 }
 
 }  // namespace
 
-std::int32_t parse_bypass_descriptor(DeviceRecord& record) {
+std::int32_t parse_bypass_descriptor(I2cAdapters& adapters, DeviceRecord& record) {
   if (parse_fields(record) != Outcome::kParsed) {
     return 0;
   }
   record.bypass_ctrl_flag = 1;
   if (record.bypass_type == 'H') {
-    if (const std::int32_t code = correct_host_bus(record); code != 0) {
+    if (const std::int32_t code = correct_host_bus(adapters, record); code != 0) {
       return code;
     }
   }

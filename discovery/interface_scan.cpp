@@ -1,5 +1,6 @@
 #include "discovery/interface_scan.h"
 
+#include <optional>
 #include <string_view>
 
 #include "base/bounded_text.h"
@@ -11,6 +12,7 @@
 #include "ident/model_lookup.h"
 #include "ident/subsystem_hooks.h"
 #include "ident/supported_devices.h"
+#include "records/device_ids.h"
 #include "records/record_order.h"
 #include "records/state.h"
 
@@ -18,24 +20,34 @@ namespace qorx {
 
 namespace {
 
+constexpr const char* kInterfaces = "/sys/class/net";
 constexpr std::uint32_t kNoControlPort = 0x302E;  // an A_BYPASS controller whose ports never carry the control
 
-void trace_match(int pass, const SlotMatcher::Match& match, const SlotRecord& slot, std::string_view text) {
+// What one scan needs, and forgets with its end.
+struct Scan {
+  Scan() {}  // so that nothing is zeroed that is filled as it is used
+
+  SlotMatcher matcher{slot_records()};
+  PciFunctions functions;
+  I2cAdapters adapters;
+  KeptFolder interfaces{kInterfaces};
+  KeptFolder pci_devices{"/sys/bus/pci/devices"};
+};
+
+void trace_match(MatchPass pass, const SlotMatcher::Match& match, const SlotRecord& slot, std::string_view text) {
   if (!debugging()) {
     return;
   }
   char pattern[16];
   SlotMatcher::format_pattern(pass, match.level, slot, pattern);
-  debug("%d %d match str:%s\n", pass, match.level, pattern);
-  debug("%d %d match str_path:%.*s\n", pass, match.level, static_cast<int>(text.size()), text.data());
+  const int number = static_cast<int>(pass);
+  debug("%d %d match str:%s\n", number, match.level, pattern);
+  debug("%d %d match str_path:%.*s\n", number, match.level, static_cast<int>(text.size()), text.data());
 }
 
 // Counts the port in its slot and copies the slot's data to it.
 void join_slot(DeviceRecord& record, SlotRecord& slot) {
-  ++slot.port_count;
-  if (add_device_id(slot, record.device_id, 1)) {
-    slot.vendor_id = record.vendor_id;
-  }
+  count_port(slot, record.vendor_id, record.device_id);
   copy_text(record.slot_name, slot.slot_name);
   debug("%s slot: %s\n", record.eth_name, record.slot_name);
   record.slot_bus = slot.bus;
@@ -46,17 +58,18 @@ void join_slot(DeviceRecord& record, SlotRecord& slot) {
 
 // Finds the port's slot. Returns whether the port sits on the module that is recognised by a bridge above it, the
 // only USB ports that get a slot.
-bool match_slot(const SlotMatcher& matcher, DeviceRecord& record, std::uint32_t index) {
-  bool is_bridged_module = false;
-  for (int pass = 0; pass < SlotMatcher::kPasses; ++pass) {
-    if (pass == 0 || debugging()) {
-      is_bridged_module = qorx_is_WMX_LH53(index);  // the answer is the same in both passes, but it is traced
+bool match_slot(Scan& scan, DeviceRecord& record) {
+  const bool is_bridged_module = qorx_is_WMX_LH53(scan.functions, record);
+  for (const MatchPass pass : kMatchPasses) {
+    if (pass != MatchPass::kOwnAddress && debugging()) {
+      static_cast<void>(
+          qorx_is_WMX_LH53(scan.functions, record));  // the answer is the same, and is traced in each pass
     }
     if (!is_bridged_module && record.usb[0] != '\0') {
       break;
     }
     const std::string_view text = SlotMatcher::searched_text(pass, record.net_path);
-    if (const auto match = matcher.find(pass, text)) {
+    if (const auto match = scan.matcher.find(pass, text)) {
       SlotRecord& slot = slot_records()[match->slot];
       trace_match(pass, *match, slot, text);
       join_slot(record, slot);
@@ -67,28 +80,26 @@ bool match_slot(const SlotMatcher& matcher, DeviceRecord& record, std::uint32_t 
 }
 
 // Model and feature by the subsystem ids.
-std::int32_t identify(DeviceRecord& record) {
+std::int32_t identify(Scan& scan, DeviceRecord& record) {
   copy_text(record.model, qorx_get_model_name(record.subsys_vendor_id, record.subsys_device_id));
   record.feature = default_feature(record.subsys_vendor_id, record.subsys_device_id);
   if (record.feature == QORX_FEATURE_A_BYPASS && carries_control(record) && record.subsys_device_id != kNoControlPort) {
     record.bypass_ctrl_flag = 1;
   }
   if (record.feature == QORX_FEATURE_A_BYPASS_I2C && carries_control(record)) {
-    return parse_bypass_descriptor(record);
+    return parse_bypass_descriptor(scan.adapters, record);
   }
   return 0;
 }
 
 // Records one interface, if it is a physical port.
-std::int32_t scan_interface(const SlotMatcher& matcher, const char* name) {
-  const std::uint32_t index = qorx_system_environment_info.eth_device_number;
-  if (get_eth_device_pcie_info(name, PortReading::kFillRecord) < 0) {
+std::int32_t scan_interface(Scan& scan, const char* name) {
+  DeviceRecord& record = next_device_record();
+  if (get_eth_device_pcie_info(name, &record) < 0) {
     return 0;
   }
-  DeviceRecord& record = qorx_eth_device_mapping[index];
-  note_own_function(record);
-  if (!match_slot(matcher, record, index)) {
-    if (const std::int32_t code = identify(record); code != 0) {
+  if (!match_slot(scan, record)) {
+    if (const std::int32_t code = identify(scan, record); code != 0) {
       return code;
     }
   }
@@ -96,31 +107,41 @@ std::int32_t scan_interface(const SlotMatcher& matcher, const char* name) {
   return 0;
 }
 
-std::int32_t scan_interfaces() {
-  SystemDirectory interfaces = open_system_directory("/sys/class/net");
+// A list that is silently short would be worse than none.
+std::int32_t unreadable_list() {
+  report_inaccessible_folder(kInterfaces);
+  return QORX_ERR_OPEN_DIR;
+}
+
+std::int32_t scan_interfaces(Scan& scan) {
+  SystemDirectory interfaces = open_system_directory(kInterfaces);
+  if (!interfaces.is_open()) {
+    return unreadable_list();
+  }
   debug("Get all eth device under /sys/class/net\n");
-  const SlotMatcher matcher(slot_records());
-  while (const char* const name = interfaces.is_open() ? interfaces.next_entry() : nullptr) {
+  while (const char* const name = interfaces.next_entry()) {
     if (std::string_view(name) == "lo") {
       continue;
     }
-    if (const std::int32_t code = scan_interface(matcher, name); code != 0) {
+    if (const std::int32_t code = scan_interface(scan, name); code != 0) {
       return code;
     }
     if (qorx_system_environment_info.eth_device_number > kMaxRecords - 1) {
       debug("Detect physical NIC ports are reaching max support number %d.\n", static_cast<int>(kMaxRecords));
-      break;
+      return 0;
     }
   }
-  return 0;
+  return interfaces.failed() ? unreadable_list() : 0;
 }
 
 }  // namespace
 
 std::int32_t get_all_eth_devices_info() {
+  static std::optional<Scan> scan;  // too large for the stack
   device_mapping_init();
-  forget_visited_functions();
-  if (const std::int32_t code = scan_interfaces(); code != 0) {
+  const std::int32_t code = scan_interfaces(scan.emplace());
+  scan.reset();
+  if (code != 0) {
     return code;
   }
   const auto records = device_records();

@@ -1,5 +1,6 @@
 #include "discovery/pci_config.h"
 
+#include <algorithm>
 #include <array>
 #include <cstring>
 
@@ -11,12 +12,8 @@ namespace qorx {
 
 namespace {
 
-// Real chains hold about a dozen capabilities, and 64 is what fits behind the header; one that has not ended
-// after that runs in a circle.
-constexpr int kCapabilityStepLimit = 63;
-
 PathText config_path(PciAddress address) {
-  return {"/sys/bus/pci/devices/", DeviceName(address.bus, address.dev, address.fun).view(), "/config"};
+  return {"/sys/bus/pci/devices/", DeviceName(address).view(), "/config"};
 }
 
 std::uint8_t read_byte(const ConfigSpace& config, std::uint8_t offset) {
@@ -36,87 +33,121 @@ bool read_ids(const ConfigSpace& config, std::uint32_t offset, PciIds& ids) {
   return true;
 }
 
-// Offset of the capability, 0 when the list does not have it.
-std::uint8_t find_capability(const ConfigSpace& config, std::uint8_t capability_id) {
-  if ((read_byte(config, kPciStatus) & kPciStatusCapabilitiesList) == 0) {
-    debug("Not support capabilities list, Can't find capability id %x in PCIE config space \n", capability_id);
-    return 0;
+void walk_capabilities(const ConfigSpace& config, std::uint8_t wanted, CapabilityWalk& walk) {
+  walk.has_list = (read_byte(config, kPciStatus) & kPciStatusCapabilitiesList) != 0;
+  if (!walk.has_list) {
+    return;
   }
   std::uint8_t pointer = read_byte(config, kPciCapabilitiesPointer) & kPciCapabilityPointerMask;
-  if (pointer == 0) {
-    debug("No capabilities list, Can't find capability id %x in PCIE config space \n", capability_id);
-    return 0;
-  }
-  debug("offset %2x\n", pointer);
-  for (int steps = 0; steps <= kCapabilityStepLimit && pointer != 0; ++steps) {
+  while (walk.count < CapabilityWalk::kStepLimit && pointer != 0) {
     std::array<std::uint8_t, 2> entry{};  // capability id, pointer to the next one
     static_cast<void>(config.read(pointer, entry));
-    debug("capa id %2x at offset %2x\n", entry[0], pointer);
-    if (entry[0] == capability_id) {
-      return pointer;
+    walk.steps[walk.count++] = {.offset = pointer, .capability = entry[0]};
+    if (entry[0] == wanted) {
+      walk.found = pointer;
+      return;
     }
     pointer = entry[1] & kPciCapabilityPointerMask;
   }
-  debug("Can't find capability id %x in PCIE config space \n", capability_id);
-  return 0;
+}
+
+void trace_walk(const CapabilityWalk& walk, std::uint8_t wanted) {
+  if (!walk.has_list) {
+    debug("Not support capabilities list, Can't find capability id %x in PCIE config space \n", wanted);
+    return;
+  }
+  if (walk.count == 0) {
+    debug("No capabilities list, Can't find capability id %x in PCIE config space \n", wanted);
+    return;
+  }
+  debug("offset %2x\n", walk.steps[0].offset);
+  for (std::size_t i = 0; i < walk.count; ++i) {
+    debug("capa id %2x at offset %2x\n", walk.steps[i].capability, walk.steps[i].offset);
+  }
+  if (walk.found == 0) {
+    debug("Can't find capability id %x in PCIE config space \n", wanted);
+  }
+}
+
+void read_subsystem(const ConfigSpace& config, SubsystemReading& reading) {
+  std::array<std::uint8_t, 1> header_type{};
+  if (!config.read(kPciHeaderType, header_type)) {
+    return;
+  }
+  reading.code = 0;
+  reading.header_type = header_type[0] & kPciHeaderTypeMask;
+  std::uint32_t offset = kPciSubsystemVendorId;
+  if (reading.header_type != 0) {
+    walk_capabilities(config, kPciCapabilityBridgeSubsystem, reading.walk);
+    if (reading.walk.found == 0) {
+      reading.code = -1;
+      return;
+    }
+    offset = static_cast<std::uint32_t>(reading.walk.found) + kPciBridgeSubsystemIds;
+  }
+  static_cast<void>(read_ids(config, offset, reading.ids));
+}
+
+void trace_reading(const SubsystemReading& reading, const char* path) {
+  if (reading.code == QORX_ERR_OPEN_FILE) {
+    debug("can't open name %s\n", path);
+  } else if (reading.header_type != 0) {
+    trace_walk(reading.walk, kPciCapabilityBridgeSubsystem);
+    if (reading.code != 0) {
+      debug("Can't find subsystem id in PCIE type %d config space \n", reading.header_type);
+    }
+  }
 }
 
 }  // namespace
-
-ConfigSpace ConfigSpace::of_interface(const char* eth_name) {
-  return ConfigSpace(interface_path(eth_name).c_str());
-}
-
-PathText ConfigSpace::interface_path(const char* eth_name) {
-  return {"/sys/class/net/", eth_name, "/device/config"};
-}
 
 bool ConfigSpace::read(std::uint32_t offset, std::span<std::uint8_t> bytes) const {
   return file_.is_open() && file_.read_at(offset, bytes) != SystemFile::kIsDirectory;
 }
 
-std::int32_t get_pcie_capability_offset(const char* path, std::uint8_t capability_id, std::uint8_t* offset) {
+const SubsystemReading& PciFunctions::subsystem_of(PciAddress address) {
+  std::uint16_t& first = first_[(address.bus * 37U + address.dev * 8U + address.fun) % kBuckets];
+  for (std::size_t i = first; i != kNone; i = rooms_[i].function.next) {
+    if (rooms_[i].function.address == address) {
+      return rooms_[i].function.reading;
+    }
+  }
+  Function& function = rooms_[count_].function;
+  function = {.address = address, .next = kNone, .reading = {}};
+  read_subsystem(ConfigSpace(config_path(address).c_str()), function.reading);
+  if (count_ < kKept) {
+    function.next = first;
+    first = static_cast<std::uint16_t>(count_++);
+  }
+  return function.reading;
+}
+
+std::int32_t get_pcie_capability_offset(const ConfigSpace& config, std::uint8_t capability_id, std::uint8_t* offset) {
   *offset = 0;
-  const ConfigSpace config(path);
   if (std::array<std::uint8_t, 1> probe{}; !config.read(kPciStatus, probe)) {
-    debug("can't open name %s\n", path);
+    debug("can't open name %s\n", config.path());
     return QORX_ERR_OPEN_FILE;
   }
-  *offset = find_capability(config, capability_id);
-  return *offset != 0 ? 0 : -1;
+  CapabilityWalk walk;
+  walk_capabilities(config, capability_id, walk);
+  trace_walk(walk, capability_id);
+  *offset = walk.found;
+  return walk.found != 0 ? 0 : -1;
 }
 
-std::int32_t read_subsystem_ids(const ConfigSpace& config, PciIds& ids) {
-  ids = {};
-  std::array<std::uint8_t, 1> header_type{};
-  if (!config.read(kPciHeaderType, header_type)) {
-    return QORX_ERR_OPEN_FILE;
-  }
-  const int type = header_type[0] & kPciHeaderTypeMask;
-  if (type == 0) {
-    static_cast<void>(read_ids(config, kPciSubsystemVendorId, ids));
-    return 0;
-  }
-  const std::uint8_t capability = find_capability(config, kPciCapabilityBridgeSubsystem);
-  if (capability == 0) {
-    debug("Can't find subsystem id in PCIE type %d config space \n", type);
-    return -1;
-  }
-  const auto offset = static_cast<std::uint32_t>(capability) + kPciBridgeSubsystemIds;
-  static_cast<void>(read_ids(config, offset, ids));
-  return 0;
+std::int32_t get_pcie_subsystem_vendor_id_device_id(const ConfigSpace& config, PciIds& ids) {
+  SubsystemReading reading;
+  read_subsystem(config, reading);
+  trace_reading(reading, config.path());
+  ids = reading.ids;
+  return reading.code;
 }
 
-std::int32_t get_pcie_subsystem_vendor_id_device_id(const char* path, PciIds& ids) {
-  const std::int32_t code = read_subsystem_ids(ConfigSpace(path), ids);
-  if (code == QORX_ERR_OPEN_FILE) {
-    debug("can't open name %s\n", path);
-  }
-  return code;
-}
-
-std::int32_t read_PCI_subsystem_vendor_id_device_id(PciAddress address, PciIds& ids) {
-  return get_pcie_subsystem_vendor_id_device_id(config_path(address).c_str(), ids);
+std::int32_t read_PCI_subsystem_vendor_id_device_id(PciFunctions& functions, PciAddress address, PciIds& ids) {
+  const SubsystemReading& reading = functions.subsystem_of(address);
+  trace_reading(reading, config_path(address).c_str());
+  ids = reading.ids;
+  return reading.code;
 }
 
 bool read_vendor_device_ids(const ConfigSpace& config, PciIds& ids) {
@@ -125,11 +156,11 @@ bool read_vendor_device_ids(const ConfigSpace& config, PciIds& ids) {
 
 std::int32_t read_PCI_data(PciAddress address, std::uint32_t offset, std::uint32_t* value) {
   *value = 0xFFFFFFFF;
-  const PathText path = config_path(address);
+  const ConfigSpace config(config_path(address).c_str());
   std::array<std::uint8_t, 4> bytes{};
   std::memcpy(bytes.data(), value, bytes.size());
-  if (!ConfigSpace(path.c_str()).read(offset, bytes)) {
-    error("Can't open %s.\n", path.c_str());
+  if (!config.read(offset, bytes)) {
+    error("Can't open %s.\n", config.path());
     return -1;
   }
   std::memcpy(value, bytes.data(), bytes.size());

@@ -85,16 +85,15 @@ std::int32_t Search_USB_uevent(const char* path, PciIds& ids) {
   }
 }
 
-std::int32_t get_eth_device_vendor_id_device_id(const char* name, PciIds& ids) {
-  return read_interface_ids(ConfigSpace::of_interface(name), name, ids);
-}
+NetworkInterface::NetworkInterface(const char* name)
+    : name_(name), config_(interface_file(name, "device/config").c_str()) {}
 
-std::int32_t read_interface_ids(const ConfigSpace& config, const char* name, PciIds& ids) {
+std::int32_t get_eth_device_vendor_id_device_id(const NetworkInterface& interface, PciIds& ids) {
   ids = {};
-  if (read_vendor_device_ids(config, ids)) {
+  if (read_vendor_device_ids(interface.config(), ids)) {
     return 0;
   }
-  const PathText path = interface_file(name, "device/uevent");
+  const PathText path = interface_file(interface.name(), "device/uevent");
   if (!open_system_text(path.c_str())) {
     return code_byte(QORX_ERR_OPEN_FILE);
   }
@@ -102,16 +101,8 @@ std::int32_t read_interface_ids(const ConfigSpace& config, const char* name, Pci
   return 0;
 }
 
-std::int32_t get_eth_device_subsystem_vendor_id_device_id(const char* name, PciIds& ids) {
-  return read_interface_subsystem_ids(ConfigSpace::of_interface(name), name, ids);
-}
-
-std::int32_t read_interface_subsystem_ids(const ConfigSpace& config, const char* name, PciIds& ids) {
-  const std::int32_t code = read_subsystem_ids(config, ids);
-  if (code == QORX_ERR_OPEN_FILE) {
-    debug("can't open name %s\n", ConfigSpace::interface_path(name).c_str());
-  }
-  return code;
+std::int32_t get_eth_device_subsystem_vendor_id_device_id(const NetworkInterface& interface, PciIds& ids) {
+  return get_pcie_subsystem_vendor_id_device_id(interface.config(), ids);
 }
 
 }  // namespace qorx

@@ -17,20 +17,30 @@ inline constexpr std::size_t kMacTextSize = 65;
 // QORX_ERR_OPEN_FILE when there is no such file.
 std::int32_t get_eth_device_mac_address(const char* name, char (&mac)[kMacTextSize]);
 
+// A network interface, with the configuration space of the device behind it opened once for all that is asked of it.
+class NetworkInterface {
+ public:
+  // cppcheck-suppress noExplicitConstructor ; an interface is known by its name
+  NetworkInterface(const char* name);
+
+  [[nodiscard]] const char* name() const { return name_; }
+  [[nodiscard]] const ConfigSpace& config() const { return config_; }
+
+ private:
+  const char* name_;
+  ConfigSpace config_;
+};
+
 // The ids in the PRODUCT= line of a USB interface's uevent file; unknown when there is none. Returns 0, or
 // QORX_ERR_PARAM_NULL_POINTER or QORX_ERR_OPEN_FILE as a byte.
 std::int32_t Search_USB_uevent(const char* path, PciIds& ids);
 
 // Vendor and device id of the device behind an interface, PCI or USB. Returns 0, or QORX_ERR_OPEN_FILE as a byte
 // for an interface without a device; the ids are unknown then.
-std::int32_t get_eth_device_vendor_id_device_id(const char* name, PciIds& ids);
-
-// The same where the configuration space is open already.
-std::int32_t read_interface_ids(const ConfigSpace& config, const char* name, PciIds& ids);
+std::int32_t get_eth_device_vendor_id_device_id(const NetworkInterface& interface, PciIds& ids);
 
 // Subsystem ids of the device behind an interface; codes of get_pcie_subsystem_vendor_id_device_id.
-std::int32_t get_eth_device_subsystem_vendor_id_device_id(const char* name, PciIds& ids);
-std::int32_t read_interface_subsystem_ids(const ConfigSpace& config, const char* name, PciIds& ids);
+std::int32_t get_eth_device_subsystem_vendor_id_device_id(const NetworkInterface& interface, PciIds& ids);
 
 }  // namespace qorx
 

@@ -9,66 +9,85 @@
 #include <span>
 #include <string_view>
 
+#include "records/pci_address.h"
 #include "records/state.h"
 
 namespace qorx {
 
+// What a pass compares with the slot records' addresses. The values are those of the traces.
+enum class MatchPass : std::uint8_t {
+  kOwnAddress = 0,  // the port's own address
+  kBridges = 1,     // every bridge above it
+};
+
+inline constexpr std::array kMatchPasses{MatchPass::kOwnAddress, MatchPass::kBridges};
+
+// How much of an address a level compares.
+enum class AddressPart : std::uint8_t { kBus, kDevice, kFunction };
+
+// One way of comparing: a part of the slot's address, or of the one next to it.
+struct MatchLevel {
+  int number;  // in the traces; a higher one is more exact
+  AddressPart part;
+  int add_bus = 0;
+  int add_dev = 0;
+  int add_fun = 0;
+};
+
 // The slot records' addresses, prepared once for a scan.
 //
 // The rule is a substring search: a level turns a slot record's address into a text (":03:00.0", ":03:00", ":03:")
-// and looks for it in the port's path. Pass 0 looks at the port's own address, pass 1 at every bridge above it; in
-// each pass the levels go from the most exact to the least, and within a level the first record in table order
-// wins. All those texts begin with a colon and the bus number, so the records are chained by bus and only compared
-// where the path has a colon and that number: the same answer without 512 searches per port.
+// and looks for it in the port's path. In each pass the levels go from the most exact to the least, and within a level
+// the first record in table order wins. All those texts begin with a colon and a bus number, so an address that the
+// path can hold is looked up in an index: the same answer without 512 searches per port.
 class SlotMatcher {
  public:
-  static constexpr int kPasses = 2;
-
   struct Match {
     std::size_t slot;
-    int level;
+    int level;  // its number
   };
 
   // `slots` must outlive the matcher and keep its addresses.
   explicit SlotMatcher(std::span<const SlotRecord> slots);
 
   // The part of a port's path that a pass searches.
-  static std::string_view searched_text(int pass, std::string_view net_path);
+  static std::string_view searched_text(MatchPass pass, std::string_view net_path);
 
   // The first record that matches, at the highest level that has one.
-  [[nodiscard]] std::optional<Match> find(int pass, std::string_view text) const;
+  [[nodiscard]] std::optional<Match> find(MatchPass pass, std::string_view text) const;
 
   // The text that a level makes of a record's address, for the trace.
-  static void format_pattern(int pass, int level, const SlotRecord& slot, char (&pattern)[16]);
+  static void format_pattern(MatchPass pass, int number, const SlotRecord& slot, char (&pattern)[16]);
 
  private:
-  // What a level takes of an address, and what it adds to the part before comparing.
-  struct Level {
-    int number;
-    bool with_dev;
-    bool with_fun;
-    int add_bus;
-    int add_dev;
-    int add_fun;
-  };
-
-  // A place in a path where a pattern can begin.
+  // A place in a path where a pattern can begin: a bus number between colons, and the text behind.
   struct Place {
-    int bus;                      // the two digits behind the colon, where a colon follows them
-    int dev;                      // the two digits behind that, -1 where there are none
-    std::string_view behind_bus;  // the text from the device number on
+    int bus;
+    std::string_view behind_bus;
   };
 
-  static std::span<const Level> levels(int pass);
-  static bool read_place(std::string_view behind_colon, Place& place);
-  static bool matches_at(const Place& place, const Level& level, const SlotRecord& slot);
-  [[nodiscard]] std::size_t first_match(const Level& level, std::span<const Place> places) const;
+  // The first record of each address, by the part of it that some levels compare.
+  class Index {
+   public:
+    Index(std::span<const SlotRecord> slots, AddressPart part);
 
-  static constexpr std::uint16_t kNone = kMaxRecords;
+    // kMaxRecords when there is none; numbers that no byte holds match nothing.
+    [[nodiscard]] std::size_t find(int bus, int dev, int fun) const;
 
-  std::span<const SlotRecord> slots_;
-  std::array<std::uint16_t, 256> first_;         // by bus: the first record
-  std::array<std::uint16_t, kMaxRecords> next_;  // by record: the next one with the same bus
+   private:
+    static constexpr std::size_t kBuckets = 512;
+
+    [[nodiscard]] PciAddress compared(const SlotRecord& slot) const;
+
+    std::span<const SlotRecord> slots_;
+    AddressPart part_;
+    std::array<std::uint16_t, kBuckets> first_;
+    std::array<std::uint16_t, kMaxRecords> next_;  // by record: one with another address in the same bucket
+  };
+
+  [[nodiscard]] std::size_t first_at(const Place& place, const MatchLevel& level) const;
+
+  std::array<Index, 3> indexes_;  // by AddressPart
 };
 
 }  // namespace qorx

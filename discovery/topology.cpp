@@ -9,6 +9,7 @@
 #include "base/path_text.h"
 #include "base/text_fields.h"
 #include "discovery/port_identity.h"
+#include "records/device_ids.h"
 #include "records/name_column.h"
 #include "records/state.h"
 
@@ -16,9 +17,7 @@ namespace qorx {
 
 namespace {
 
-constexpr std::string_view kDomain = "0000:";
 constexpr std::string_view kVirtualDevices = "/devices/virtual/";
-constexpr std::size_t kMaxPathTokens = 30;
 constexpr std::size_t kFirstDeviceToken = 2;  // behind the two parent-directory steps of a link
 
 std::uint8_t hexadecimal_byte(std::string_view text) {
@@ -26,7 +25,7 @@ std::uint8_t hexadecimal_byte(std::string_view text) {
 }
 
 // Index of the last token that begins with `prefix`, not below the first device token; 0 when there is none.
-std::size_t last_token(const Fields<kMaxPathTokens>& tokens, std::string_view prefix) {
+std::size_t last_token(const PathTokens& tokens, std::string_view prefix) {
   for (std::size_t i = tokens.count; i-- > kFirstDeviceToken;) {
     if (tokens.at[i].starts_with(prefix)) {
       return i;
@@ -41,7 +40,8 @@ void store_address(DeviceRecord& record, PciAddress address) {
   record.fun = address.fun;
 }
 
-// The address in a path component "0000:bb:dd.f", counted from its end.
+// The address in a path component "0000:bb:dd.f", by its last characters, whatever stands before them. A function above
+// 7 is none: deliberate, and unlike parse_pci_address.
 PciAddress parse_last_component(std::string_view token) {
   const std::size_t length = token.size();
   const char digit = token[length - 1];
@@ -59,11 +59,8 @@ PciAddress parse_last_component(std::string_view token) {
 void fill_place(DeviceRecord& record) {
   constexpr std::size_t kShortestAddress = 7;  // "bb:dd.f"
   debug("Splitting string \"%s\" into tokens:\n", record.net_path);
-  const auto tokens = split_fields<kMaxPathTokens>(record.net_path, "/");
-  for (std::size_t i = 0; i < tokens.count; ++i) {
-    debug("%.*s\n", static_cast<int>(tokens.at[i].size()), tokens.at[i].data());
-  }
-  const std::size_t pci = last_token(tokens, kDomain);
+  const PathTokens tokens = split_path(record.net_path);
+  const std::size_t pci = last_token(tokens, kPciDomain);
   if (pci == 0) {
     debug("Can't find valid BDF for %s\n", record.eth_name);
   }
@@ -83,15 +80,15 @@ void fill_place(DeviceRecord& record) {
 }
 
 void fill_ids(DeviceRecord& record, const char* name) {
-  const ConfigSpace config = ConfigSpace::of_interface(name);
+  const NetworkInterface interface(name);
   PciIds subsystem;
-  static_cast<void>(read_interface_subsystem_ids(config, name, subsystem));
+  static_cast<void>(get_eth_device_subsystem_vendor_id_device_id(interface, subsystem));
   record.subsys_vendor_id = subsystem.vendor;
   record.subsys_device_id = subsystem.device;
   debug("sub vendor id: %x\n", subsystem.vendor);
   debug("sub device id: %x\n", subsystem.device);
   PciIds device;
-  static_cast<void>(read_interface_ids(config, name, device));
+  static_cast<void>(get_eth_device_vendor_id_device_id(interface, device));
   record.vendor_id = device.vendor;
   record.device_id = device.device;
   debug("vendor id: %x\n", device.vendor);
@@ -115,20 +112,17 @@ void fill_record(DeviceRecord& record, const char* name, std::string_view link) 
   debug("addr: %s\n", record.mac_addr);
 }
 
-void merge_slot(SlotRecord& slot, SlotRecord& twin) {
-  twin.slot_name[0] = '\0';
-  slot.port_count = static_cast<std::uint8_t>(slot.port_count + twin.port_count);
-  if (slot.vendor_id == 0) {
-    slot.vendor_id = twin.vendor_id;
-  }
-  for (std::size_t k = 0; k < twin.device_id_number; ++k) {
-    static_cast<void>(add_device_id(slot, twin.device_id[k], twin.device_id_count[k]));
-  }
-}
-
 }  // namespace
 
-std::int8_t get_eth_device_pcie_info(const char* name, PortReading mode) {
+PathTokens split_path(const char* net_path) {
+  const PathTokens tokens = split_fields<kMaxPathTokens>(net_path, "/");
+  for (std::size_t i = 0; debugging() && i < tokens.count; ++i) {
+    debug("%.*s\n", static_cast<int>(tokens.at[i].size()), tokens.at[i].data());
+  }
+  return tokens;
+}
+
+std::int8_t get_eth_device_pcie_info(const char* name, DeviceRecord* record) {
   const PathText path{"/sys/class/net/", name};
   std::array<char, QORX_PATH_SIZE - 1> buffer;  // NOLINT(cppcoreguidelines-pro-type-member-init): readlink fills
   const long length = read_system_link(path.c_str(), buffer);
@@ -142,23 +136,17 @@ std::int8_t get_eth_device_pcie_info(const char* name, PortReading mode) {
     debug("found vlan %s\n", name);
     return kVirtualInterface;
   }
-  if (mode == PortReading::kFillRecord) {
-    const std::size_t index = device_records().size();
-    fill_record(fresh_device_record(index), name, link);
+  if (record != nullptr) {
+    fill_record(*record, name, link);
     if (status < 0) {
-      fresh_device_record(index);  // an interface that is left out leaves nothing behind
+      *record = {};  // an interface that is left out leaves nothing behind
     }
   }
   return status;
 }
 
-PciAddress parse_device_name(const char* name_behind_domain) {
-  const auto fields = split_fields<3>(name_behind_domain, ":.");
-  return {hexadecimal_byte(fields.at[0]), hexadecimal_byte(fields.at[1]), hexadecimal_byte(fields.at[2])};
-}
-
 std::int32_t get_pcie_switch_bus(PciAddress& address, char (&path)[QORX_NAME_SIZE]) {
-  const DeviceName own_name(address.bus, address.dev, address.fun);
+  const DeviceName own_name(address);
   if (path[0] == '\0') {
     copy_text(path, "/sys/devices/pci0000:00");
   }
@@ -173,8 +161,8 @@ std::int32_t get_pcie_switch_bus(PciAddress& address, char (&path)[QORX_NAME_SIZ
   while (const char* const entry = directory.next_entry()) {
     const std::string_view name = entry;
     // The port's own services (0000:00:1c.0:pcie001 and the like) lie beside the devices behind it.
-    if (name.starts_with(kDomain) && !name.starts_with(own_name.view())) {
-      address = parse_device_name(entry + kDomain.size());
+    if (name.starts_with(kPciDomain) && !name.starts_with(own_name.view())) {
+      address = parse_pci_address(text_behind(name, kPciDomain.size()));
       debug("%x\n%x\n%x\n", address.bus, address.dev, address.fun);
       return 1;
     }
@@ -205,22 +193,6 @@ void assign_bus_high_low() {
   }
 }
 
-bool add_device_id(SlotRecord& slot, std::uint32_t device_id, std::uint8_t count) {
-  for (std::size_t k = 0; k < slot.device_id_number; ++k) {
-    if (slot.device_id[k] == device_id) {
-      slot.device_id_count[k] = static_cast<std::uint8_t>(slot.device_id_count[k] + count);
-      return false;
-    }
-  }
-  if (slot.device_id_number >= QORX_MAX_DEVICE_IDS) {
-    return false;
-  }
-  slot.device_id[slot.device_id_number] = device_id;
-  slot.device_id_count[slot.device_id_number] = count;
-  ++slot.device_id_number;
-  return true;
-}
-
 std::int32_t qorx_handle_multi_root() {
   const auto slots = slot_records();
   NameColumn<SlotRecord> names(slots, &SlotRecord::slot_name);
@@ -231,7 +203,8 @@ std::int32_t qorx_handle_multi_root() {
     }
     for (std::size_t j = names.find_next(i), next = kNoRecord; j != kNoRecord; j = next) {
       next = names.find_next(j);
-      merge_slot(slot, slots[j]);
+      slots[j].slot_name[0] = '\0';
+      add_ports_of(slots[j], slot);
       names.renew(j);
     }
   }

@@ -171,10 +171,11 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size
   run_at_both_levels([&] {
     qorx::DeviceRecord& record = qorx_eth_device_mapping[0];
     qorx_system_environment_info.eth_device_number = 1;
+    qorx::I2cAdapters adapters;
     qorx::copy_text(record.eth_name, "eth0");
     qorx::copy_text(record.slot_name, designation);
     record.smbios_type = onboard ? QORX_SMBIOS_ONBOARD_DEVICE : QORX_SMBIOS_SYSTEM_SLOT;
-    require(qorx::parse_bypass_descriptor(record) == 0, "a descriptor can't fail where adapters are listed");
+    require(qorx::parse_bypass_descriptor(adapters, record) == 0, "a descriptor can't fail where adapters are listed");
     compare(record, expected);
     return 0;
   });

@@ -45,7 +45,8 @@ void check_subsystem_ids(Bytes config) {
   const std::size_t at = bridge ? capability + 4U : 0x2C;
   const bool has_ids = !bridge || capability != 0;
   PciIds ids;
-  const std::int32_t code = read_PCI_subsystem_vendor_id_device_id(kAddress, ids);
+  PciFunctions functions;
+  const std::int32_t code = read_PCI_subsystem_vendor_id_device_id(functions, kAddress, ids);
   require(code == (has_ids ? 0 : -1), "only a bridge without the capability has no subsystem ids");
   require(ids.vendor == (has_ids ? id_at(config, at) : QORX_ID_UNKNOWN) &&
               ids.device == (has_ids ? id_at(config, at + 2) : QORX_ID_UNKNOWN),

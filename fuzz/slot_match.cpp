@@ -51,12 +51,13 @@ std::optional<SlotMatcher::Match> plain_find(int pass, const std::string& text, 
   return std::nullopt;
 }
 
-void compare(const SlotMatcher& matcher, int pass, const std::string& path) {
+void compare(const SlotMatcher& matcher, MatchPass match_pass, const std::string& path) {
+  const int pass = static_cast<int>(match_pass);
   const std::string text =
       pass == 0 ? path.substr(path.size() - std::min<std::size_t>(path.size(), 8)) : path.substr(0, 100);
-  require(SlotMatcher::searched_text(pass, path) == text, "a pass searches its part of the path");
+  require(SlotMatcher::searched_text(match_pass, path) == text, "a pass searches its part of the path");
   const auto plain = plain_find(pass, text, slot_records());
-  const auto found = matcher.find(pass, text);
+  const auto found = matcher.find(match_pass, text);
   require(found.has_value() == plain.has_value(), "a slot is found when a pattern occurs");
   if (!found) {
     return;
@@ -64,7 +65,7 @@ void compare(const SlotMatcher& matcher, int pass, const std::string& path) {
   require(found->slot == plain->slot && found->level == plain->level, "the best level's first slot wins");
   char pattern[16];
   const SlotRecord& slot = slot_records()[found->slot];
-  SlotMatcher::format_pattern(pass, found->level, slot, pattern);
+  SlotMatcher::format_pattern(match_pass, found->level, slot, pattern);
   require(pattern == plain_pattern(pass, found->level, slot), "the traced pattern is the one that matched");
 }
 
@@ -86,7 +87,7 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size
   }
   const std::string path(as_text(input.rest()));
   const qorx::SlotMatcher matcher(qorx::slot_records());
-  for (int pass = 0; pass < qorx::SlotMatcher::kPasses; ++pass) {
+  for (const qorx::MatchPass pass : qorx::kMatchPasses) {
     compare(matcher, pass, path);
   }
   return 0;

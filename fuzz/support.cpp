@@ -13,9 +13,8 @@
 
 #include "base/messages.h"
 #include "base/system_root.h"
-#include "ident/model_lookup.h"
-#include "ident/subsystem_hooks.h"
 #include "records/state.h"
+#include "tests/support/reset_library.h"
 
 namespace qorx::fuzz {
 
@@ -77,23 +76,6 @@ void check_tables() {
   require(info.smbios_t9_slot_number <= info.eth_smbios_t9_t41_number, "no more named slots than slots");
   std::ranges::for_each(device_records(), check_device);
   std::ranges::for_each(slot_records(), check_slot);
-}
-
-void reset_library() {
-  clear_tables();
-  for (std::int32_t* const flag : {&g_config_flag, &g_legacy_flag, &g_WMX_name_flag, &g_smbios_flag, &g_diag,
-                                   &g_force_flag, &g_sort_slotname, &g_vm_bypass, &g_novlan}) {
-    *flag = 0;
-  }
-  for (char* const name :
-       {g_config_file_name, g_WMX_name_file_name, g_smbios_file_name, g_entry_point_file, g_dmi_file}) {
-    std::memset(name, 0, QORX_NAME_SIZE);
-  }
-  g_qorx_init = -1;
-  g_x86_i2c_root_port_number = -1;
-  wrong_seg_flag = 0;
-  model_name[0] = '\0';
-  forget_visited_functions();
 }
 
 std::size_t fingerprint(const void* bytes, std::size_t size) {
@@ -206,7 +188,7 @@ void repair_checksums(std::vector<std::uint8_t>& entry_point) {
 }
 
 LibraryRun::LibraryRun(int message_level) : free_descriptor_(next_free_descriptor()) {
-  reset_library();
+  test::reset_library();
   require(qorx_set_message_level(message_level) == 0, "levels 0 to 2 exist");
 }
 

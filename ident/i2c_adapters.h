@@ -2,16 +2,59 @@
 #ifndef QORX_IDENT_I2C_ADAPTERS_H
 #define QORX_IDENT_I2C_ADAPTERS_H
 
+#include <array>
+#include <cstddef>
 #include <cstdint>
+#include <string_view>
+
+#include "base/system_root.h"
 
 namespace qorx {
 
+// The kernel's list of adapters, in the order in which the folder lists them. The folder is read as far as it is asked
+// for, and each adapter once in the life of this object.
+class I2cAdapters {
+ public:
+  static constexpr const char* kFolder = "/sys/class/i2c-adapter";
+
+  struct Adapter {
+    const char* entry;      // in the folder
+    std::string_view name;  // first line of its name file; empty when it can't be read
+  };
+
+  I2cAdapters() {}  // NOLINT(cppcoreguidelines-pro-type-member-init): the texts are filled as far as they are used
+
+  // Goes back to the first adapter. False when the folder can't be opened.
+  bool rewind();
+
+  // The next adapter, valid until the next call; false behind the last one.
+  bool next(Adapter& adapter);
+
+ private:
+  static constexpr std::size_t kNameSize = 100;  // of an adapter's name, with its NUL
+  static constexpr std::size_t kTextsOfOne = 256 + kNameSize;
+  static constexpr std::size_t kKept = std::size_t{64} << 10;
+
+  bool read_next();
+
+  SystemDirectory folder_{nullptr};
+  enum class Folder : std::uint8_t { kNotOpened, kCannotBeOpened, kOpen, kEnded } state_ = Folder::kNotOpened;
+  // Each adapter's entry and name, both ended by NUL. What no longer fits is read into the room behind, and again when
+  // it is asked for again: no machine has so many adapters.
+  std::array<char, kKept + kTextsOfOne> texts_;
+  std::size_t used_ = 0;
+  std::size_t position_ = 0;  // of the next adapter
+  std::size_t kept_ = 0;      // adapters
+  bool is_past_kept_ = false;
+};
+
 // Stores in *port the number of the first adapter whose name contains `pattern`; *port stays when there is none.
 // Returns 0, or QORX_ERR_OPEN_DIR as a byte when the adapters can't be listed.
-std::int32_t get_x86_i2c_port_number(std::uint32_t* port, const char* pattern);
+std::int32_t get_x86_i2c_port_number(I2cAdapters& adapters, std::uint32_t* port, const char* pattern);
 
 // The same for the adapter that the kernel made for one channel of an I2C multiplexer on adapter `parent`.
-std::int32_t get_i2c_mux_port_number(std::uint32_t* port, std::uint32_t parent, std::uint32_t channel);
+std::int32_t get_i2c_mux_port_number(I2cAdapters& adapters, std::uint32_t* port, std::uint32_t parent,
+                                     std::uint32_t channel);
 
 }  // namespace qorx
 

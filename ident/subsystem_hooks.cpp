@@ -1,27 +1,22 @@
 #include "ident/subsystem_hooks.h"
 
 #include <algorithm>
-#include <bitset>
 #include <string_view>
 
 #include "base/bounded_text.h"
 #include "base/messages.h"
 #include "base/path_text.h"
 #include "base/text_fields.h"
-#include "discovery/pci_config.h"
+#include "discovery/topology.h"
 #include "ident/supported_devices.h"
 
 namespace qorx {
 
 namespace {
 
-constexpr std::string_view kDomain = "0000:";
 constexpr std::string_view kModel = "WMX-LH53";
 constexpr std::uint32_t kModelDeviceId = 0x204A;
-constexpr std::size_t kMaxPathTokens = 30;
 constexpr std::size_t kAddressTextLimit = 16;
-constexpr std::uint8_t kLastDevice = 31;
-constexpr std::uint8_t kLastFunction = 7;
 
 // Controllers, as device id and vendor id.
 constexpr std::uint32_t controller(std::uint32_t vendor_id, std::uint32_t device_id) {
@@ -40,46 +35,45 @@ constexpr std::uint32_t kI226OnboardBypass = 0x3043;
 
 constexpr std::size_t kSharedControllerPorts = 4;
 
-// Functions already visited in this scan, by bus, device and function. Reading a bridge's ids again for every port
-// behind it would be a bus access that nobody can see.
-std::bitset<65536> g_visited;
-std::bitset<65536> g_carries_module_ids;
+// The address in a path component, by the first characters behind its domain.
+PciAddress parse_component(std::string_view component) {
+  const std::string_view text = text_behind(component, kPciDomain.size()).substr(0, kAddressTextLimit);
+  if (debugging()) {
+    debug("check %.*s\n", static_cast<int>(text.size()), text.data());
+    FieldSplitter pieces(text);
+    while (const auto piece = pieces.next(kPciAddressDelimiters)) {
+      debug("%.*s\n", static_cast<int>(piece->size()), piece->data());
+    }
+  }
+  const PciAddress address = parse_pci_address(text);
+  debug("BUS:DEV.FUN: %x %x %x\n", address.bus, address.dev, address.fun);
+  return address;
+}
 
-bool read_carries_module_ids(std::uint32_t index, PciAddress address) {
-  PciIds ids;
-  static_cast<void>(read_PCI_subsystem_vendor_id_device_id(address, ids));
-  debug("%d %x %x!\n", static_cast<int>(index), ids.vendor, ids.device);
+bool are_module_ids(PciIds ids) {
   return ids.vendor == kMakerVendorId && ids.device == kModelDeviceId;
 }
 
-std::size_t visit_key(PciAddress address) {
-  return std::size_t{address.bus} << 8 | static_cast<std::size_t>(address.dev << 3) | address.fun;
+// Whether the port's own function is known not to carry the module's ids: its last path component is the device behind
+// the interface, through which the ids have just been read.
+bool is_other_own_function(const DeviceRecord& record, PciAddress address) {
+  const PciAddress own{record.bus, record.dev, record.fun};
+  // With the slash, so that "10000:00:0e.0", a function of another domain, is not taken for one of domain 0000.
+  const JoinedText<16> component{"/", DeviceName(own).view()};
+  return address == own && record.subsys_vendor_id < QORX_ID_UNKNOWN &&
+         !are_module_ids({record.subsys_vendor_id, record.subsys_device_id}) &&
+         std::string_view(record.net_path).ends_with(component.view());
 }
 
-bool carries_module_ids(std::uint32_t index, PciAddress address) {
-  // Traces show every visit; and an address outside the PCI ranges names no function to remember.
-  if (debugging() || address.dev > kLastDevice || address.fun > kLastFunction) {
-    return read_carries_module_ids(index, address);
+bool carries_module_ids(PciFunctions& functions, const DeviceRecord& record, PciAddress address) {
+  const bool is_other = is_other_own_function(record, address);
+  if (is_other && !debugging()) {
+    return false;  // reading the same registers again would only show in traces
   }
-  const std::size_t key = visit_key(address);
-  if (!g_visited[key]) {
-    g_visited[key] = true;
-    g_carries_module_ids[key] = read_carries_module_ids(index, address);
-  }
-  return g_carries_module_ids[key];
-}
-
-// The address in a path component behind its domain.
-PciAddress parse_component(std::string_view text) {
-  debug("check %.*s\n", static_cast<int>(text.size()), text.data());
-  const auto pieces = split_fields<kAddressTextLimit>(text, ":.");
-  for (std::size_t i = 0; i < pieces.count; ++i) {
-    debug("%.*s\n", static_cast<int>(pieces.at[i].size()), pieces.at[i].data());
-  }
-  const auto byte = [](std::string_view piece) { return static_cast<std::uint8_t>(parse_hexadecimal(piece)); };
-  const PciAddress address{byte(pieces.at[0]), byte(pieces.at[1]), byte(pieces.at[2])};
-  debug("BUS:DEV.FUN: %x %x %x\n", address.bus, address.dev, address.fun);
-  return address;
+  PciIds ids;
+  static_cast<void>(read_PCI_subsystem_vendor_id_device_id(functions, address, ids));
+  debug("%d %x %x!\n", static_cast<int>(index_of(record)), ids.vendor, ids.device);
+  return !is_other && are_module_ids(ids);
 }
 
 std::uint32_t controller_of(const DeviceRecord& record) {
@@ -137,19 +131,11 @@ void keep_lowest_bus_flag(std::span<const DeviceRecord> records, DeviceRecord& r
 
 }  // namespace
 
-bool qorx_is_WMX_LH53(std::uint32_t index) {
-  DeviceRecord& record = qorx_eth_device_mapping[std::min<std::size_t>(index, kMaxRecords - 1)];
+bool qorx_is_WMX_LH53(PciFunctions& functions, DeviceRecord& record) {
   debug("qorx_check_WMX_LH53 Splitting string \"%s\" into tokens:\n", record.net_path);
-  const auto tokens = split_fields<kMaxPathTokens>(record.net_path, "/");
-  for (std::size_t i = 0; i < tokens.count; ++i) {
-    debug("%.*s\n", static_cast<int>(tokens.at[i].size()), tokens.at[i].data());
-  }
+  const PathTokens tokens = split_path(record.net_path);
   for (std::size_t i = tokens.count; i-- > 0;) {
-    if (!tokens.at[i].starts_with(kDomain)) {
-      continue;
-    }
-    const PciAddress address = parse_component(tokens.at[i].substr(kDomain.size(), kAddressTextLimit));
-    if (carries_module_ids(index, address)) {
+    if (tokens.at[i].starts_with(kPciDomain) && carries_module_ids(functions, record, parse_component(tokens.at[i]))) {
       copy_text(record.model, kModel);
       copy_text(record.panel_name, "N/A");
       record.feature = QORX_FEATURE_NA;
@@ -157,22 +143,6 @@ bool qorx_is_WMX_LH53(std::uint32_t index) {
     }
   }
   return false;
-}
-
-void note_own_function(const DeviceRecord& record) {
-  const bool carries_ids = record.subsys_vendor_id == kMakerVendorId && record.subsys_device_id == kModelDeviceId;
-  const PciAddress own{record.bus, record.dev, record.fun};
-  // With the slash, so that "10000:00:0e.0", a function of another domain, is not taken for one of domain 0000.
-  const JoinedText<16> component{"/", DeviceName(own.bus, own.dev, own.fun).view()};
-  if (own.fun <= kLastFunction && own.dev <= kLastDevice && record.subsys_vendor_id < QORX_ID_UNKNOWN && !carries_ids &&
-      std::string_view(record.net_path).ends_with(component.view())) {
-    g_visited[visit_key(own)] = true;
-  }
-}
-
-void forget_visited_functions() {
-  g_visited.reset();
-  g_carries_module_ids.reset();
 }
 
 void post_subsystem_id_general_hook() {

@@ -11,7 +11,7 @@ std::int32_t check_environment() {
   look_at_standard_output();
   for (const char* const path : {"/sys/class/net", "/sys/devices/pci0000:00"}) {
     if (!is_system_directory(path)) {
-      error("%s folder do not exist or can't access. Please check your environment\n", path);
+      report_inaccessible_folder(path);
       return QORX_ERR_OPEN_DIR;
     }
     debug("Folder %s exist\n", path);

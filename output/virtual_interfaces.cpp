@@ -11,21 +11,32 @@
 
 namespace qorx {
 
+namespace {
+
+constexpr const char* kInterfaces = "/sys/class/net";
+
+}  // namespace
+
 std::int32_t for_each_virtual_interface(const char* eth_name, TakeVirtualInterface take, void* context) {
   const NameColumn<DeviceRecord> ports(device_records(), &DeviceRecord::eth_name);
-  SystemDirectory interfaces = open_system_directory("/sys/class/net");
+  SystemDirectory interfaces = open_system_directory(kInterfaces);
   while (const char* const entry = interfaces.is_open() ? interfaces.next_entry() : nullptr) {
     const std::string_view name = entry;
-    const bool is_wanted = eth_name == nullptr || name == eth_name;
-    // Asking again about a port that the scan has recorded, or about one that is filtered out, only shows in traces.
-    const bool is_asked = debugging() || (is_wanted && ports.find(name) == kNoRecord);
-    if (name == "lo" || !is_asked || get_eth_device_pcie_info(entry, PortReading::kClassifyOnly) != kVirtualInterface ||
-        !is_wanted) {
+    const bool is_wanted = (eth_name == nullptr || name == eth_name) && ports.find(name) == kNoRecord;
+    // Asking about a port that the scan has recorded, or about one that is filtered out, only shows in traces.
+    if (name == "lo" || !(is_wanted || debugging())) {
       continue;
     }
-    char mac[kMacTextSize];
-    static_cast<void>(get_eth_device_mac_address(entry, mac));
-    take(context, entry, mac);
+    const bool is_virtual = get_eth_device_pcie_info(entry, nullptr) == kVirtualInterface;
+    if (is_wanted && is_virtual) {
+      char mac[kMacTextSize];
+      static_cast<void>(get_eth_device_mac_address(entry, mac));
+      take(context, entry, mac);
+    }
+  }
+  if (!interfaces.is_open() || interfaces.failed()) {
+    report_inaccessible_folder(kInterfaces);
+    return QORX_ERR_OPEN_DIR;
   }
   return 0;
 }

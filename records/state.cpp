@@ -81,8 +81,12 @@ std::span<SlotRecord> slot_records() {
           std::min<std::size_t>(qorx_system_environment_info.eth_smbios_t9_t41_number, kMaxRecords)};
 }
 
-DeviceRecord& fresh_device_record(std::size_t index) {
-  return fresh_record(qorx_eth_device_mapping, index, g_devices_touched);
+DeviceRecord& next_device_record() {
+  return fresh_record(qorx_eth_device_mapping, qorx_system_environment_info.eth_device_number, g_devices_touched);
+}
+
+std::size_t index_of(const DeviceRecord& record) {
+  return static_cast<std::size_t>(&record - qorx_eth_device_mapping);
 }
 
 SlotRecord& fresh_slot_record(std::size_t index) {

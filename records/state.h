@@ -31,8 +31,14 @@ inline bool carries_control(const DeviceRecord& record) {
   return record.fun % 2 == 0;
 }
 
-// The record at `index` (below kMaxRecords), cleared, to be filled by the caller.
-DeviceRecord& fresh_device_record(std::size_t index);
+// The device record behind the valid ones, cleared, to be filled by the caller, who then counts it. In a full table it
+// is the last one.
+DeviceRecord& next_device_record();
+
+// A record's place in the table, for traces.
+std::size_t index_of(const DeviceRecord& record);
+
+// The slot record at `index` (below kMaxRecords), cleared, to be filled by the caller.
 SlotRecord& fresh_slot_record(std::size_t index);
 
 // Zeroes both tables whole, whatever a program has written there, and the counters. Returns 0. Clearing them byte by

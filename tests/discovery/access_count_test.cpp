@@ -104,7 +104,10 @@ class LogReader {
   void note_open(const std::string& arguments, long result) {
     const std::size_t first = arguments.find('"');
     const std::size_t last = arguments.rfind('"');
-    const std::string path = arguments.substr(first + 1, last - first - 1);
+    std::string path = arguments.substr(first + 1, last - first - 1);
+    if (const auto folder = open_.find(descriptor("openat", arguments)); folder != open_.end()) {
+      path = root_ + calls_.visits[folder->second].path + "/" + path;
+    }
     if (result >= 0 && path.starts_with(root_ + "/")) {
       open_[result] = calls_.visits.size();
       calls_.visits.push_back({path.substr(root_.size()), {}, {}});

@@ -13,6 +13,12 @@
 namespace qorx::test {
 namespace {
 
+// The descriptor of a machine that has not been asked for its adapters before.
+std::int32_t parse_descriptor(DeviceRecord& record) {
+  I2cAdapters adapters;
+  return parse_bypass_descriptor(adapters, record);
+}
+
 constexpr const char* kPch = "SMBus I801 adapter at efa0";
 
 // "4=pch 9=7/4": adapter 4 is the host's, adapter 9 is channel 4 of the multiplexer on adapter 7.
@@ -44,7 +50,7 @@ class HostBus : public RowTest<Correction, MachineTest> {
 
   static Outcome parsed(const std::string& slot_name, int smbios_type = 9) {
     DeviceRecord& record = add_device("eth0", slot_name, smbios_type);
-    return outcome_of([&] { return parse_bypass_descriptor(record); });
+    return outcome_of([&] { return parse_descriptor(record); });
   }
 
   static void expect_path(const std::string& path) {
@@ -58,7 +64,7 @@ class HostBus : public RowTest<Correction, MachineTest> {
   // The traces of the descriptor parser itself, without those of the adapter searches.
   static std::string own_traces(const std::string& slot_name, int smbios_type = 9) {
     DeviceRecord& record = add_device("eth0", slot_name, smbios_type);
-    std::istringstream lines(traced_by([&] { EXPECT_EQ(parse_bypass_descriptor(record), 0); }));
+    std::istringstream lines(traced_by([&] { EXPECT_EQ(parse_descriptor(record), 0); }));
     std::string kept;
     for (std::string line; std::getline(lines, line);) {
       const bool of_search = line.starts_with("/sys/class/i2c-adapter/") || line.starts_with("Root bus: ") ||
@@ -163,7 +169,7 @@ TEST_F(HostBus, MissingAdaptersFailTheFirstSearchOnly) {
 TEST_F(HostBus, TracesOfTheSearchesStandWhereTheyHappen) {
   machine_.add_i2c_adapter(0, kPch);
   DeviceRecord& record = add_device("eth0", "(H.0.2.5)", 9);
-  EXPECT_EQ(traced_by([&] { EXPECT_EQ(parse_bypass_descriptor(record), 0); }),
+  EXPECT_EQ(traced_by([&] { EXPECT_EQ(parse_descriptor(record), 0); }),
             "/sys/class/i2c-adapter/i2c-0/name, i2c-0\n"
             "Root bus: i2c-0, founded.\n"
             "Found I2C mux port: i2c-0-mux (chan_id 2)\n"

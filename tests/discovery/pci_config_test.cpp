@@ -140,7 +140,10 @@ TEST_F(PciConfig, AnAddressNamesItsFileInLowerCaseHexadecimal) {
                                                               {{0xAB, 0x0F, 0x07}, "0000:ab:0f.7"},
                                                               {{0xFF, 0xFF, 0xFF}, "0000:ff:ff.ff"}};
   for (const auto& [address, name] : names) {
-    const auto read = [this, address = address] { return read_PCI_subsystem_vendor_id_device_id(address, ids_); };
+    const auto read = [this, address = address] {
+      PciFunctions functions;  // that has not read it before
+      return read_PCI_subsystem_vendor_id_device_id(functions, address, ids_);
+    };
     EXPECT_EQ(traced_by([&] { EXPECT_EQ(read(), QORX_ERR_OPEN_FILE); }),
               "can't open name /sys/bus/pci/devices/" + name + "/config\n");
     expect_ids(0x10000, 0x10000);

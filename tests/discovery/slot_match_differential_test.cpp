@@ -151,7 +151,7 @@ std::string printed(const std::optional<Match>& match) {
 }
 
 struct Coverage {
-  std::array<std::array<int, 7>, SlotMatcher::kPasses> by_level{};  // [pass][level], level 0: none
+  std::array<std::array<int, 7>, kMatchPasses.size()> by_level{};  // [pass][level], level 0: none
   int short_paths = 0;
   int long_paths = 0;
 };
@@ -159,15 +159,16 @@ struct Coverage {
 void compare(const SlotMatcher& matcher, const std::string& net_path, Coverage& coverage) {
   coverage.short_paths += net_path.size() < 8 ? 1 : 0;
   coverage.long_paths += net_path.size() > 100 ? 1 : 0;
-  for (int pass = 0; pass < SlotMatcher::kPasses; ++pass) {
+  for (const MatchPass match_pass : kMatchPasses) {
+    const int pass = static_cast<int>(match_pass);
     const auto expected = plain_find(pass, net_path);
     ++coverage.by_level.at(static_cast<std::size_t>(pass)).at(expected ? static_cast<std::size_t>(expected->level) : 0);
-    ASSERT_EQ(SlotMatcher::searched_text(pass, net_path), plain_text(pass, net_path)) << net_path;
-    const auto found = matcher.find(pass, SlotMatcher::searched_text(pass, net_path));
+    ASSERT_EQ(SlotMatcher::searched_text(match_pass, net_path), plain_text(pass, net_path)) << net_path;
+    const auto found = matcher.find(match_pass, SlotMatcher::searched_text(match_pass, net_path));
     ASSERT_EQ(printed(found), printed(expected)) << "pass " << pass << " of " << net_path;
     if (found) {
       char pattern[16];
-      SlotMatcher::format_pattern(pass, found->level, slot_records()[found->slot], pattern);
+      SlotMatcher::format_pattern(match_pass, found->level, slot_records()[found->slot], pattern);
       ASSERT_EQ(pattern, plain_pattern(pass, found->level, slot_records()[found->slot]));
     }
   }

@@ -11,8 +11,8 @@
 namespace qorx::test {
 namespace {
 
-constexpr int kOwn = 0;      // the pass over the port's own address
-constexpr int kBridges = 1;  // the pass over every bridge above it
+constexpr MatchPass kOwn = MatchPass::kOwnAddress;   // the pass over the port's own address
+constexpr MatchPass kBridges = MatchPass::kBridges;  // the pass over every bridge above it
 constexpr int kNone = -1;
 
 struct Address {
@@ -26,7 +26,8 @@ class SlotMatch : public testing::Test {
   void SetUp() override { reset_library(); }
 
   // Finds the slot of `path` among slots with these addresses: its index and level.
-  static std::optional<SlotMatcher::Match> find(const std::vector<Address>& slots, int pass, std::string_view path) {
+  static std::optional<SlotMatcher::Match> find(const std::vector<Address>& slots, MatchPass pass,
+                                                std::string_view path) {
     reset_library();
     for (const Address& a : slots) {
       add_slot("S", 9, a.bus, a.dev, a.fun);
@@ -34,12 +35,12 @@ class SlotMatch : public testing::Test {
     return SlotMatcher(slot_records()).find(pass, SlotMatcher::searched_text(pass, path));
   }
 
-  static int level_of(const Address& slot, int pass, std::string_view path) {
+  static int level_of(const Address& slot, MatchPass pass, std::string_view path) {
     const auto match = find({slot}, pass, path);
     return match ? match->level : kNone;
   }
 
-  static int index_of(const std::vector<Address>& slots, int pass, std::string_view path) {
+  static int index_of(const std::vector<Address>& slots, MatchPass pass, std::string_view path) {
     const auto match = find(slots, pass, path);
     return match ? static_cast<int>(match->slot) : kNone;
   }
@@ -182,7 +183,7 @@ TEST_F(SlotMatch, TheLastOfAFullTableIsFound) {
 
 TEST_F(SlotMatch, PatternsAreShownAsTheyAreComparedWith) {
   struct Case {
-    int pass;
+    MatchPass pass;
     int level;
     const char* pattern;
   };

@@ -42,9 +42,8 @@ class LinkLength : public testing::TestWithParam<Case> {
 
 TEST_P(LinkLength, TheStatusIsItsLowByteAsASignedNumber) {
   machine_.add_raw_interface("eth0", link_of_length(GetParam().length));
-  for (const PortReading mode : {PortReading::kFillRecord, PortReading::kClassifyOnly}) {
-    EXPECT_EQ(get_eth_device_pcie_info("eth0", mode), GetParam().status);
-  }
+  EXPECT_EQ(get_eth_device_pcie_info("eth0", &next_device_record()), GetParam().status);
+  EXPECT_EQ(get_eth_device_pcie_info("eth0", nullptr), GetParam().status);
 }
 
 TEST_P(LinkLength, OnlyAStatusOfZeroOrMoreIsListed) {
@@ -63,8 +62,7 @@ TEST_P(LinkLength, OnlyAStatusOfZeroOrMoreIsListed) {
 
 TEST_P(LinkLength, AStatusOfMinusOneIsTracedAsUnreadable) {
   machine_.add_raw_interface("eth0", link_of_length(GetParam().length));
-  const std::string trace =
-      traced_by([] { static_cast<void>(get_eth_device_pcie_info("eth0", PortReading::kClassifyOnly)); });
+  const std::string trace = traced_by([] { static_cast<void>(get_eth_device_pcie_info("eth0", nullptr)); });
   EXPECT_EQ(trace, GetParam().status == -1 ? "can't readlink /sys/class/net/eth0\n" : "");
 }
 
@@ -83,7 +81,7 @@ class VirtualLinkLength : public testing::TestWithParam<Case> {
 
 TEST_P(VirtualLinkLength, AReadableLinkIsVirtualWhateverItsLength) {
   machine_.add_raw_interface("eth0", link_of_length(GetParam().length, "../../devices/virtual/"));
-  EXPECT_EQ(get_eth_device_pcie_info("eth0", PortReading::kFillRecord), GetParam().status);
+  EXPECT_EQ(get_eth_device_pcie_info("eth0", &next_device_record()), GetParam().status);
   EXPECT_STREQ(qorx_eth_device_mapping[0].eth_name, "");
 }
 
@@ -97,15 +95,15 @@ TEST(LinkText, VirtualIsSaidByTheDirectoriesInItNotByAName) {
   FakeMachine machine;
   machine.add_raw_interface("eth0", "../../devices/virtual-bus/0000:03:00.1/net/eth0");
   machine.add_raw_interface("eth1", "../../x/devices/virtual/net/eth1");
-  EXPECT_GT(get_eth_device_pcie_info("eth0", PortReading::kClassifyOnly), 0);
-  EXPECT_EQ(get_eth_device_pcie_info("eth1", PortReading::kClassifyOnly), kVirtualInterface);
+  EXPECT_GT(get_eth_device_pcie_info("eth0", nullptr), 0);
+  EXPECT_EQ(get_eth_device_pcie_info("eth1", nullptr), kVirtualInterface);
 }
 
 TEST(LinkText, TheTailIsCutByItsLengthAlone) {
   reset_library();
   FakeMachine machine;
   machine.add_raw_interface("eth0", "../../devices/pci0000:00/0000:03:00.1/xyz/wan7");
-  static_cast<void>(get_eth_device_pcie_info("eth0", PortReading::kFillRecord));
+  static_cast<void>(get_eth_device_pcie_info("eth0", &next_device_record()));
   EXPECT_STREQ(qorx_eth_device_mapping[0].net_path, "../../devices/pci0000:00/0000:03:00.1");
   EXPECT_EQ(qorx_eth_device_mapping[0].bus, 3);
 }

@@ -23,7 +23,7 @@ class PortPlace : public testing::Test {
   const DeviceRecord& place(const std::string& net_path) {
     machine_.remove("sys/class/net/eth0");
     machine_.add_raw_interface("eth0", net_path + "/net/eth0");
-    static_cast<void>(get_eth_device_pcie_info("eth0", PortReading::kFillRecord));
+    static_cast<void>(get_eth_device_pcie_info("eth0", &next_device_record()));
     return qorx_eth_device_mapping[0];
   }
 
@@ -42,7 +42,7 @@ class PortPlace : public testing::Test {
 TEST_F(PortPlace, AFilledRecordHasNamePathAddressIdsAndMac) {
   machine_.add_port("eth0", "0000:00:1c.0/0000:03:00.1", {0x8086, 0x1521, 0x13FE, 0x0038}, "02:00:00:00:00:05");
   const std::string net_path = std::string(kDevices) + "0000:00:1c.0/0000:03:00.1";
-  EXPECT_EQ(get_eth_device_pcie_info("eth0", PortReading::kFillRecord), static_cast<int>(net_path.size() + 9));
+  EXPECT_EQ(get_eth_device_pcie_info("eth0", &next_device_record()), static_cast<int>(net_path.size() + 9));
   const DeviceRecord& record = qorx_eth_device_mapping[0];
   EXPECT_STREQ(record.eth_name, "eth0");
   EXPECT_EQ(record.net_path, net_path);
@@ -60,7 +60,7 @@ TEST_F(PortPlace, AFilledRecordHasNamePathAddressIdsAndMac) {
 TEST_F(PortPlace, TheNextFreeRecordIsFilled) {
   add_device("eth0");
   machine_.add_port("eth1", "0000:03:00.1");
-  static_cast<void>(get_eth_device_pcie_info("eth1", PortReading::kFillRecord));
+  static_cast<void>(get_eth_device_pcie_info("eth1", &next_device_record()));
   EXPECT_STREQ(qorx_eth_device_mapping[0].eth_name, "eth0");
   EXPECT_STREQ(qorx_eth_device_mapping[1].eth_name, "eth1");
   EXPECT_EQ(qorx_system_environment_info.eth_device_number, 1U);
@@ -69,25 +69,25 @@ TEST_F(PortPlace, TheNextFreeRecordIsFilled) {
 TEST_F(PortPlace, ARecordIsClearedBeforeItIsFilled) {
   machine_.add_usb_port("usb0", "0000:00:14.0/usb2/2-1/2-1:1.0", "bda/8153/3000");
   machine_.add_port("eth1", "0000:03:00.1");
-  static_cast<void>(get_eth_device_pcie_info("usb0", PortReading::kFillRecord));
+  static_cast<void>(get_eth_device_pcie_info("usb0", &next_device_record()));
   ASSERT_STREQ(qorx_eth_device_mapping[0].usb, "usb");
   qorx_eth_device_mapping[0].port_index = 7;
-  static_cast<void>(get_eth_device_pcie_info("eth1", PortReading::kFillRecord));
+  static_cast<void>(get_eth_device_pcie_info("eth1", &next_device_record()));
   EXPECT_STREQ(qorx_eth_device_mapping[0].usb, "");
   EXPECT_EQ(qorx_eth_device_mapping[0].port_index, 0);
 }
 
 TEST_F(PortPlace, ClassifyingLeavesTheRecordAlone) {
   machine_.add_port("eth0", "0000:03:00.1");
-  EXPECT_GT(get_eth_device_pcie_info("eth0", PortReading::kClassifyOnly), 0);
-  EXPECT_EQ(get_eth_device_pcie_info("lo", PortReading::kClassifyOnly), kVirtualInterface);
+  EXPECT_GT(get_eth_device_pcie_info("eth0", nullptr), 0);
+  EXPECT_EQ(get_eth_device_pcie_info("lo", nullptr), kVirtualInterface);
   EXPECT_STREQ(qorx_eth_device_mapping[0].eth_name, "");
 }
 
 TEST_F(PortPlace, AVirtualInterfaceIsNoPhysicalPort) {
   machine_.add_virtual("eth0.100", "02:00:00:00:00:01");
   std::int8_t status = 0;
-  const std::string trace = traced_by([&] { status = get_eth_device_pcie_info("eth0.100", PortReading::kFillRecord); });
+  const std::string trace = traced_by([&] { status = get_eth_device_pcie_info("eth0.100", &next_device_record()); });
   EXPECT_EQ(status, -2);
   EXPECT_EQ(trace, "found vlan eth0.100\n");
   EXPECT_STREQ(qorx_eth_device_mapping[0].eth_name, "");
@@ -100,7 +100,7 @@ TEST_F(PortPlace, AnInterfaceWithoutALinkIsNoPort) {
     SCOPED_TRACE(name);
     std::int8_t status = 0;
     const std::string trace =
-        traced_by([&] { status = get_eth_device_pcie_info(name.c_str(), PortReading::kFillRecord); });
+        traced_by([&] { status = get_eth_device_pcie_info(name.c_str(), &next_device_record()); });
     EXPECT_EQ(status, -1);
     EXPECT_EQ(trace, "can't readlink /sys/class/net/" + name + "\n");
   }
@@ -174,7 +174,7 @@ TEST_F(PortPlace, AComponentThatBeginsWithUsbMarksAUsbPort) {
 
 TEST_F(PortPlace, AUsbAdapterKeepsItsUsbIds) {
   machine_.add_usb_port("usb0", "0000:00:14.0/usb2/2-1/2-1:1.0", "bda/8153/3000", "02:00:00:00:00:09");
-  static_cast<void>(get_eth_device_pcie_info("usb0", PortReading::kFillRecord));
+  static_cast<void>(get_eth_device_pcie_info("usb0", &next_device_record()));
   const DeviceRecord& record = qorx_eth_device_mapping[0];
   EXPECT_EQ(record.vendor_id, 0x0BDAU);
   EXPECT_EQ(record.device_id, 0x8153U);
@@ -192,20 +192,20 @@ TEST_F(PortPlace, ADevicePathOf102CharactersIsKeptWhole) {
 
 TEST_F(PortPlace, TheRecordKeeps17CharactersOfAMacAddress) {
   machine_.add_port("ib0", "0000:03:00.0", {}, "80:00:00:48:fe:80:00:00:00:00:00:00:00:02:c9:03:00:08:1e:9b");
-  static_cast<void>(get_eth_device_pcie_info("ib0", PortReading::kFillRecord));
+  static_cast<void>(get_eth_device_pcie_info("ib0", &next_device_record()));
   EXPECT_STREQ(qorx_eth_device_mapping[0].mac_addr, "80:00:00:48:fe:80");
 }
 
 TEST_F(PortPlace, ALinkShorterThanItsTailGivesAnEmptyPath) {
   machine_.add_raw_interface("eth0", "x");
-  EXPECT_EQ(get_eth_device_pcie_info("eth0", PortReading::kFillRecord), 1);
+  EXPECT_EQ(get_eth_device_pcie_info("eth0", &next_device_record()), 1);
   EXPECT_STREQ(qorx_eth_device_mapping[0].net_path, "");
   EXPECT_EQ(qorx_eth_device_mapping[0].fun, 255);
 }
 
 TEST_F(PortPlace, TracesShowHowTheAddressWasFound) {
   machine_.add_port("eth0", "0000:00:1c.0/0000:13:0a.1", {0x8086, 0x1521, 0x13FE, 0x0038}, "02:00:00:00:00:05");
-  EXPECT_EQ(traced_by([] { static_cast<void>(get_eth_device_pcie_info("eth0", PortReading::kFillRecord)); }),
+  EXPECT_EQ(traced_by([] { static_cast<void>(get_eth_device_pcie_info("eth0", &next_device_record())); }),
             "Splitting string \"../../devices/pci0000:00/0000:00:1c.0/0000:13:0a.1\" into tokens:\n"
             "..\n..\ndevices\npci0000:00\n0000:00:1c.0\n0000:13:0a.1\n"
             "last: 0000:13:0a.1\n"
@@ -222,7 +222,7 @@ TEST_F(PortPlace, TracesShowHowTheAddressWasFound) {
 
 TEST_F(PortPlace, TracesOfAPathWithoutAnAddressSaySoTwice) {
   machine_.add_raw_interface("eth0", "../../devices/vif-0/net/eth0");
-  EXPECT_EQ(traced_by([] { static_cast<void>(get_eth_device_pcie_info("eth0", PortReading::kFillRecord)); }),
+  EXPECT_EQ(traced_by([] { static_cast<void>(get_eth_device_pcie_info("eth0", &next_device_record())); }),
             "Splitting string \"../../devices/vif-0\" into tokens:\n"
             "..\n..\ndevices\nvif-0\n"
             "Can't find valid BDF for eth0\n"
@@ -240,7 +240,7 @@ TEST_F(PortPlace, TracesOfAPathWithoutAnAddressSaySoTwice) {
 TEST_F(PortPlace, TracesOfAShortComponentShowItAndSayThatItIsNoAddress) {
   machine_.add_raw_interface("eth0", "../../devices/0000:1/net/eth0");
   const std::string trace =
-      traced_by([] { static_cast<void>(get_eth_device_pcie_info("eth0", PortReading::kFillRecord)); });
+      traced_by([] { static_cast<void>(get_eth_device_pcie_info("eth0", &next_device_record())); });
   EXPECT_TRUE(
       trace.starts_with("Splitting string \"../../devices/0000:1\" into tokens:\n"
                         "..\n..\ndevices\n0000:1\n"

@@ -20,9 +20,20 @@ constexpr const char* kAdapters = "sys/class/i2c-adapter/";
 constexpr const char* kHost = "SMBus I801";
 constexpr const char* kMissing = "Error: Cannot access /sys/class/i2c-adapter\n";
 
+// Each of these asks a machine that has not been asked before.
+std::int32_t host_port(std::uint32_t& port, const char* pattern) {
+  qorx::I2cAdapters adapters;
+  return get_x86_i2c_port_number(adapters, &port, pattern);
+}
+
+std::int32_t mux_port(std::uint32_t& port, std::uint32_t parent, std::uint32_t channel) {
+  qorx::I2cAdapters adapters;
+  return get_i2c_mux_port_number(adapters, &port, parent, channel);
+}
+
 std::uint32_t find(const char* pattern) {
   std::uint32_t port = kUnset;
-  EXPECT_EQ(get_x86_i2c_port_number(&port, pattern), 0);
+  EXPECT_EQ(host_port(port, pattern), 0);
   return port;
 }
 
@@ -112,7 +123,7 @@ TEST_F(I2cAdapters, MissingAdaptersAreAnError) {
     }
     g_error_message_open = *in_their_place == 'e' ? 0 : 1;
     std::uint32_t port = kUnset;
-    EXPECT_EQ(outcome_of([&] { return get_x86_i2c_port_number(&port, kHost); }),
+    EXPECT_EQ(outcome_of([&] { return host_port(port, kHost); }),
               (Outcome{g_error_message_open == 0 ? "" : kMissing, 0x98}));
     EXPECT_EQ(port, kUnset);
   }
@@ -156,7 +167,7 @@ TEST_F(I2cAdapters, AChannelIsFoundByTheNameOfItsMultiplexerAnywhereInAName) {
                         Case{7, 0, kUnset}, Case{1, 0, kUnset}, Case{3, 1, kUnset}, Case{73, 2, kUnset}}) {
     SCOPED_TRACE(std::to_string(c.parent) + "." + std::to_string(c.channel));
     std::uint32_t port = kUnset;
-    EXPECT_EQ(get_i2c_mux_port_number(&port, c.parent, c.channel), 0);
+    EXPECT_EQ(mux_port(port, c.parent, c.channel), 0);
     EXPECT_EQ(port, c.number);
   }
 }
@@ -164,7 +175,7 @@ TEST_F(I2cAdapters, AChannelIsFoundByTheNameOfItsMultiplexerAnywhereInAName) {
 Outcome traced_channel(std::uint32_t parent, std::uint32_t channel) {
   std::uint32_t port = 255;
   std::int32_t code = 0;
-  std::string trace = traced_by([&] { code = get_i2c_mux_port_number(&port, parent, channel); });
+  std::string trace = traced_by([&] { code = mux_port(port, parent, channel); });
   return {trace, code & 0xFF};
 }
 

@@ -16,6 +16,12 @@ constexpr Ids kModule{0x10B5, 0x8724, 0x13FE, 0x204A};
 constexpr const char* kDevices = "../../devices/pci0000:00/";
 constexpr const char* kPort = "0000:00:1c.0/0000:01:00.0/0000:02:01.0/0000:03:00.0";
 
+// Asks for a port of the table, on a machine that has not been asked before.
+bool is_module_at(std::size_t index) {
+  PciFunctions functions;
+  return qorx_is_WMX_LH53(functions, qorx_eth_device_mapping[index]);
+}
+
 class BridgedModule : public MachineTest {
  protected:
   // Asks for a port with this device path.
@@ -26,7 +32,7 @@ class BridgedModule : public MachineTest {
     copy_text(record.model, "before");
     copy_text(record.panel_name, "before");
     record.feature = QORX_FEATURE_POE;
-    return qorx_is_WMX_LH53(0);
+    return is_module_at(0);
   }
 
   static void expect_amended(bool amended) {
@@ -54,7 +60,7 @@ TEST_F(BridgedModule, ABridgeWithTheModulesIdsMarksThePort) {
       .add_port("eth0", kPort);
   EXPECT_TRUE(is_module(std::string(kDevices) + kPort));
   expect_amended(true);
-  EXPECT_TRUE(qorx_is_WMX_LH53(0));
+  EXPECT_TRUE(is_module_at(0));
   expect_amended(true);
 }
 
@@ -117,7 +123,7 @@ TEST_F(BridgedModule, AComponentIsReadAsThreeHexadecimalBytes) {
 TEST_F(BridgedModule, AFunctionAboveThePciRangesIsReadUnderThatNumber) {
   function("0000:0a:ff.ff", endpoint_config(kModule));
   EXPECT_TRUE(is_module("0000:0a:ff.ff"));
-  EXPECT_TRUE(qorx_is_WMX_LH53(0));
+  EXPECT_TRUE(is_module_at(0));
   EXPECT_FALSE(is_module("0000:0a:1f.7"));
 }
 
@@ -127,7 +133,7 @@ TEST_F(BridgedModule, TracesShowEveryStepUpToTheModule) {
   const std::string path = std::string(kDevices) + "0000:00:1c.0/0000:01:00.0/0000:03:00.0";
   add_device("eth0");
   copy_text(add_device("eth1").net_path, path);
-  EXPECT_EQ(traced_by([] { EXPECT_TRUE(qorx_is_WMX_LH53(1)); }),
+  EXPECT_EQ(traced_by([] { EXPECT_TRUE(is_module_at(1)); }),
             "qorx_check_WMX_LH53 Splitting string \"" + path +
                 "\" into tokens:\n"
                 "..\n..\ndevices\npci0000:00\n0000:00:1c.0\n0000:01:00.0\n0000:03:00.0\n"
@@ -137,7 +143,7 @@ TEST_F(BridgedModule, TracesShowEveryStepUpToTheModule) {
 
 TEST_F(BridgedModule, TracesShowAFunctionThatCannotBeRead) {
   copy_text(add_device("eth0").net_path, "x/0000:0a:1f.7/y");
-  EXPECT_EQ(traced_by([] { EXPECT_FALSE(qorx_is_WMX_LH53(0)); }),
+  EXPECT_EQ(traced_by([] { EXPECT_FALSE(is_module_at(0)); }),
             "qorx_check_WMX_LH53 Splitting string \"x/0000:0a:1f.7/y\" into tokens:\n"
             "x\n0000:0a:1f.7\ny\n"
             "check 0a:1f.7\n0a\n1f\n7\nBUS:DEV.FUN: a 1f 7\n"
@@ -147,7 +153,7 @@ TEST_F(BridgedModule, TracesShowAFunctionThatCannotBeRead) {
 
 TEST_F(BridgedModule, TracesShowAtMostSixteenCharactersOfAComponent) {
   copy_text(add_device("eth0").net_path, "0000:0a:1f.7:0123456789");
-  const std::string trace = traced_by([] { EXPECT_FALSE(qorx_is_WMX_LH53(0)); });
+  const std::string trace = traced_by([] { EXPECT_FALSE(is_module_at(0)); });
   EXPECT_NE(trace.find("check 0a:1f.7:01234567\n0a\n1f\n7\n01234567\nBUS:DEV.FUN: a 1f 7\n"), std::string::npos)
       << trace;
 }

@@ -7,6 +7,7 @@
 #include <string>
 #include <vector>
 
+#include "tests/support/expect.h"
 #include "tests/support/expected_table.h"
 #include "tests/support/fixture.h"
 
@@ -90,9 +91,10 @@ TEST_F(VirtualInterfaces, ALinkOf254BytesCountsAsVirtual) {
             (std::vector<std::string>{table_line({.eth_name = "eth0"}), table_line({.eth_name = "eth2"})}));
 }
 
-TEST_F(VirtualInterfaces, WithoutADirectoryThereAreNone) {
+TEST_F(VirtualInterfaces, AListThatCannotBeReadIsAnErrorLikeThatOfTheEnvironment) {
   machine_.remove("sys/class/net");
-  EXPECT_EQ(listed(), "");
+  EXPECT_EQ(outcome_of([] { return get_all_virtual_eth_devices_info(nullptr, nullptr); }),
+            (Outcome{"/sys/class/net folder do not exist or can't access. Please check your environment\n", 0x98}));
 }
 
 TEST_F(VirtualInterfaces, WhatIsNoLinkIsTracedAndLeftOut) {

@@ -135,7 +135,8 @@ TEST_F(State, ACountAboveTheTableIsNotBelieved) {
 
 TEST_F(State, AFreshRecordIsClearedHoweverOftenItIsUsed) {
   for (int round = 0; round < 3; ++round) {
-    DeviceRecord& device = fresh_device_record(7);
+    qorx_system_environment_info.eth_device_number = 7;
+    DeviceRecord& device = next_device_record();
     EXPECT_EQ(&device, &qorx_eth_device_mapping[7]);
     EXPECT_TRUE(is_zero(device));
     std::memset(&device, 0xFF, sizeof device);
@@ -147,13 +148,15 @@ TEST_F(State, AFreshRecordIsClearedHoweverOftenItIsUsed) {
 }
 
 TEST_F(State, AnIndexPastTheTableIsItsLastRecord) {
-  EXPECT_EQ(&fresh_device_record(512), &qorx_eth_device_mapping[511]);
+  qorx_system_environment_info.eth_device_number = 512;
+  EXPECT_EQ(&next_device_record(), &qorx_eth_device_mapping[511]);
   EXPECT_EQ(&fresh_slot_record(100000), &qorx_smbios_t9_t41_mapping[511]);
 }
 
 void fill_tables(std::size_t devices, std::size_t slots) {
   for (std::size_t i = 0; i < devices; ++i) {
-    std::memset(&fresh_device_record(i), 0xA5, sizeof(DeviceRecord));
+    qorx_system_environment_info.eth_device_number = static_cast<std::uint32_t>(i);
+    std::memset(&next_device_record(), 0xA5, sizeof(DeviceRecord));
   }
   for (std::size_t i = 0; i < slots; ++i) {
     std::memset(&fresh_slot_record(i), 0xA5, sizeof(SlotRecord));

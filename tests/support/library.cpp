@@ -15,27 +15,6 @@
 
 namespace qorx::test {
 
-void reset_library() {
-  clear_tables();
-  for (std::int32_t* const flag : {&g_config_flag, &g_legacy_flag, &g_WMX_name_flag, &g_smbios_flag, &g_diag,
-                                   &g_force_flag, &g_sort_slotname, &g_vm_bypass, &g_novlan}) {
-    *flag = 0;
-  }
-  for (char* const name :
-       {g_config_file_name, g_WMX_name_file_name, g_smbios_file_name, g_entry_point_file, g_dmi_file}) {
-    std::memset(name, 0, QORX_NAME_SIZE);
-  }
-  g_qorx_init = -1;
-  g_x86_i2c_root_port_number = -1;
-  wrong_seg_flag = 0;
-  g_error_message_open = 1;
-  g_debug_message_open = 0;
-  model_name[0] = '\0';
-  Velmora_sub_id_number = 0;
-  std::memset(DEVICE_MAPPING, 0, sizeof DEVICE_MAPPING);
-  forget_visited_functions();
-}
-
 std::string printed_by(const std::function<void()>& action) {
   const TemporaryDirectory captured;
   const std::string file = captured.path() / "out";
@@ -61,7 +40,8 @@ std::string traced_by(const std::function<void()>& action) {
 }
 
 DeviceRecord& add_device(std::string_view eth_name, std::string_view slot_name, int smbios_type) {
-  DeviceRecord& record = fresh_device_record(qorx_system_environment_info.eth_device_number++);
+  DeviceRecord& record = next_device_record();
+  ++qorx_system_environment_info.eth_device_number;
   copy_text(record.eth_name, eth_name);
   copy_text(record.slot_name, slot_name);
   record.smbios_type = static_cast<std::uint8_t>(smbios_type);

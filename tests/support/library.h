@@ -7,11 +7,9 @@
 #include <string_view>
 
 #include "records/state.h"
+#include "tests/support/reset_library.h"
 
 namespace qorx::test {
-
-// Puts every table, counter, option and flag back to what it is when a process starts.
-void reset_library();
 
 // What `action` prints on standard output.
 std::string printed_by(const std::function<void()>& action);
