@@ -5,7 +5,7 @@
 #include <vector>
 
 #include "discovery/topology.h"
-#include "tests/support/library.h"
+#include "tests/support/rows.h"
 
 namespace qorx::test {
 namespace {
@@ -18,72 +18,63 @@ struct Port {
 
 constexpr int kUntouched = 77;
 
+using Ports = std::vector<Port>;
+using Indexes = std::vector<int>;
+
 // Numbers the ports and returns their port_index fields.
-std::vector<int> number(const std::vector<Port>& ports) {
-  reset_library();
+Indexes number(const Ports& ports) {
   for (const Port& port : ports) {
     DeviceRecord& record = add_device("eth", port.slot, port.type);
     record.bus = static_cast<std::uint8_t>(port.bus);
     record.port_index = kUntouched;
   }
   assign_bus_high_low();
-  std::vector<int> indexes;
+  Indexes indexes;
   for (const DeviceRecord& record : device_records()) {
     indexes.push_back(record.port_index);
   }
   return indexes;
 }
 
-using Indexes = std::vector<int>;
+struct Grouping {
+  std::string_view rule;
+  Ports ports;
+  Indexes indexes;
+};
 
-TEST(BusGroups, PortsOnOneBusShareANumber) {
-  EXPECT_EQ(number({{"S1", 9, 3}, {"S1", 9, 3}, {"S1", 9, 3}}), (Indexes{0, 0, 0}));
+class BusGroups : public RowTest<Grouping> {};
+
+TEST_P(BusGroups, AreNumbered) {
+  EXPECT_EQ(number(row().ports), row().indexes);
 }
 
-TEST(BusGroups, TheNumberGrowsWithEachChangeOfBus) {
-  EXPECT_EQ(number({{"S1", 9, 3}, {"S1", 9, 3}, {"S1", 9, 4}, {"S1", 9, 6}, {"S1", 9, 6}}), (Indexes{0, 0, 1, 2, 2}));
-}
+QORX_ROWS(BusGroups, Grouping{"ports on one bus share a number", {{"S", 9, 3}, {"S", 9, 3}, {"S", 9, 3}}, {0, 0, 0}},
+          Grouping{"the number grows with each change of bus",
+                   {{"S", 9, 3}, {"S", 9, 3}, {"S", 9, 4}, {"S", 9, 6}, {"S", 9, 6}},
+                   {0, 0, 1, 2, 2}},
+          Grouping{"a change downwards counts too", {{"S", 9, 6}, {"S", 9, 3}}, {0, 1}},
+          Grouping{"each slot begins at zero",
+                   {{"S", 9, 3}, {"S", 9, 4}, {"T", 9, 5}, {"T", 9, 6}, {"U", 9, 6}},
+                   {0, 1, 0, 1, 0}},
+          Grouping{"so does one that comes back", {{"S", 9, 3}, {"S", 9, 4}, {"T", 9, 5}, {"S", 9, 6}}, {0, 1, 0, 0}},
+          Grouping{"only system slots are numbered",
+                   {{"S", 41, 3}, {"", 0, 4}, {"S", 9, 5}, {"S", 41, 5}, {"S", 9, 5}},
+                   {kUntouched, kUntouched, 0, kUntouched, 0}},
+          Grouping{
+              "the next record counts whatever its type", {{"S", 9, 1}, {"S", 41, 2}, {"S", 9, 3}}, {0, kUntouched, 1}},
+          Grouping{"unless it is of another slot", {{"S", 9, 1}, {"T", 41, 2}, {"S", 9, 3}}, {0, kUntouched, 0}},
+          Grouping{"an empty name is a name too", {{"", 9, 1}, {"", 9, 2}}, {0, 1}},
+          Grouping{"without ports nothing happens", {}, {}});
 
-TEST(BusGroups, AChangeDownwardsCountsToo) {
-  EXPECT_EQ(number({{"S1", 9, 6}, {"S1", 9, 3}}), (Indexes{0, 1}));
-}
-
-TEST(BusGroups, EachSlotBeginsAtZero) {
-  EXPECT_EQ(number({{"S1", 9, 3}, {"S1", 9, 4}, {"S2", 9, 5}, {"S2", 9, 6}, {"S3", 9, 6}}), (Indexes{0, 1, 0, 1, 0}));
-}
-
-TEST(BusGroups, ASlotThatComesBackBeginsAtZeroAgain) {
-  EXPECT_EQ(number({{"S1", 9, 3}, {"S1", 9, 4}, {"S2", 9, 5}, {"S1", 9, 6}}), (Indexes{0, 1, 0, 0}));
-}
-
-TEST(BusGroups, OnlySystemSlotsAreNumbered) {
-  EXPECT_EQ(number({{"S1", 41, 3}, {"", 0, 4}, {"S1", 9, 5}, {"S1", 41, 5}, {"S1", 9, 5}}),
-            (Indexes{kUntouched, kUntouched, 0, kUntouched, 0}));
-}
-
-TEST(BusGroups, TheNextRecordCountsWhateverItsType) {
-  EXPECT_EQ(number({{"S1", 9, 1}, {"S1", 41, 2}, {"S1", 9, 3}}), (Indexes{0, kUntouched, 1}));
-  EXPECT_EQ(number({{"S1", 9, 1}, {"S2", 41, 2}, {"S1", 9, 3}}), (Indexes{0, kUntouched, 0}));
-}
-
-TEST(BusGroups, AnEmptyNameIsANameToo) {
-  EXPECT_EQ(number({{"", 9, 1}, {"", 9, 2}}), (Indexes{0, 1}));
-}
-
-TEST(BusGroups, WithoutPortsNothingHappens) {
-  EXPECT_EQ(number({}), Indexes{});
-}
-
-TEST(BusGroups, AFullTableIsNumberedToItsEnd) {
-  std::vector<Port> ports(kMaxRecords, Port{"S1", 9, 3});
+TEST_F(BusGroups, OfAFullTableAreNumberedToItsEnd) {
+  Ports ports(kMaxRecords, Port{"S", 9, 3});
   ports.back().bus = 4;
   const Indexes indexes = number(ports);
-  EXPECT_EQ(indexes[510], 0);
-  EXPECT_EQ(indexes[511], 1);
+  EXPECT_EQ((Indexes{indexes[510], indexes[511]}), (Indexes{0, 1}));
 }
 
-TEST(BusGroups, TracesBeginALineForEachSlot) {
-  static_cast<void>(number({{"S1", 9, 3}, {"S1", 9, 4}, {"S2", 9, 5}, {"S2", 9, 5}}));
+TEST_F(BusGroups, BeginALineForEachSlotInTraces) {
+  number({{"S", 9, 3}, {"S", 9, 4}, {"T", 9, 5}, {"T", 9, 5}});
   EXPECT_EQ(traced_by(assign_bus_high_low), "\n0 1 \n0 0 ");
 }
 
