@@ -6,8 +6,8 @@
 #include <vector>
 
 #include "discovery/interface_scan.h"
-#include "tests/support/fake_machine.h"
-#include "tests/support/library.h"
+#include "tests/support/expect.h"
+#include "tests/support/fixture.h"
 
 namespace qorx::test {
 namespace {
@@ -24,10 +24,8 @@ IdCounts ids_of(const SlotRecord& slot) {
   return ids;
 }
 
-class ScanSlots : public testing::Test {
+class ScanSlots : public MachineTest {
  protected:
-  void SetUp() override { reset_library(); }
-
   static void scan() { EXPECT_EQ(get_all_eth_devices_info(), 0); }
 
   static const DeviceRecord& only_port() {
@@ -36,50 +34,45 @@ class ScanSlots : public testing::Test {
     return qorx_eth_device_mapping[0];
   }
 
-  FakeMachine machine_;
+  // Part of the traces of a scan whose only interface is eth0 at this path.
+  void expect_traced(const std::string& path, const std::string& part) {
+    machine_.remove("sys/class/net/lo").add_port("eth0", path);
+    const std::string trace = traced_by([] { scan(); });
+    EXPECT_NE(trace.find(part), std::string::npos) << trace;
+  }
 };
 
 TEST_F(ScanSlots, AMatchedPortTakesOverTheSlotsData) {
   machine_.add_port("eth0", "0000:00:1c.4/0000:03:00.1");
-  SlotRecord& slot = add_slot("LAN 1", 41, 0x00, 0x1C, 4);
-  slot.smbios_slot_name[0] = 'X';
-  const DeviceRecord& port = only_port();
-  EXPECT_STREQ(port.slot_name, "LAN 1");
-  EXPECT_EQ(port.slot_bus, 0x00);
-  EXPECT_EQ(port.slot_dev, 0x1C);
-  EXPECT_EQ(port.slot_fun, 4);
-  EXPECT_EQ(port.smbios_type, 41);
-  EXPECT_EQ(port.bus, 3);
+  add_slot("LAN 1", 41, 0x00, 0x1C, 4).smbios_slot_name[0] = 'X';
+  expect_port(only_port(),
+              {.bus = 3, .slot_name = "LAN 1", .slot_bus = 0x00, .slot_dev = 0x1C, .slot_fun = 4, .smbios_type = 41});
 }
 
 TEST_F(ScanSlots, TheOwnAddressComesBeforeAnyBridge) {
   machine_.add_port("eth0", "0000:00:1c.4/0000:03:00.1");
   add_slot("bridge", 9, 0x00, 0x1C, 4);   // the most exact level of the second pass
   add_slot("own bus", 9, 0x03, 0x1F, 7);  // the least exact one of the first
-  EXPECT_STREQ(only_port().slot_name, "own bus");
+  expect_port(only_port(), {.slot_name = "own bus"});
 }
 
 TEST_F(ScanSlots, APortBehindASwitchOnACardMatchesThroughABridge) {
   machine_.add_port("eth0", "0000:00:1c.4/0000:03:00.0/0000:05:01.0/0000:07:00.0");
   add_slot("Slot 2", 9, 0x03, 0x00, 0);
-  EXPECT_STREQ(only_port().slot_name, "Slot 2");
+  expect_port(only_port(), {.slot_name = "Slot 2"});
 }
 
 TEST_F(ScanSlots, ARootPortsRecordMatchesAPortOnTheNextBus) {
   machine_.add_port("eth0", "0000:05:00.0");
   add_slot("Slot 3", 9, 0x04, 0x00, 0);
-  EXPECT_STREQ(only_port().slot_name, "Slot 3");
+  expect_port(only_port(), {.slot_name = "Slot 3"});
 }
 
 TEST_F(ScanSlots, WithoutAMatchTheSlotFieldsStayEmpty) {
   machine_.add_port("eth0", "0000:05:00.0");
   const SlotRecord& slot = add_slot("Slot 3", 9, 0x0A, 0x00, 0);
-  const DeviceRecord& port = only_port();
-  EXPECT_STREQ(port.slot_name, "");
-  EXPECT_EQ(port.smbios_type, 0);
-  EXPECT_EQ(port.slot_bus, 0);
-  EXPECT_EQ(slot.port_count, 0);
-  EXPECT_EQ(slot.vendor_id, 0U);
+  expect_port(only_port(), {.slot_name = "", .slot_bus = 0, .smbios_type = 0});
+  expect_slot(slot, {.port_count = 0, .vendor_id = 0});
 }
 
 TEST_F(ScanSlots, ASlotCountsItsPortsAndTheirDeviceIds) {
@@ -114,10 +107,8 @@ TEST_F(ScanSlots, OfAFifthDeviceIdOnlyThePortAndItsVendorAreKept) {
 TEST_F(ScanSlots, AUsbAdapterGetsNoSlot) {
   machine_.add_usb_port("usb0", "0000:00:14.0/usb2/2-1/2-1:1.0", "bda/8153/3000");
   const SlotRecord& slot = add_slot("Slot 1", 9, 0x00, 0x14, 0);
-  const DeviceRecord& port = only_port();
-  EXPECT_STREQ(port.usb, "usb");
-  EXPECT_STREQ(port.slot_name, "");
-  EXPECT_EQ(slot.port_count, 0);
+  expect_port(only_port(), {.slot_name = "", .usb = "usb"});
+  expect_slot(slot, {.port_count = 0});
 }
 
 TEST_F(ScanSlots, AUsbAdapterOnTheBridgedModuleGetsItsSlot) {
@@ -125,48 +116,25 @@ TEST_F(ScanSlots, AUsbAdapterOnTheBridgedModuleGetsItsSlot) {
       .add_function("0000:00:1c.0/0000:03:00.0", bridge_config(kModuleBridge, 0x40))
       .add_usb_port("usb0", "0000:00:1c.0/0000:03:00.0/0000:04:00.0/usb3/3-1/3-1:1.0", "bda/8153/3000");
   add_slot("Slot 1", 9, 0x03, 0x00, 0);
-  const DeviceRecord& port = only_port();
-  EXPECT_STREQ(port.model, "WMX-LH53");
-  EXPECT_STREQ(port.slot_name, "Slot 1");
-  EXPECT_EQ(port.feature, QORX_FEATURE_NA);
-  EXPECT_STREQ(port.panel_name, "N/A");
+  expect_port(only_port(), {.slot_name = "Slot 1", .panel_name = "N/A", .model = "WMX-LH53", .feature = 8});
 }
 
 TEST_F(ScanSlots, TheBridgedModuleIsNotLookedUpByThePortsOwnIds) {
   machine_.add_function("0000:03:00.0", bridge_config(kModuleBridge, 0x40))
       .add_port("eth0", "0000:03:00.0/0000:04:00.0", {0x8086, 0x1521, 0x13FE, 0x002A});
-  const DeviceRecord& port = only_port();
-  EXPECT_STREQ(port.model, "WMX-LH53");
-  EXPECT_EQ(port.feature, QORX_FEATURE_NA);
-  EXPECT_EQ(port.bypass_ctrl_flag, 0);
+  expect_port(only_port(), {.model = "WMX-LH53", .feature = QORX_FEATURE_NA, .bypass_ctrl_flag = 0});
 }
 
-TEST_F(ScanSlots, AMatchInTheFirstPassIsTraced) {
-  machine_.remove("sys/class/net/lo").add_port("eth0", "0000:0a:1f.1");
+TEST_F(ScanSlots, AMatchIsTracedWithItsPassLevelAndPattern) {
   add_slot("Slot 1", 9, 0x0A, 0x1F, 1);
-  const std::string trace = traced_by([] { scan(); });
-  EXPECT_NE(trace.find("0 3 match str::0a:1f.1\n0 3 match str_path::0a:1f.1\neth0 slot: Slot 1\n"), std::string::npos)
-      << trace;
-}
-
-TEST_F(ScanSlots, AMatchInTheSecondPassIsTraced) {
-  const std::string path = "../../devices/pci0000:00/0000:00:1c.4/0000:03:00.0/0000:05:01.0/0000:07:00.0";
-  machine_.remove("sys/class/net/lo").add_port("eth0", "0000:00:1c.4/0000:03:00.0/0000:05:01.0/0000:07:00.0");
-  add_slot("Slot 2", 9, 0x06, 0x00, 0);
-  const std::string trace = traced_by([] { scan(); });
-  EXPECT_NE(trace.find("1 1 match str::07:\n1 1 match str_path:" + path + "\neth0 slot: Slot 2\n"), std::string::npos)
-      << trace;
+  expect_traced("0000:0a:1f.1", "0 3 match str::0a:1f.1\n0 3 match str_path::0a:1f.1\neth0 slot: Slot 1\n");
 }
 
 TEST_F(ScanSlots, TheSearchedTextIsTracedAsFarAsItIsSearched) {
-  const std::string below = "0000:00:01.0/0000:01:00.0/0000:02:09.0/0000:0a:00.0/0000:0b:02.0/0000:0c:00.1";
-  machine_.remove("sys/class/net/lo").add_port("eth0", below);
+  const std::string path = "0000:00:01.0/0000:01:00.0/0000:02:09.0/0000:0a:00.0/0000:0b:02.0/0000:0c:00.1";
   add_slot("Slot 2", 9, 0x0B, 0x02, 0);
-  const std::string trace = traced_by([] { scan(); });
-  EXPECT_NE(trace.find("1 6 match str::0b:02.0\n1 6 match str_path:" +
-                       ("../../devices/pci0000:00/" + below).substr(0, 100) + "\n"),
-            std::string::npos)
-      << trace;
+  expect_traced(path, "1 6 match str::0b:02.0\n1 6 match str_path:" +
+                          ("../../devices/pci0000:00/" + path).substr(0, 100) + "\neth0 slot: Slot 2\n");
 }
 
 // The passes of one port as the traces show them: the module check comes before each, the slot after it.
@@ -194,11 +162,8 @@ TEST_F(ScanSlots, TracingChangesNoResult) {
     }
     add_slot("Slot 1", 9, 0x03, 0x00, 0);
     static_cast<void>(tracing ? traced_by([] { scan(); }) : printed_by([] { scan(); }));
-    ASSERT_EQ(qorx_system_environment_info.eth_device_number, 3U);
-    EXPECT_STREQ(qorx_eth_device_mapping[0].model, "WMX-LH53");
-    EXPECT_STREQ(qorx_eth_device_mapping[1].model, "WMX-LH53");
-    EXPECT_STREQ(qorx_eth_device_mapping[2].model, "WMX-3529");
-    EXPECT_EQ(slot_records()[0].port_count, 2);
+    EXPECT_EQ(texts_of(device_records(), &DeviceRecord::model), (Texts{"WMX-LH53", "WMX-LH53", "WMX-3529"}));
+    expect_slot(slot_records()[0], {.port_count = 2});
   }
 }
 
