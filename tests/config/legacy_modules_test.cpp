@@ -1,5 +1,6 @@
 #include <gtest/gtest.h>
 
+#include <array>
 #include <string>
 #include <vector>
 
@@ -12,6 +13,43 @@
 
 namespace qorx::test {
 namespace {
+
+// A slot that had a model and NCSI, the numbers of ports behind it with device id 1521, 1522 and 10c9, and what it has
+// then.
+struct Named {
+  std::string_view rule;
+  std::string slot_name;
+  int type;
+  std::array<int, 3> counts;
+  std::string model_name;
+  int feature;
+};
+
+class LegacySlots : public RowTest<Named> {};
+
+TEST_P(LegacySlots, AreNamedByTheDevicesBehindThem) {
+  SlotRecord& slot = add_slot(row().slot_name, row().type);
+  slot.vendor_id = 0x8086;
+  constexpr std::array kDevices{0x1521U, 0x1522U, 0x10C9U};
+  for (std::size_t i = 0; i < kDevices.size(); ++i) {
+    if (row().counts[i] != 0) {
+      slot.device_id[slot.device_id_number] = kDevices[i];
+      slot.device_id_count[slot.device_id_number++] = static_cast<std::uint8_t>(row().counts[i]);
+    }
+  }
+  copy_text(slot.model_name, "old");
+  slot.feature = 0x10;
+  EXPECT_EQ(qorx_handle_legacy_WMX(), 0);
+  expect_slot(slot, {.model_name = row().model_name, .feature = row().feature});
+}
+
+QORX_ROWS(LegacySlots, {"by a list of candidates", "Slot 1", 9, {4, 0, 0}, "WMX-1813/2848/8655", 0},
+          {"by the only candidate", "Slot 1", 9, {0, 0, 4}, "TOBR-9284", 4},
+          {"by the second device too", "Slot 1", 9, {2, 2, 0}, "WMX-1658", 4},
+          {"not where none fits", "Slot 1", 9, {3, 0, 0}, "", 0},
+          {"not on onboard positions", "LAN1", 41, {0, 0, 4}, "old", 0x10},
+          {"not where they were merged", "", 9, {0, 0, 4}, "old", 0x10},
+          {"of any other type too", "Slot 1", 0, {0, 0, 4}, "TOBR-9284", 4});
 
 class LegacyModules : public LibraryTest {
  protected:
@@ -31,51 +69,6 @@ class LegacyModules : public LibraryTest {
     return record;
   }
 };
-
-TEST_F(LegacyModules, ASlotIsNamedByTheDevicesBehindIt) {
-  const SlotRecord& composite = slot_with("WMX Slot 1", 0x1521, 4);
-  const SlotRecord& single = slot_with("WMX Slot 2", 0x10C9, 4);
-  EXPECT_EQ(qorx_handle_legacy_WMX(), 0);
-  expect_slot(composite, {.model_name = "WMX-1813/2848/8655", .feature = 0});
-  expect_slot(single, {.model_name = "TOBR-9284", .feature = 4});
-}
-
-TEST_F(LegacyModules, TheSecondDeviceBehindASlotCountsToo) {
-  SlotRecord& slot = slot_with("WMX Slot 1", 0x1521, 2);
-  slot.device_id[1] = 0x1522;
-  slot.device_id_count[1] = 2;
-  qorx_handle_legacy_WMX();
-  expect_slot(slot, {.model_name = "WMX-1658", .feature = 4});
-}
-
-TEST_F(LegacyModules, ASlotThatFitsNoModuleLosesItsNameAndFeature) {
-  SlotRecord& slot = slot_with("WMX Slot 1", 0x1521, 3);
-  copy_text(slot.model_name, "old");
-  slot.feature = 4;
-  qorx_handle_legacy_WMX();
-  expect_slot(slot, {.model_name = "", .feature = 0});
-}
-
-TEST_F(LegacyModules, OnboardPositionsAndMergedSlotsAreNotNamed) {
-  slot_with("LAN1", 0x10C9, 4, 41);
-  slot_with("", 0x10C9, 4);
-  for (SlotRecord& slot : slot_records()) {
-    copy_text(slot.model_name, "kept");
-    slot.feature = 0x10;
-  }
-  const DeviceRecord& nowhere = port("");
-  qorx_handle_legacy_WMX();
-  expect_port(nowhere, {.model = ""});
-  for (const SlotRecord& slot : slot_records()) {
-    expect_slot(slot, {.model_name = "kept", .feature = 0x10});
-  }
-}
-
-TEST_F(LegacyModules, AnyOtherTypeThanOnboardIsNamed) {
-  const SlotRecord& slot = slot_with("WMX Slot 1", 0x10C9, 4, 0);
-  qorx_handle_legacy_WMX();
-  expect_slot(slot, {.model_name = "TOBR-9284"});
-}
 
 TEST_F(LegacyModules, APortWithoutAModelTakesItsSlotsModelAndFeature) {
   slot_with("WMX Slot 1", 0x10C9, 4);
@@ -99,7 +92,7 @@ TEST_F(LegacyModules, APortWithAModelKeepsItAndItsFeature) {
 TEST_F(LegacyModules, APortWhoseSlotHasNoModelStaysUnnamed) {
   slot_with("WMX Slot 1", 0x1521, 3);
   slot_with("wmx slot 1", 0x10C9, 4);
-  add_slot("");
+  copy_text(slot_with("", 0x10C9, 4).model_name, "merged");
   const DeviceRecord& unnamed = port("WMX Slot 1", 0x10);
   const DeviceRecord& nowhere = port("");
   qorx_handle_legacy_WMX();

@@ -33,17 +33,15 @@ QORX_ROWS(ModuleNameErrors,
           {"a data line needs a feature",
            kNoFeature,
            {{"WMX-2848\n", 1}, {"# c\n\nWMX-2848   \n", 3}, {"WMX-2848 POE\nWMX-8655", 2}}},
-          {"a tab parts no fields", kNoFeature, {{"WMX-2848\tPOE\n", 1}}},
+          {"a tab parts no fields", kNoFeature, at_line(1, "WMX-2848\tPOE\n")},
           {"a tab is part of a feature", kUnknownFeature, {{"WMX-2848 \tPOE\n", 1}, {"WMX-2848 POE\tPOE\n", 1}}},
           {"other words are no features", kUnknownFeature,
            variants(2, "# c\nWMX-2848 ", {"A_BYPASS-C", "1PPS", "NCSI/1PPS", "poe", "na", "unknown", "#", "POE,"})},
-          {"the line feed of a line of 1024 bytes is a blank line",
-           kNoFeature,
-           {{line_of(1024, "#", 'x') + "WMX-2848\n", 3}}},
-          {"the pieces of a line of 3000 bytes are lines of their own",
-           kNoFeature,
-           {{line_of(3000, "#", 'x') + "WMX-2848 POE\n", 2}}},
-          {"a name of 2000 bytes has no feature", kNoFeature, {{"WMX-" + std::string(1996, 'n') + " POE\n", 1}}});
+          {"the line feed of a line of 1024 bytes is a blank line", kNoFeature,
+           at_line(3, line_of(1024, "#", 'x') + "WMX-2848\n")},
+          {"the pieces of a line of 3000 bytes are lines of their own", kNoFeature,
+           at_line(2, line_of(3000, "#", 'x') + "WMX-2848 POE\n")},
+          {"a name of 2000 bytes has no feature", kNoFeature, at_line(1, "WMX-" + std::string(1996, 'n') + " POE\n")});
 
 struct Accepted {
   std::string_view rule;

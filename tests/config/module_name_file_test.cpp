@@ -42,8 +42,8 @@ TEST_P(ModuleNameFile, ConfirmsCandidates) {
   expect_port(record, {.model = row().model,
                        .feature = row().feature,
                        .bypass_ctrl_flag = row().bypass_ctrl_flag,
-                       .module_names = row().module_names,
-                       .usb = ""});
+                       .usb = "",
+                       .module_names = row().module_names});
 }
 
 QORX_ROWS(

@@ -91,11 +91,10 @@ QORX_ROWS(PlatformGrammar,
             {kSlotLine + kFeatureLine + "\n \r\n", 4},
             {kSlotLine + "SLOT_NAME LAN1\n", 2}}},
           {"a key must be written exactly and its value quoted", kNoSlotName, wrong_keys()},
-          {"a blank line with carriage return is no blank line within a block",
-           kNoSlotName,
-           {{kSlotLine + "\r\n" + kFeatureLine, 2}}},
+          {"a blank line with carriage return is no blank line within a block", kNoSlotName,
+           at_line(2, kSlotLine + "\r\n" + kFeatureLine)},
           // "bad" is then line 3.
-          {"a line of 1023 bytes is one line", kNoSlotName, {{comment(1023) + kSlotLine + "bad\n", 3}}},
+          {"a line of 1023 bytes is one line", kNoSlotName, at_line(3, comment(1023) + kSlotLine + "bad\n")},
           {"a line of 1024 bytes counts twice and its line feed is a blank line",
            kNoSlotName,
            {{comment(1024) + kSlotLine + "bad\n", 4}, {kSlotLine + comment(1024) + kFeatureLine + "bad\n", 5}}},
@@ -129,9 +128,8 @@ QORX_ROWS(PlatformFeatureValues,
           {"an unknown feature word is not supported", "Not supported feature! F line: #",
            variants(2, kSlotLine + "FUNCTION/NAME/FEATURE=\"0/P/",
                     {"poe", "N/A", "A_BYPASS-c", "a_bypass", "POE ", "unknown", "A_BYPASS_I2C-C", "0x02"}, "\"\n")},
-          {"a wrong line fails also for a slot without ports",
-           "Not supported feature! F line: #",
-           {{slot_line("J2") + feature_line("0/P/x"), 2}}});
+          {"a wrong line fails also for a slot without ports", "Not supported feature! F line: #",
+           at_line(2, slot_line("J2") + feature_line("0/P/x"))});
 
 constexpr const char* kNoSuchSlot = "Can't find SLOT_NAME in SMBIOS type9/41 record! F line: #";
 constexpr const char* kWrongSwitchLine = "Wrong PCIe_SW_DEV/WMX_SLOT=\" format! F line: #";
@@ -154,20 +152,17 @@ QORX_ROWS(PlatformSlotLines,
             {"# c\n" + slot_line("J1") + kFeatureLine + "\n" + slot_line("j1"), 5},
             {slot_line("J1 "), 1},
             {slot_line(""), 1}}},
-          {"a retired slot can't be named again",
-           kNoSuchSlot,
-           {{slot_line("J1") + switch_line("1-1/S") + slot_line("S") + slot_line("J1"), 4}}},
-          {"a switch that does not exist ends the command",
-           kNoSwitch,
-           {{slot_line("J2") + "# c\n" + switch_line("1-1/S"), 3}}},
+          {"a retired slot can't be named again", kNoSuchSlot,
+           at_line(4, slot_line("J1") + switch_line("1-1/S") + slot_line("S") + slot_line("J1"))},
+          {"a switch that does not exist ends the command", kNoSwitch,
+           at_line(3, slot_line("J2") + "# c\n" + switch_line("1-1/S"))},
           {"a switch value needs a range and a name", kWrongSwitchLine,
            variants(3, slot_line("J1") + "\nPCIe_SW_DEV/WMX_SLOT=\"",
                     {"", "/", "-", "1", "1-2", "1-2/", "3/S", "3-/S", "-3/S", "/3/S", "--/S", "-/S", "/S", "S",
                      "1/2-3"},
                     "\"\n")},
-          {"a later switch line of a block is checked the same",
-           kWrongSwitchLine,
-           {{slot_line("J1") + switch_line("1-1/S") + switch_line("3/S"), 3}}});
+          {"a later switch line of a block is checked the same", kWrongSwitchLine,
+           at_line(3, slot_line("J1") + switch_line("1-1/S") + switch_line("3/S"))});
 
 class PlatformFileFailures : public UserFileTest {
  protected:

@@ -40,19 +40,17 @@ QORX_ROWS(
      variants(1, "",
               {"TYPE=9", "TYPE =\"9\"", "TYPE= \"9\"", "type=\"9\"", "TYPE=\"9", "TYPE=\"9\"x", "TYPE", "\"TYPE=\"9\"",
                "TYPE=\"9\" # nine"})},
-    {"a name must be quoted", kNoName, {{kType + "NAME=S\n", 2}}},
-    {"an address must be quoted", kNoAddress, {{kType + kName + "BUS:DEV.FUN=01:00.0\n", 3}}},
+    {"a name must be quoted", kNoName, at_line(2, kType + "NAME=S\n")},
+    {"an address must be quoted", kNoAddress, at_line(3, kType + kName + "BUS:DEV.FUN=01:00.0\n")},
     {"the name must not be empty",
      kEmptyName,
      {{kType + "NAME=\"\"\n# c\n" + kAddress, 4}, {kType + "NAME=\"\n" + kAddress, 3}}},
     {"the address needs three parts", "Wrong BUS:DEV.FUN! F line: #",
      variants(3, kType + kName + "BUS:DEV.FUN=\"", {"3:0", "", "3", "::..", "3:0.", "3:.:0", "030000"}, "\"\n")},
-    {"of several wrong values the type is reported first",
-     "Wrong TYPE number 8! F line: #",
-     {{"TYPE=\"8\"\nNAME=\"\"\nBUS:DEV.FUN=\"3\"\n", 3}}},
-    {"of a wrong name and a wrong address the name is reported",
-     kEmptyName,
-     {{kType + "NAME=\"\"\nBUS:DEV.FUN=\"3\"\n", 3}}},
+    {"of several wrong values the type is reported first", "Wrong TYPE number 8! F line: #",
+     at_line(3, "TYPE=\"8\"\nNAME=\"\"\nBUS:DEV.FUN=\"3\"\n")},
+    {"of a wrong name and a wrong address the name is reported", kEmptyName,
+     at_line(3, kType + "NAME=\"\"\nBUS:DEV.FUN=\"3\"\n")},
     {"a file without a type line has none", kNoType, {{"# one\n# two\n", 3}, {"\n", 2}, {"TYPE=\"9\"", 1}}},
     {"a file that ends behind a type lacks a name",
      kNoName,
@@ -60,9 +58,8 @@ QORX_ROWS(
     {"a file that ends behind a name lacks an address",
      kNoAddress,
      {{kType + kName, 3}, {kType + kName + "BUS:DEV.FUN=\"01:00.0\"", 3}, {kGood + kType + "NAME=\"T\"\n# c\n", 7}}},
-    {"nothing is read behind an error",
-     "Wrong TYPE number 8! F line: #",
-     {{"TYPE=\"8\"\nNAME=\"T\"\nBUS:DEV.FUN=\"01:00.0\"\nx\n" + kGood, 3}}},
+    {"nothing is read behind an error", "Wrong TYPE number 8! F line: #",
+     at_line(3, "TYPE=\"8\"\nNAME=\"T\"\nBUS:DEV.FUN=\"01:00.0\"\nx\n" + kGood)},
     // The rest of a line beyond 1,023 bytes is a line of its own.
     {"a long line counts for each buffer full",
      kNoType,
@@ -70,9 +67,8 @@ QORX_ROWS(
       {std::string(3000, '#') + "\nx\n", 4},
       {"#" + std::string(1021, '.') + "\nx\n", 2},    // 1,023 with its line feed
       {"#" + std::string(1022, '.') + "\nx\n", 3}}},  // 1,024
-    {"a name that does not fit the buffer has no closing quote",
-     kNoName,
-     {{kType + "NAME=\"" + std::string(2994, 'n') + "\"\n", 2}}});
+    {"a name that does not fit the buffer has no closing quote", kNoName,
+     at_line(2, kType + "NAME=\"" + std::string(2994, 'n') + "\"\n")});
 
 class OverrideFileFailures : public UserFileTest {};
 

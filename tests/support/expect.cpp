@@ -60,63 +60,21 @@ Texts module_names_of(const DeviceRecord& port) {
 
 }  // namespace
 
-#define QORX_TEXT(field) comparison.text(#field, actual.field, expected.field)
-#define QORX_NUMBER(field) comparison.number(#field, actual.field, expected.field)
+#define QORX_TEXT(field) comparison.text(#field, actual.field, expected.field);
+#define QORX_NUMBER(field) comparison.number(#field, actual.field, expected.field);
 
 void expect_port(const DeviceRecord& actual, const PortFields& expected, Where where) {
   Comparison comparison;
-  QORX_TEXT(eth_name);
-  QORX_NUMBER(bus);
-  QORX_NUMBER(dev);
-  QORX_NUMBER(fun);
-  QORX_TEXT(slot_name);
-  QORX_TEXT(panel_name);
-  QORX_TEXT(model);
-  QORX_NUMBER(feature);
-  QORX_NUMBER(bypass_ctrl_flag);
-  QORX_TEXT(net_path);
-  QORX_NUMBER(slot_bus);
-  QORX_NUMBER(slot_dev);
-  QORX_NUMBER(slot_fun);
-  QORX_NUMBER(vendor_id);
-  QORX_NUMBER(device_id);
-  QORX_NUMBER(subsys_vendor_id);
-  QORX_NUMBER(subsys_device_id);
-  QORX_TEXT(mac_addr);
-  QORX_NUMBER(smbios_type);
-  QORX_NUMBER(port_index);
-  QORX_NUMBER(seg);
+  QORX_PORT_FIELDS(QORX_TEXT, QORX_NUMBER)
   comparison.texts("module_names", module_names_of(actual), expected.module_names);
-  QORX_TEXT(usb);
-  QORX_NUMBER(bypass_type);
-  QORX_NUMBER(bypass_bus);
-  QORX_NUMBER(bypass_switch1);
-  QORX_NUMBER(bypass_switch2);
-  QORX_NUMBER(mcu_segment);
   comparison.report("port \"" + std::string(actual.eth_name) + '"', where);
 }
 
 void expect_slot(const SlotRecord& actual, const SlotFields& expected, Where where) {
   Comparison comparison;
-  QORX_NUMBER(length);
-  QORX_NUMBER(bus);
-  QORX_NUMBER(dev);
-  QORX_NUMBER(fun);
-  QORX_NUMBER(type);
-  QORX_NUMBER(str_index);
-  QORX_TEXT(slot_name);
-  QORX_TEXT(smbios_slot_name);
-  QORX_TEXT(model_name);
-  QORX_NUMBER(feature);
-  QORX_NUMBER(port_count);
-  QORX_NUMBER(vendor_id);
-  QORX_NUMBER(device_id_number);
-  QORX_TEXT(sysfs_path);
+  QORX_SLOT_FIELDS(QORX_TEXT, QORX_NUMBER)
   comparison.report("slot \"" + std::string(actual.slot_name) + '"', where);
 }
-
-#undef QORX_TEXT
-#undef QORX_NUMBER
 
 void PrintTo(const Outcome& outcome, std::ostream* out) {
   *out << "code 0x" << std::hex << outcome.code << std::dec << " and \"" << outcome.printed << '"';

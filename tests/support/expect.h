@@ -31,52 +31,31 @@ struct Where {
 using Text = std::optional<std::string_view>;
 using Number = std::optional<std::int64_t>;
 
+// clang-format off
+#define QORX_PORT_FIELDS(TEXT, NUMBER)                                                                               \
+  TEXT(eth_name) NUMBER(bus) NUMBER(dev) NUMBER(fun) TEXT(slot_name) TEXT(panel_name) TEXT(model) NUMBER(feature)    \
+  NUMBER(bypass_ctrl_flag) TEXT(net_path) NUMBER(slot_bus) NUMBER(slot_dev) NUMBER(slot_fun) NUMBER(vendor_id)       \
+  NUMBER(device_id) NUMBER(subsys_vendor_id) NUMBER(subsys_device_id) TEXT(mac_addr) NUMBER(smbios_type)             \
+  NUMBER(port_index) NUMBER(seg) TEXT(usb) NUMBER(bypass_type) NUMBER(bypass_bus) NUMBER(bypass_switch1)             \
+  NUMBER(bypass_switch2) NUMBER(mcu_segment)
+#define QORX_SLOT_FIELDS(TEXT, NUMBER)                                                                               \
+  NUMBER(length) NUMBER(bus) NUMBER(dev) NUMBER(fun) NUMBER(type) NUMBER(str_index) TEXT(slot_name)                  \
+  TEXT(smbios_slot_name) TEXT(model_name) NUMBER(feature) NUMBER(port_count) NUMBER(vendor_id)                       \
+  NUMBER(device_id_number) TEXT(sysfs_path)
+// clang-format on
+
+#define QORX_TEXT_MEMBER(field) Text field = {};
+#define QORX_NUMBER_MEMBER(field) Number field = {};
+
+// The fields of a port's record, in its order; of the module names the counted ones, at the end.
 struct PortFields {
-  Text eth_name = {};
-  Number bus = {};
-  Number dev = {};
-  Number fun = {};
-  Text slot_name = {};
-  Text panel_name = {};
-  Text model = {};
-  Number feature = {};
-  Number bypass_ctrl_flag = {};
-  Text net_path = {};
-  Number slot_bus = {};
-  Number slot_dev = {};
-  Number slot_fun = {};
-  Number vendor_id = {};
-  Number device_id = {};
-  Number subsys_vendor_id = {};
-  Number subsys_device_id = {};
-  Text mac_addr = {};
-  Number smbios_type = {};
-  Number port_index = {};
-  Number seg = {};
-  std::optional<Texts> module_names = {};  // the counted ones
-  Text usb = {};
-  Number bypass_type = {};
-  Number bypass_bus = {};
-  Number bypass_switch1 = {};
-  Number bypass_switch2 = {};
-  Number mcu_segment = {};
+  QORX_PORT_FIELDS(QORX_TEXT_MEMBER, QORX_NUMBER_MEMBER)
+  std::optional<Texts> module_names = {};
 };
 
+// Those of a slot's.
 struct SlotFields {
-  Number length = {};
-  Number bus = {};
-  Number dev = {};
-  Number fun = {};
-  Number type = {};
-  Number str_index = {};
-  Text slot_name = {};
-  Text smbios_slot_name = {};
-  Text model_name = {};
-  Number feature = {};
-  Number port_count = {};
-  Number vendor_id = {};
-  Number device_id_number = {};
-  Text sysfs_path = {};
+  QORX_SLOT_FIELDS(QORX_TEXT_MEMBER, QORX_NUMBER_MEMBER)
 };
 
 void expect_port(const DeviceRecord& actual, const PortFields& expected, Where where = Where::here());

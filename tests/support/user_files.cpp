@@ -54,6 +54,10 @@ const UserFileReader kOverride{.rule = "the override file",
                                .no_name = kNullPointer,
                                .good = "TYPE=\"9\"\nNAME=\"S\"\nBUS:DEV.FUN=\"01:00.0\"\n"};
 
+std::vector<WrongFile> at_line(int line, const std::string& text) {
+  return {{text, line}};
+}
+
 std::vector<WrongFile> variants(int line, std::string_view head, const Texts& texts, std::string_view tail) {
   std::vector<WrongFile> files;
   for (const std::string& text : texts) {

@@ -44,6 +44,9 @@ struct WrongFiles {
   std::vector<WrongFile> files;
 };
 
+// One file.
+std::vector<WrongFile> at_line(int line, const std::string& text);
+
 // A file for each of the texts, between the same head and tail.
 std::vector<WrongFile> variants(int line, std::string_view head, const Texts& texts, std::string_view tail = "\n");
 
