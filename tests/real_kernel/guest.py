@@ -9,7 +9,7 @@ from pathlib import Path
 from debian_packages import needed_by
 
 # Loaded one after the other in this order, so the interfaces get their names in it.
-MODULES = ("e1000e", "e1000", "virtio_pci", "virtio_net", "xhci_pci", "cdc_ether", "i2c_i801")
+MODULES = ("e1000e", "e1000", "virtio_pci", "virtio_net", "xhci_pci", "cdc_ether", "virtio_console", "i2c_i801")
 
 # Loaded by the stories.
 STORY_MODULES = ("8021q", "bridge", "bonding", "dummy", "i2c_stub", "inv_mpu6050_i2c")
@@ -64,8 +64,9 @@ wait_for_interfaces() {{
 wait_for_interfaces
 [ "$(count)" -eq {interfaces} ] || echo "found $(count) interfaces instead of {interfaces}"
 
-exec 3>{results}
-stty raw -F {results}
+for results in {results}; do :; done
+exec 3>$results
+[ ! -t 3 ] || stty raw -F $results
 tell() {{ echo "$*" >&3; }}
 story() {{ story=$1; mkdir -p /out/$story; cd /stories/$story; tell story $story; }}
 step() {{
