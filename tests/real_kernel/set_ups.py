@@ -20,7 +20,9 @@ class SetUp:
 
 
 # What a recording must tell in the same words.
-ALL = ("operations", "configuration")
+ALL = ("operations", "configuration", "bypass")
+
+WITHOUT_ADAPTER = ("operations", "configuration", "bypass-without-adapter")
 
 SET_UPS = (
     SetUp("bios", machines.BIOS, RACK, ("source-bios", *ALL, "user", "interfaces"), replayed=ALL),
@@ -30,5 +32,5 @@ SET_UPS = (
     SetUp("hotplug", machines.BIOS, RACK, ("operations",), hot_plug=("00:1d.0", "00:1c.0")),
     SetUp("none", machines.WITHOUT_SMBIOS, RACK, ("source-none", "without-records"), replayed=("without-records",),
           long=True),
-    SetUp("arm64", machines.ARM64, RACK, (), long=True),
+    SetUp("arm64", machines.ARM64, RACK, ("source-arm64", *WITHOUT_ADAPTER), replayed=WITHOUT_ADAPTER, long=True),
 )
