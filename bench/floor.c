@@ -1,7 +1,7 @@
 /*
  * floor ROOT BYTES: the work that no program which lists ports can avoid, and nothing else. Lists the interfaces;
- * per port reads the link, four bytes of configuration space and the MAC address; writes as many bytes as the
- * table has.
+ * per port reads the link, four bytes of configuration space and the MAC address, per virtual interface the link and
+ * the MAC address; writes as many bytes as the table has.
  */
 #include <dirent.h>
 #include <fcntl.h>
@@ -16,21 +16,25 @@ static void visit(const char* root, const char* name) {
   char path[4096];
   char buffer[512];
   snprintf(path, sizeof path, "%s/sys/class/net/%s", root, name);
-  if (readlink(path, buffer, sizeof buffer) < 0) {
+  const ssize_t length = readlink(path, buffer, sizeof buffer - 1);
+  if (length < 0) {
     exit(1);
   }
-  snprintf(path, sizeof path, "%s/sys/class/net/%s/device/config", root, name);
-  int file = open(path, O_RDONLY);
-  if (file < 0 || pread(file, buffer, 4, 0) != 4) {
-    exit(1);
+  buffer[length] = '\0';
+  if (strstr(buffer, "/devices/virtual/") == NULL) {
+    snprintf(path, sizeof path, "%s/sys/class/net/%s/device/config", root, name);
+    const int config = open(path, O_RDONLY);
+    if (config < 0 || pread(config, buffer, 4, 0) != 4) {
+      exit(1);
+    }
+    close(config);
   }
-  close(file);
   snprintf(path, sizeof path, "%s/sys/class/net/%s/address", root, name);
-  file = open(path, O_RDONLY);
-  if (file < 0 || read(file, buffer, sizeof buffer) <= 0) {
+  const int address = open(path, O_RDONLY);
+  if (address < 0 || read(address, buffer, sizeof buffer) <= 0) {
     exit(1);
   }
-  close(file);
+  close(address);
 }
 
 int main(int argc, char** argv) {

@@ -1,5 +1,9 @@
 #include "config/stages.h"
 
+#include <array>
+#include <cstddef>
+#include <cstdint>
+#include <span>
 #include <string_view>
 #include <utility>
 
@@ -10,6 +14,7 @@
 #include "config/config_lines.h"
 #include "ident/features.h"
 #include "ident/strings.h"
+#include "records/name_column.h"
 #include "records/state.h"
 
 namespace qorx {
@@ -60,14 +65,40 @@ void confirm_candidate(DeviceRecord& record, const FittedModule& module) {
   }
 }
 
-void apply_module(const FittedModule& module) {
-  for (DeviceRecord& record : device_records()) {
-    const std::string_view model = record.model;
-    if (record.smbios_type == QORX_SMBIOS_SYSTEM_SLOT && model.size() > kSingleNameLength && module.is_in(model)) {
-      confirm_candidate(record, module);
+// The ports by their lists of candidates: there are few different ones, and a file may have thousands of lines.
+class CandidateLists {
+ public:
+  CandidateLists() {
+    for (std::size_t i = 0; i < ports_.size(); ++i) {
+      const std::string_view model = ports_[i].model;
+      if (model.size() > kSingleNameLength && models_.find(model) == i) {
+        firsts_[count_++] = static_cast<std::uint16_t>(i);
+      }
     }
   }
-}
+
+  void confirm(const FittedModule& module) {
+    for (const std::size_t first : std::span(firsts_).first(count_)) {
+      if (module.is_in(ports_[first].model)) {
+        confirm_list(first, module);
+      }
+    }
+  }
+
+ private:
+  void confirm_list(std::size_t first, const FittedModule& module) {
+    for (std::size_t i = first; i != kNoRecord; i = models_.find_next(i)) {
+      if (ports_[i].smbios_type == QORX_SMBIOS_SYSTEM_SLOT) {
+        confirm_candidate(ports_[i], module);
+      }
+    }
+  }
+
+  std::span<DeviceRecord> ports_ = device_records();
+  NameColumn<DeviceRecord> models_{ports_, &DeviceRecord::model};
+  std::array<std::uint16_t, kMaxRecords> firsts_{};  // the first port of each list
+  std::size_t count_ = 0;
+};
 
 class ModuleNames {
  public:
@@ -80,6 +111,7 @@ class ModuleNames {
  private:
   const char* file_;
   bool any_ = false;
+  CandidateLists candidates_;
   // Deliberately kept from line to line: a name of another family is also found by the number of the last WMX
   // module before it.
   char short_form_[1 + kShortDigits + 1] = {};
@@ -102,7 +134,7 @@ std::int32_t ModuleNames::take_line(const char* text, int line_number) {
     copy_text(short_form_, "/");
     append_text(short_form_, name.substr(kFamilyPrefix.size(), kShortDigits));
   }
-  apply_module({name, short_form_, *feature});
+  candidates_.confirm({name, short_form_, *feature});
   return 0;
 }
 

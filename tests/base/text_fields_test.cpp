@@ -2,7 +2,9 @@
 
 #include <gtest/gtest.h>
 
+#include <cstdlib>
 #include <string>
+#include <string_view>
 
 namespace qorx {
 namespace {
@@ -38,6 +40,20 @@ TEST(ParseHexadecimal, ReadsWhatStrtolReads) {
   EXPECT_EQ(parse_hexadecimal("1g"), 1);
   EXPECT_EQ(parse_hexadecimal("zz"), 0);
   EXPECT_EQ(parse_hexadecimal(""), 0);
+}
+
+TEST(ParseHexadecimal, ReadsWhatStrtolReadsOfAllShortTexts) {
+  constexpr std::string_view kCharacters = "019afgAFGxX-+ \t\n";
+  for (const char first : kCharacters) {
+    for (const char second : kCharacters) {
+      for (const char third : kCharacters) {
+        const std::string text{first, second, third};
+        for (const std::string& longer : {text, text + "1f", text + "1f2e3d4c5b6a79881"}) {
+          ASSERT_EQ(parse_hexadecimal(longer), std::strtol(longer.c_str(), nullptr, 16)) << longer;
+        }
+      }
+    }
+  }
 }
 
 TEST(ParseHexadecimal, StopsAtTheEndOfItsField) {
