@@ -11,7 +11,7 @@ import subprocess
 import tempfile
 
 SOURCE = pathlib.Path(__file__).resolve().parents[2]
-INSPECT = os.environ["QORX_INSPECT_PROGRAM"]
+INSPECT = os.environ.get("QORX_INSPECT_PROGRAM", "")
 REPLAY = os.environ["QORX_REPLAY_PROGRAM"]
 REALDATA = os.environ.get("QORX_REALDATA_DIR", "")
 
@@ -131,7 +131,7 @@ class FuzzMachine:
         elif letter == b"n":
             self.add_interface(first, rest.partition(b"\0")[0])
         elif letter == b"r":
-            for i in range(content[0] * 4 if content else 0):
+            for i in range({0: 0, 255: 1000}.get(content[0], content[0]) if content else 0):
                 os.symlink(self.link, system + b"class/net/" + self.name + b".%d" % i)
         elif letter in (b"c", b"u") and self.device:
             self.write(self.device + (b"/config" if letter == b"c" else b"/uevent"), content)
