@@ -9,8 +9,8 @@
 
 #include "base/messages.h"
 #include "records/state.h"
-#include "tests/support/fake_machine.h"
-#include "tests/support/library.h"
+#include "tests/support/expect.h"
+#include "tests/support/fixture.h"
 
 namespace qorx {
 namespace {
@@ -18,13 +18,7 @@ namespace {
 const std::int32_t kInitAtStart = g_qorx_init;
 const std::string kRefusal = "qorx library needs to be initialized before function call.\n";
 
-class InitCheck : public testing::Test {
- protected:
-  void SetUp() override { test::reset_library(); }
-  void TearDown() override { test::reset_library(); }
-
-  test::FakeMachine machine_;
-};
+using InitCheck = test::MachineTest;
 
 using Call = std::pair<const char*, std::function<std::int32_t()>>;
 
@@ -44,47 +38,34 @@ std::vector<Call> guarded_calls(const std::string& directory) {
   };
 }
 
-void expect_refused(const Call& call, const std::string& output) {
-  SCOPED_TRACE(call.first);
-  std::int32_t code = 0;
-  EXPECT_EQ(test::printed_by([&] { code = call.second(); }), output);
-  EXPECT_EQ(code, 0x95);
-}
-
-TEST_F(InitCheck, TheLibraryStartsNotInitialised) {
-  EXPECT_EQ(kInitAtStart, -1);
+void expect_all_refused(const test::FakeMachine& machine, const std::string& output) {
+  for (const auto& [name, call] : guarded_calls(machine.work())) {
+    EXPECT_EQ(test::outcome_of(call), (test::Outcome{output, 0x95})) << name;
+  }
+  EXPECT_TRUE(std::filesystem::is_empty(machine.work()));
 }
 
 TEST_F(InitCheck, NothingIsReportedBeforeOpen) {
-  for (const Call& call : guarded_calls(machine_.work())) {
-    expect_refused(call, kRefusal);
-  }
-  EXPECT_TRUE(std::filesystem::is_empty(machine_.work()));
+  EXPECT_EQ(kInitAtStart, -1);
+  expect_all_refused(machine_, kRefusal);
 }
 
 TEST_F(InitCheck, NothingIsReportedAfterClose) {
   ASSERT_EQ(qorx_open(), 0);
   ASSERT_EQ(qorx_close(), 0);
-  for (const Call& call : guarded_calls(machine_.work())) {
-    expect_refused(call, kRefusal);
-  }
+  expect_all_refused(machine_, kRefusal);
 }
 
 TEST_F(InitCheck, NothingIsReportedAfterAFailedOpen) {
   ASSERT_EQ(qorx_open(), 0);
   machine_.remove("sys/class/net");
-  ASSERT_EQ(test::printed_by([] { EXPECT_EQ(qorx_open(), 0x98); }),
-            "/sys/class/net folder do not exist or can't access. Please check your environment\n");
-  for (const Call& call : guarded_calls(machine_.work())) {
-    expect_refused(call, kRefusal);
-  }
+  ASSERT_EQ(test::outcome_of(qorx_open).code, 0x98);
+  expect_all_refused(machine_, kRefusal);
 }
 
 TEST_F(InitCheck, TheRefusalIsAnErrorMessage) {
   qorx_set_message_level(0);
-  for (const Call& call : guarded_calls(machine_.work())) {
-    expect_refused(call, "");
-  }
+  expect_all_refused(machine_, "");
 }
 
 TEST_F(InitCheck, PassesSilentlyWhenOpen) {
@@ -94,12 +75,12 @@ TEST_F(InitCheck, PassesSilentlyWhenOpen) {
 
 TEST_F(InitCheck, OnlyZeroMeansOpen) {
   g_qorx_init = 1;
-  expect_refused({"one", [] { return INIT_CHECK(); }}, kRefusal);
+  EXPECT_EQ(test::outcome_of(INIT_CHECK), (test::Outcome{kRefusal, 0x95}));
 }
 
 TEST_F(InitCheck, CloseEndsInTheClosedStateEvenWhenItFails) {
   g_qorx_init = 5;
-  EXPECT_EQ(test::printed_by([] { EXPECT_EQ(qorx_close(), 0x95); }), kRefusal);
+  EXPECT_EQ(test::outcome_of(qorx_close), (test::Outcome{kRefusal, 0x95}));
   EXPECT_EQ(g_qorx_init, -1);
 }
 

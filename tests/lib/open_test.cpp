@@ -6,21 +6,28 @@
 #include "base/bounded_text.h"
 #include "base/messages.h"
 #include "records/state.h"
-#include "tests/support/fake_machine.h"
-#include "tests/support/library.h"
+#include "tests/support/expect.h"
+#include "tests/support/fixture.h"
 #include "tests/support/sample_machine.h"
 
 namespace qorx {
 namespace {
 
-class Open : public testing::Test {
+class Open : public test::LibraryTest {
  protected:
-  void SetUp() override { test::reset_library(); }
-  void TearDown() override { test::reset_library(); }
-
   void use_config(const std::string& content) {
     g_config_flag = 1;
     copy_text(g_config_file_name, machine_.user_file("qorx.cfg", content));
+  }
+
+  void use_overrides(const std::string& content) {
+    g_smbios_flag = 1;
+    copy_text(g_smbios_file_name, machine_.user_file("smbios.cfg", content));
+  }
+
+  void use_legacy_names(const std::string& content) {
+    g_legacy_flag = g_WMX_name_flag = 1;
+    copy_text(g_WMX_name_file_name, machine_.user_file("names.cfg", content));
   }
 
   // The port's record after an open.
@@ -38,7 +45,7 @@ class Open : public testing::Test {
 };
 
 TEST_F(Open, IsSilentAndLeavesTheLibraryInitialised) {
-  EXPECT_EQ(test::printed_by([] { EXPECT_EQ(qorx_open(), 0); }), "");
+  EXPECT_EQ(test::outcome_of(qorx_open), (test::Outcome{"", 0}));
   EXPECT_EQ(g_qorx_init, 0);
   EXPECT_EQ(qorx_close(), 0);
   EXPECT_EQ(g_qorx_init, -1);
@@ -69,8 +76,9 @@ TEST_F(Open, ASecondOpenStartsFromNothing) {
 TEST_F(Open, AMissingDirectoryFailsBeforeTheTablesAreCleared) {
   ASSERT_EQ(qorx_open(), 0);
   machine_.remove("sys/devices/pci0000:00");
-  EXPECT_EQ(test::printed_by([] { EXPECT_EQ(qorx_open(), 0x98); }),
-            "/sys/devices/pci0000:00 folder do not exist or can't access. Please check your environment\n");
+  EXPECT_EQ(test::outcome_of(qorx_open),
+            (test::Outcome{
+                "/sys/devices/pci0000:00 folder do not exist or can't access. Please check your environment\n", 0x98}));
   EXPECT_EQ(g_qorx_init, -1);
   EXPECT_EQ(qorx_system_environment_info.eth_device_number, 5U);
 }
@@ -85,24 +93,21 @@ TEST_F(Open, VmLeavesTheSlotTableEmpty) {
 
 TEST_F(Open, AMachineWithoutSmbiosOpens) {
   machine_.remove("sys/firmware");
-  EXPECT_EQ(test::printed_by([] { EXPECT_EQ(qorx_open(), 0); }), "");
+  EXPECT_EQ(test::outcome_of(qorx_open), (test::Outcome{"", 0}));
   EXPECT_EQ(qorx_system_environment_info.eth_smbios_t9_t41_number, 0U);
 }
 
 TEST_F(Open, TheOverrideFileComesBeforeVm) {
   g_vm_bypass = 1;
-  g_smbios_flag = 1;
-  copy_text(g_smbios_file_name,
-            machine_.user_file("smbios.cfg", "TYPE=\"9\"\nNAME=\"S 1\"\nBUS:DEV.FUN=\"03:00.0\"\n"));
+  use_overrides("TYPE=\"9\"\nNAME=\"S 1\"\nBUS:DEV.FUN=\"03:00.0\"\n");
   EXPECT_EQ(qorx_open(), 0);
   EXPECT_STREQ(port("eth0").slot_name, "S 1");
 }
 
 TEST_F(Open, AWrongOverrideFileEndsIt) {
-  g_smbios_flag = 1;
-  copy_text(g_smbios_file_name, machine_.user_file("smbios.cfg", "NAME=\"S 1\"\n"));
-  EXPECT_EQ(test::printed_by([] { EXPECT_EQ(qorx_open(), 0x81); }),
-            std::string("Can't find TYPE! ") + g_smbios_file_name + " line: 1\n");
+  use_overrides("NAME=\"S 1\"\n");
+  EXPECT_EQ(test::outcome_of(qorx_open),
+            (test::Outcome{std::string("Can't find TYPE! ") + g_smbios_file_name + " line: 1\n", 0x81}));
   EXPECT_EQ(g_qorx_init, -1);
   EXPECT_EQ(qorx_system_environment_info.eth_device_number, 0U);
 }
@@ -112,14 +117,14 @@ TEST_F(Open, RecordedFilesComeBeforeTheOverrideFileAndCantFail) {
   g_smbios_flag = 1;
   copy_text(g_smbios_file_name, "missing");
   copy_text(g_entry_point_file, machine_.user_file("entry", std::string(31, 'x')));
-  EXPECT_EQ(test::printed_by([] { EXPECT_EQ(qorx_open(), 0); }), "Can't find SMBIOS!\n");
+  EXPECT_EQ(test::outcome_of(qorx_open), (test::Outcome{"Can't find SMBIOS!\n", 0}));
   EXPECT_EQ(qorx_system_environment_info.eth_smbios_t9_t41_number, 0U);
 }
 
 TEST_F(Open, AWrongPlatformFileFailsBeforeTheScan) {
   use_config("nonsense\n");
-  EXPECT_EQ(test::printed_by([] { EXPECT_EQ(qorx_open(), 0x81); }),
-            std::string("Can't find SLOT_NAME! ") + g_config_file_name + " line: 1\n");
+  EXPECT_EQ(test::outcome_of(qorx_open),
+            (test::Outcome{std::string("Can't find SLOT_NAME! ") + g_config_file_name + " line: 1\n", 0x81}));
   EXPECT_EQ(qorx_system_environment_info.eth_device_number, 0U);
   EXPECT_EQ(qorx_system_environment_info.eth_smbios_t9_t41_number, 3U);
 }
@@ -127,14 +132,13 @@ TEST_F(Open, AWrongPlatformFileFailsBeforeTheScan) {
 TEST_F(Open, SwitchLinesAreAppliedBeforeTheScan) {
   use_config("SLOT_NAME=\"WMX Slot 3\"\nCHANGE_NAME=\"Renamed 9\"\n");
   EXPECT_EQ(qorx_open(), 0);
-  EXPECT_STREQ(port("eth0").slot_name, "Renamed 9");
-  EXPECT_EQ(port("eth0").seg, 36);  // numbered from the new name
+  test::expect_port(port("eth0"), {.slot_name = "Renamed 9", .seg = 36});  // numbered from the new name
 }
 
 TEST_F(Open, AWrongFeatureLineFailsBehindTheScan) {
   use_config("SLOT_NAME=\"LAN 1\"\nFUNCTION/NAME/FEATURE=\"6/MGMT/none\"\n");
-  EXPECT_EQ(test::printed_by([] { EXPECT_EQ(qorx_open(), 0x81); }),
-            std::string("Not supported feature! ") + g_config_file_name + " line: 2\n");
+  EXPECT_EQ(test::outcome_of(qorx_open),
+            (test::Outcome{std::string("Not supported feature! ") + g_config_file_name + " line: 2\n", 0x81}));
   EXPECT_EQ(g_qorx_init, -1);
   EXPECT_EQ(qorx_system_environment_info.eth_device_number, 5U);
   EXPECT_STREQ(port("eth2").panel_name, "");  // the stages behind did not run
@@ -143,17 +147,18 @@ TEST_F(Open, AWrongFeatureLineFailsBehindTheScan) {
 TEST_F(Open, AFailingScanEndsIt) {
   machine_.add_port("eth9", "0000:00:1c.2/0000:05:00.0", {.subsys_vendor = 0x13FE, .subsys_device = 0x205D});
   machine_.smbios(test::SmbiosTable().slot("WMX Slot 5 (H.1.255.255)", "05:00.0"));
-  EXPECT_EQ(test::printed_by([] { EXPECT_EQ(qorx_open(), 0x98); }), "Error: Cannot access /sys/class/i2c-adapter\n");
+  EXPECT_EQ(test::outcome_of(qorx_open), (test::Outcome{"Error: Cannot access /sys/class/i2c-adapter\n", 0x98}));
   EXPECT_EQ(g_qorx_init, -1);
 }
 
 TEST_F(Open, TheModuleNameFileIsReadOnlyWithLegacy) {
-  g_WMX_name_flag = 1;
-  copy_text(g_WMX_name_file_name, machine_.user_file("names.cfg", "WMX-2848 wrong\n"));
-  EXPECT_EQ(test::printed_by([] { EXPECT_EQ(qorx_open(), 0); }), "");
+  use_legacy_names("WMX-2848 wrong\n");
+  g_legacy_flag = 0;
+  EXPECT_EQ(test::outcome_of(qorx_open), (test::Outcome{"", 0}));
   g_legacy_flag = 1;
-  EXPECT_EQ(test::printed_by([] { EXPECT_EQ(qorx_open(), 0x81); }),
-            std::string("Not supported feature for WMX in ") + g_WMX_name_file_name + " line 1\n");
+  EXPECT_EQ(
+      test::outcome_of(qorx_open),
+      (test::Outcome{std::string("Not supported feature for WMX in ") + g_WMX_name_file_name + " line 1\n", 0x81}));
   EXPECT_EQ(g_qorx_init, -1);
 }
 
@@ -161,40 +166,33 @@ TEST_F(Open, TheModuleNameFileIsReadOnlyWithLegacy) {
 TEST_F(Open, ModelsAreNamedBeforePanels) {
   machine_.add_usb_port("usb0", "0000:00:14.0/usb2/2-1/2-1:1.0", "bda/8153/3000");
   ASSERT_EQ(qorx_open(), 0);
-  EXPECT_STREQ(port("usb0").panel_name, "N/A");
-  EXPECT_STREQ(port("usb0").slot_name, "N/A");
-  EXPECT_EQ(port("usb0").seg, 255);
+  test::expect_port(port("usb0"), {.slot_name = "N/A", .panel_name = "N/A", .seg = 255});
 }
 
 // Four ports of one slot that fit three old modules, of which only one, numbered from right to left, is fitted.
 TEST_F(Open, PanelsAreNumberedByTheFinalModel) {
-  g_legacy_flag = g_WMX_name_flag = 1;
-  copy_text(g_WMX_name_file_name, machine_.user_file("names.cfg", "WMX-9556 NA\n"));
+  use_legacy_names("WMX-9556 NA\n");
   for (const char* const function : {"0", "1", "2", "3"}) {
     machine_.add_port(std::string("sfp") + function, std::string("0000:00:1c.2/0000:05:00.") + function,
                       {.device = 0x1572});
   }
   machine_.smbios(test::SmbiosTable().slot("WMX Slot 5", "05:00.0"));
   ASSERT_EQ(qorx_open(), 0);
-  EXPECT_STREQ(port("sfp0").model, "WMX-9556");
-  EXPECT_STREQ(port("sfp0").panel_name, "4 (*)");
-  EXPECT_STREQ(port("sfp3").panel_name, "1 (*)");
+  test::expect_port(port("sfp0"), {.panel_name = "4 (*)", .model = "WMX-9556"});
+  test::expect_port(port("sfp3"), {.panel_name = "1 (*)"});
 }
 
 // Copper and fibre on one module: the fibre ports are known only once the module has its name.
 TEST_F(Open, HybridModulesAreHandledBehindTheirNames) {
-  g_legacy_flag = g_WMX_name_flag = 1;
-  copy_text(g_WMX_name_file_name, machine_.user_file("names.cfg", "WMX-6997 A_BYPASS\n"));
+  use_legacy_names("WMX-6997 A_BYPASS\n");
   for (int i = 0; i < 8; ++i) {
     machine_.add_port("mod" + std::to_string(i), "0000:00:1c.2/0000:05:00." + std::to_string(i),
                       {.device = static_cast<std::uint16_t>(i < 4 ? 0x1521 : 0x1522)});
   }
   machine_.smbios(test::SmbiosTable().slot("WMX Slot 5", "05:00.0"));
   ASSERT_EQ(qorx_open(), 0);
-  EXPECT_STREQ(port("mod0").model, "WMX-6997");
-  EXPECT_EQ(port("mod0").feature, QORX_FEATURE_A_BYPASS);
-  EXPECT_STREQ(port("mod7").model, "WMX-6997");
-  EXPECT_EQ(port("mod7").feature, QORX_FEATURE_NA);
+  test::expect_port(port("mod0"), {.model = "WMX-6997", .feature = QORX_FEATURE_A_BYPASS});
+  test::expect_port(port("mod7"), {.model = "WMX-6997", .feature = QORX_FEATURE_NA});
 }
 
 // Two ports behind each of two root ports are a module of four.
@@ -220,26 +218,16 @@ TEST_F(Open, SlotsAreMergedBeforeTheyAreCounted) {
 TEST_F(Open, AnUnparsablePathHasNoAddress) {
   machine_.add_raw_interface("soc0", "../../devices/platform/soc/net/soc0");
   ASSERT_EQ(qorx_open(), 0);
-  EXPECT_EQ(port("soc0").bus, 255);
-  EXPECT_EQ(port("soc0").dev, 255);
-  EXPECT_EQ(port("soc0").fun, 255);
+  test::expect_port(port("soc0"), {.bus = 255, .dev = 255, .fun = 255});
 }
 
-TEST(OpenOnALargeMachine, A513thPortIsNotRecorded) {
-  test::reset_library();
-  test::FakeMachine machine;
+TEST_F(Open, A513thPortIsNotRecorded) {
   for (int i = 0; i < 513; ++i) {
-    const std::string name = "eth" + std::to_string(i);
-    char link[80];
-    std::snprintf(link, sizeof link, "../../devices/pci0000:00/0000:%02x:%02x.%x/net/%s", 1 + i / 256, i / 8 % 32,
-                  i % 8, name.c_str());
-    machine.add_raw_interface(name, link);
+    machine_.add_raw_interface("p" + std::to_string(i), "../../devices/x/net/p" + std::to_string(i));
   }
-  const std::string traces = test::traced_by([] { EXPECT_EQ(qorx_open(), 0); });
+  EXPECT_EQ(test::outcome_of(qorx_open), (test::Outcome{"", 0}));
   EXPECT_EQ(qorx_system_environment_info.eth_device_number, 512U);
-  EXPECT_NE(traces.find("Detect physical NIC ports are reaching max support number 512.\n"), std::string::npos);
   EXPECT_STRNE(qorx_eth_device_mapping[511].eth_name, "");
-  test::reset_library();
 }
 
 }  // namespace

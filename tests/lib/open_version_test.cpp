@@ -4,12 +4,15 @@
 #include <string>
 
 #include "lib/qorx.h"
-#include "tests/support/library.h"
+#include "tests/support/expect.h"
+#include "tests/support/fixture.h"
 
 namespace qorx {
 namespace {
 
-TEST(LibraryVersion, IsOneThirtySix) {
+using LibraryVersion = test::LibraryTest;
+
+TEST_F(LibraryVersion, IsOneThirtySix) {
   std::uint8_t major = 0;
   std::uint8_t minor = 0;
   EXPECT_EQ(qorx_get_lib_version(&major, &minor), 0);
@@ -17,17 +20,16 @@ TEST(LibraryVersion, IsOneThirtySix) {
   EXPECT_EQ(minor, 36);
 }
 
-TEST(LibraryVersion, NeedsBothPointers) {
-  test::reset_library();
+TEST_F(LibraryVersion, NeedsBothPointers) {
   std::uint8_t number = 77;
-  const std::string message = "Error: *major, *minor is NULL pointer\n";
-  EXPECT_EQ(test::printed_by([&] { EXPECT_EQ(qorx_get_lib_version(nullptr, &number), 0x94); }), message);
-  EXPECT_EQ(test::printed_by([&] { EXPECT_EQ(qorx_get_lib_version(&number, nullptr), 0x94); }), message);
-  EXPECT_EQ(test::printed_by([] { EXPECT_EQ(qorx_get_lib_version(nullptr, nullptr), 0x94); }), message);
+  for (const std::string message : {"Error: *major, *minor is NULL pointer\n", ""}) {
+    const test::Outcome refused{message, 0x94};
+    EXPECT_EQ(test::outcome_of([&] { return qorx_get_lib_version(nullptr, &number); }), refused);
+    EXPECT_EQ(test::outcome_of([&] { return qorx_get_lib_version(&number, nullptr); }), refused);
+    EXPECT_EQ(test::outcome_of([] { return qorx_get_lib_version(nullptr, nullptr); }), refused);
+    qorx_set_message_level(0);
+  }
   EXPECT_EQ(number, 77);
-  qorx_set_message_level(0);
-  EXPECT_EQ(test::printed_by([] { EXPECT_EQ(qorx_get_lib_version(nullptr, nullptr), 0x94); }), "");
-  test::reset_library();
 }
 
 }  // namespace

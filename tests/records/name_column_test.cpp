@@ -4,23 +4,33 @@
 
 #include <random>
 #include <string>
+#include <vector>
 
 #include "base/bounded_text.h"
-#include "tests/support/library.h"
+#include "tests/support/fixture.h"
 
 namespace qorx {
 namespace {
 
-class NameColumnTest : public testing::Test {
+using SlotNames = NameColumn<SlotRecord>;
+
+class NameColumnTest : public test::LibraryTest {
  protected:
-  void SetUp() override { test::reset_library(); }
+  static SlotNames names_of(const std::vector<std::string>& names) {
+    for (const std::string& name : names) {
+      test::add_slot(name);
+    }
+    return {slot_records(), &SlotRecord::slot_name};
+  }
+
+  static void rename(SlotNames& names, std::size_t index, const char* name) {
+    copy_text(slot_records()[index].slot_name, name);
+    names.renew(index);
+  }
 };
 
 TEST_F(NameColumnTest, FindsTheFirstRecordOfANameAndThoseBehindIt) {
-  for (const char* const name : {"A", "B", "A", "", "A"}) {
-    test::add_slot(name);
-  }
-  const NameColumn<SlotRecord> names(slot_records(), &SlotRecord::slot_name);
+  const SlotNames names = names_of({"A", "B", "A", "", "A"});
   EXPECT_EQ(names.find("A"), 0U);
   EXPECT_EQ(names.find_next(0), 2U);
   EXPECT_EQ(names.find_next(2), 4U);
@@ -31,61 +41,46 @@ TEST_F(NameColumnTest, FindsTheFirstRecordOfANameAndThoseBehindIt) {
 }
 
 TEST_F(NameColumnTest, NamesAreComparedWholeAndInCase) {
-  test::add_slot("WMX Slot 1");
-  const NameColumn<SlotRecord> names(slot_records(), &SlotRecord::slot_name);
-  for (const char* const other : {"WMX Slot", "WMX Slot 10", "wmx slot 1", "WMX Slot 1 "}) {
+  const SlotNames names = names_of({"WMX Slot 1"});
+  for (const char* const other : {"WMX Slot", "WMX Slot 10", "wmx slot 1", "WMX Slot 1 ", ""}) {
     EXPECT_EQ(names.find(other), kNoRecord) << other;
   }
 }
 
 TEST_F(NameColumnTest, AnEmptyTableHasNoRecord) {
-  const NameColumn<SlotRecord> names(slot_records(), &SlotRecord::slot_name);
-  EXPECT_EQ(names.find(""), kNoRecord);
-  EXPECT_EQ(names.find("A"), kNoRecord);
+  EXPECT_EQ(names_of({}).find(""), kNoRecord);
+  EXPECT_EQ(names_of({}).find("A"), kNoRecord);
 }
 
 // "costarring" and "liquid" have the same 32-bit FNV-1a value.
 TEST_F(NameColumnTest, TwoNamesOfOneFingerprintAreTwoNames) {
-  test::add_slot("costarring");
-  test::add_slot("liquid");
-  const NameColumn<SlotRecord> names(slot_records(), &SlotRecord::slot_name);
+  const SlotNames names = names_of({"costarring", "liquid"});
   EXPECT_EQ(names.find("liquid"), 1U);
   EXPECT_EQ(names.find("costarring"), 0U);
 }
 
-TEST_F(NameColumnTest, AChangedNameIsFoundOnceItIsRenewed) {
-  test::add_slot("A");
-  NameColumn<SlotRecord> names(slot_records(), &SlotRecord::slot_name);
-  copy_text(slot_records()[0].slot_name, "B");
-  names.renew(0);
-  EXPECT_EQ(names.find("A"), kNoRecord);
-  EXPECT_EQ(names.find("B"), 0U);
-  names.renew(1);  // not covered: nothing happens
-}
-
 TEST_F(NameColumnTest, ARenamedRecordTakesItsPlaceInTableOrder) {
-  for (const char* const name : {"A", "B", "A"}) {
-    test::add_slot(name);
-  }
-  NameColumn<SlotRecord> names(slot_records(), &SlotRecord::slot_name);
-  copy_text(slot_records()[1].slot_name, "A");
-  names.renew(1);
+  SlotNames names = names_of({"A", "B", "A"});
+  rename(names, 1, "A");
+  EXPECT_EQ(names.find("B"), kNoRecord);
   EXPECT_EQ(names.find("A"), 0U);
   EXPECT_EQ(names.find_next(0), 1U);
   EXPECT_EQ(names.find_next(1), 2U);
-  copy_text(slot_records()[0].slot_name, "B");
-  names.renew(0);
+  rename(names, 0, "B");
   EXPECT_EQ(names.find("A"), 1U);
   EXPECT_EQ(names.find("B"), 0U);
+  names.renew(3);  // not covered: nothing happens
 }
 
-TEST_F(NameColumnTest, LeavesOutRecordsThatAreNoLongerCovered) {
-  test::add_slot("A");
-  test::add_slot("B");
-  NameColumn<SlotRecord> names(slot_records(), &SlotRecord::slot_name);
+TEST_F(NameColumnTest, CoversTheRecordsItIsToldTo) {
+  SlotNames names = names_of({"A", "B"});
   names.cover(slot_records().first(1));
   EXPECT_EQ(names.find("B"), kNoRecord);
   EXPECT_EQ(names.find("A"), 0U);
+  test::add_slot("C");
+  EXPECT_EQ(names.find("C"), kNoRecord);
+  names.cover(slot_records());
+  EXPECT_EQ(names.find("C"), 2U);
 }
 
 // Whatever is renamed in whatever order, the answer is that of a plain search from the front.
@@ -112,22 +107,14 @@ TEST_F(NameColumnTest, AnswersLikeAPlainSearch) {
   }
 }
 
-TEST_F(NameColumnTest, CoversRecordsThatAreAddedLater) {
-  test::add_slot("A");
-  NameColumn<SlotRecord> names(slot_records(), &SlotRecord::slot_name);
-  test::add_slot("B");
-  EXPECT_EQ(names.find("B"), kNoRecord);
-  names.cover(slot_records());
-  EXPECT_EQ(names.find("B"), 1U);
-}
-
 TEST_F(NameColumnTest, CoversEveryRecordOfAFullTable) {
+  std::vector<std::string> all;
   for (std::size_t i = 0; i < kMaxRecords; ++i) {
-    test::add_slot("slot " + std::to_string(i));
+    all.push_back("slot " + std::to_string(i));
   }
-  const NameColumn<SlotRecord> names(slot_records(), &SlotRecord::slot_name);
+  const SlotNames names = names_of(all);
   for (std::size_t i = 0; i < kMaxRecords; ++i) {
-    ASSERT_EQ(names.find("slot " + std::to_string(i)), i);
+    ASSERT_EQ(names.find(all[i]), i);
   }
 }
 
