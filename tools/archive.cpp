@@ -8,6 +8,7 @@
 #include <unistd.h>
 
 #include <cerrno>
+#include <csignal>
 #include <cstdio>
 #include <cstdlib>
 #include <memory>
@@ -35,6 +36,40 @@ bool complain(const char* file, const char* reason) {
   return false;
 }
 
+// Keeps the signals that end a program from outside, and the word of a child's end, for whoever asks.
+class SignalsHeld {
+ public:
+  SignalsHeld() {
+    sigemptyset(&signals_);
+    for (const int signal : {SIGINT, SIGTERM, SIGHUP, SIGCHLD}) {
+      sigaddset(&signals_, signal);
+    }
+    std::signal(SIGCHLD, SIG_DFL);
+    sigprocmask(SIG_BLOCK, &signals_, &before_);
+  }
+  SignalsHeld(const SignalsHeld&) = delete;
+  SignalsHeld& operator=(const SignalsHeld&) = delete;
+  ~SignalsHeld() { restore(); }
+
+  void restore() const { sigprocmask(SIG_SETMASK, &before_, nullptr); }
+
+  // Waits until the child has ended, handing signals on to it. Returns its status.
+  [[nodiscard]] int wait_for(pid_t child) const {
+    int status = -1;
+    while (waitpid(child, &status, WNOHANG) == 0) {
+      const int signal = sigwaitinfo(&signals_, nullptr);
+      if (signal > 0 && signal != SIGCHLD) {
+        kill(child, signal);
+      }
+    }
+    return status;
+  }
+
+ private:
+  sigset_t signals_;
+  sigset_t before_;
+};
+
 // Runs tar with its standard output going to `output` (-1: to ours). Returns its process id, -1 on failure.
 pid_t start_tar(std::vector<const char*> arguments, int output) {
   arguments.insert(arguments.begin(), "tar");
@@ -47,12 +82,20 @@ pid_t start_tar(std::vector<const char*> arguments, int output) {
   }
   // Its own complaints say less than what the caller makes of its failure.
   posix_spawn_file_actions_addopen(&actions, STDERR_FILENO, "/dev/null", O_WRONLY, 0);
+  // Signals that wait here still end it.
+  sigset_t none;
+  sigemptyset(&none);
+  posix_spawnattr_t attributes;
+  posix_spawnattr_init(&attributes);
+  posix_spawnattr_setsigmask(&attributes, &none);
+  posix_spawnattr_setflags(&attributes, POSIX_SPAWN_SETSIGMASK);
   pid_t process = -1;
   // The strings are not written to: the parameter's type is older than const.
   const auto* const words =
       const_cast<char* const*>(arguments.data());  // NOLINT(cppcoreguidelines-pro-type-const-cast)
-  const bool started = posix_spawnp(&process, "tar", &actions, nullptr, words, environ) == 0;
+  const bool started = posix_spawnp(&process, "tar", &actions, &attributes, words, environ) == 0;
   posix_spawn_file_actions_destroy(&actions);
+  posix_spawnattr_destroy(&attributes);
   return started ? process : -1;
 }
 
@@ -166,6 +209,33 @@ bool UnpackedArchive::unpack(const char* file) {
     return complain(file, "the archive holds links that lead out of it, or special files");
   }
   return true;
+}
+
+std::optional<int> use_archive(const char* file, const std::function<int(const char* root)>& use) {
+  int status = -1;
+  {
+    const SignalsHeld held;
+    UnpackedArchive archive;
+    if (!archive.unpack(file)) {
+      return std::nullopt;
+    }
+    const pid_t child = fork();
+    if (child == 0) {
+      held.restore();
+      const std::string root = archive.directory();
+      archive.release();
+      return use(root.c_str());
+    }
+    if (child < 0) {
+      complain(file, "no process can be made for it");
+      return std::nullopt;
+    }
+    status = held.wait_for(child);
+  }
+  if (WIFSIGNALED(status)) {
+    raise(WTERMSIG(status));
+  }
+  return WEXITSTATUS(status);
 }
 
 }  // namespace qorx

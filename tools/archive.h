@@ -2,6 +2,8 @@
 #ifndef QORX_TOOLS_ARCHIVE_H
 #define QORX_TOOLS_ARCHIVE_H
 
+#include <functional>
+#include <optional>
 #include <string>
 
 namespace qorx {
@@ -24,11 +26,19 @@ class UnpackedArchive {
 
   [[nodiscard]] const std::string& directory() const { return directory_; }
 
+  // Leaves the directory to another process.
+  void release() { directory_.clear(); }
+
  private:
   bool make_directory();
 
   std::string directory_;
 };
+
+// Unpacks `file` and calls `use` with the directory, in a process of its own: whatever ends that, the directory goes
+// away. Returns what `use` returned, or nothing where the archive can't be unpacked; where a signal ended it, this
+// process ends by the same one.
+std::optional<int> use_archive(const char* file, const std::function<int(const char* root)>& use);
 
 }  // namespace qorx
 

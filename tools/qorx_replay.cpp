@@ -1,8 +1,11 @@
 // qorx-replay: runs qorx against a recorded machine. /sys and /dev/mem are looked up below a directory ROOT, or in
 // an archive that qorx-capture wrote; files that the user names, and tovix.cfg, stay where they are. Needs no
 // privilege.
-#include <array>
+#include <sys/stat.h>
+
+#include <cerrno>
 #include <cstdio>
+#include <cstring>
 #include <string_view>
 #include <vector>
 
@@ -23,7 +26,17 @@ constexpr const char* kHelp =
     "\n"
     "  --help  Show a short text on the use and do nothing else.\n";
 
+constexpr int kBadUsage = 2;
+
+int complain(const char* name, const char* reason) {
+  std::fprintf(stderr, "qorx-replay: %s: %s\n", name, reason);
+  return kBadUsage;
+}
+
 int replay(const char* root, int argc, char** argv) {
+  if (!qorx::set_system_root(root)) {
+    return complain(root, "the name is too long");
+  }
   qorx::follow_recorded_order(root);
   const int first = argc > 2 && std::string_view(argv[2]) == "--" ? 3 : 2;
   std::vector<const char*> arguments{"qorx"};
@@ -34,9 +47,8 @@ int replay(const char* root, int argc, char** argv) {
 }  // namespace
 
 int main(int argc, char** argv) {
-  constexpr int kBadUsage = 2;
   if (argc < 2) {
-    std::fputs("Usage: qorx-replay ROOT [--] ARGS...\n", stderr);
+    std::fputs("Usage: qorx-replay MACHINE [--] OPERATION [OPTION...]\n", stderr);
     return kBadUsage;
   }
   qorx::protect_standard_output();
@@ -44,17 +56,13 @@ int main(int argc, char** argv) {
     std::fputs(kHelp, stdout);
     return 0;
   }
-  const char* root = argv[1];
-  qorx::UnpackedArchive archive;
-  if (qorx::is_archive(root)) {
-    if (!archive.unpack(root)) {
-      return kBadUsage;
-    }
-    root = archive.directory().c_str();
+  const char* const machine = argv[1];
+  struct stat status {};
+  if (stat(machine, &status) != 0) {
+    return complain(machine, std::strerror(errno));
   }
-  if (root[0] == '\0' || !qorx::set_system_root(root)) {
-    std::fputs("qorx-replay: unusable directory name\n", stderr);
-    return kBadUsage;
+  if (S_ISDIR(status.st_mode)) {
+    return replay(machine, argc, argv);
   }
-  return replay(root, argc, argv);
+  return qorx::use_archive(machine, [&](const char* root) { return replay(root, argc, argv); }).value_or(kBadUsage);
 }
