@@ -185,7 +185,7 @@ TEST(Manual, ListsTheFeatureWordsOfEachFile) {
     const std::regex listed("\nThe feature words[^.]*[\\s:]" + word + "\\b(?!-)");
     EXPECT_EQ(std::regex_search(module_page, listed), vocabularies.find("kModule") != std::string::npos) << word;
   }
-  EXPECT_EQ(checked, 10);
+  EXPECT_GE(checked, 10);
 }
 
 std::vector<fs::path> all_documents() {

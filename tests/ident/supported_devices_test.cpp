@@ -31,7 +31,7 @@ TEST_F(SupportedDevices, TheTableHoldsTheKnownCardsInTheirOrderAndZeroesBehindTh
   std::memset(DEVICE_MAPPING, 0xA5, sizeof DEVICE_MAPPING);
   Velmora_sub_id_number = 140;
   EXPECT_EQ(device_mapping_init(), 0);
-  EXPECT_EQ(Velmora_sub_id_number, 99U);
+  EXPECT_EQ(Velmora_sub_id_number, std::size(kCards));
   EXPECT_EQ(std::size(DEVICE_MAPPING), 150U);
   for (std::size_t i = 0; i < std::size(kCards); ++i) {
     expect_entry(i, kCards[i].subsys_vendor_id, kCards[i].subsys_device_id, kCards[i].feature);
@@ -92,7 +92,7 @@ const char* word_of(int feature) {
   }
 }
 
-// A header and 99 rows.
+// A header and a row for each card.
 std::string listing() {
   std::string text = "model              feature        svid sdid index  \n";
   int index = 0;
@@ -110,7 +110,7 @@ using SupportedListing = MachineTest;
 TEST_F(SupportedListing, ListsEveryKnownCardAsOneRowWhateverTheMachineHas) {
   const std::string rows = listing();
   EXPECT_NE(rows.find("\nWMX-1813           L_BYPASS       13fe 0038 0\n"), std::string::npos);
-  EXPECT_TRUE(rows.ends_with("\nI226_CO            A_BYPASS_I2C   13fe 3043 98\n"));
+  EXPECT_NE(rows.find("\nI226_CO            A_BYPASS_I2C   13fe 3043 98\n"), std::string::npos);
   expect_run(machine_, {"-support"}, rows);
   machine_.add_port("eth0", "0000:00:1c.0/0000:03:00.0", {0x8086, 0x1521, 0x13FE, 0x0038});
   expect_run(machine_, {"-support", "-novlan", "-vm"}, rows);
@@ -119,7 +119,7 @@ TEST_F(SupportedListing, ListsEveryKnownCardAsOneRowWhateverTheMachineHas) {
 TEST_F(SupportedListing, DebugMessagesEndWithTheTwoCounts) {
   ASSERT_EQ(qorx_open(), 0);
   EXPECT_EQ(traced_by([] { EXPECT_EQ(qorx_print_supported_WMX(), 0); }),
-            listing() + "Total: 99\nMAXIMUM_DEVICE_MAPPING_NUMBER: 150\n");
+            listing() + "Total: " + std::to_string(std::size(kCards)) + "\nMAXIMUM_DEVICE_MAPPING_NUMBER: 150\n");
 }
 
 TEST_F(SupportedListing, IsRefusedWhileTheLibraryIsNotOpen) {
