@@ -26,24 +26,6 @@ class PlatformFile : public UserFileTest {
     record.feature = static_cast<std::uint8_t>(feature);
     return record;
   }
-
-  // The feature line "<function>/<panel>/<word>" for slot LAN1.
-  void apply_feature(const std::string& value, Where where = Where::here()) {
-    apply(kFeaturePass, slot_line("LAN1") + feature_line(value), where);
-  }
-
-  // The same where the line is refused for a port with another feature.
-  std::string warnings(const std::string& value) {
-    const Outcome outcome = read(kFeaturePass, slot_line("LAN1") + feature_line(value));
-    EXPECT_EQ(outcome.code, 0);
-    return outcome.printed;
-  }
-
-  static std::string warning(const std::string& word, int line) {
-    return "CFG file feature (" + word +
-           ") is not matched with Vlm default feature. Slot Name (LAN1) CFG file line: " + std::to_string(line) +
-           "\nIf you want to overwrite please add -F command!\n";
-  }
 };
 
 struct Value {
@@ -59,7 +41,7 @@ class PlatformFeature : public RowTest<Value, PlatformFile> {};
 TEST_P(PlatformFeature, SetsCodeControllerFlagAndName) {
   DeviceRecord& record = port("LAN1", 0);
   record.bypass_ctrl_flag = row().bypass_ctrl_flag == 0 ? 1 : 0;
-  apply_feature(row().text);
+  apply(kFeaturePass, slot_line("LAN1") + feature_line(row().text));
   expect_port(record,
               {.panel_name = row().panel_name, .feature = row().feature, .bypass_ctrl_flag = row().bypass_ctrl_flag});
 }
@@ -75,55 +57,68 @@ QORX_ROWS(PlatformFeature, {"POE", "0/MGMT/POE", 0x01}, {"A_BYPASS", "0/MGMT/A_B
           {"runs of slashes count as one and a leading one is skipped", "//0///Port 1//NCSI//1PPS/", 0x30, 0, "Port 1"},
           {"a value that looks like a key is a value", "0/SLOT_NAME=\"LAN2\"/POE", 0x01, 0, "SLOT_NAME=\"LAN2\""});
 
-TEST_F(PlatformFile, AFunctionFieldOf12AppliesToFunction1) {
-  for (const int fun : {1, 2, 12}) {
-    port("LAN1", fun);
+// Ports of functions in slots, and their panel names behind a file.
+struct Named {
+  std::string_view rule;
+  std::vector<std::pair<const char*, int>> ports;
+  std::string text;
+  Texts panel_names;
+};
+
+class PlatformPanelNames : public RowTest<Named, PlatformFile> {};
+
+TEST_P(PlatformPanelNames, AreGivenToThePortsOfTheSlotAndFunction) {
+  for (const auto& [slot_name, fun] : row().ports) {
+    port(slot_name, fun);
   }
-  apply_feature("12/P/POE");
-  EXPECT_EQ(texts_of(device_records(), &DeviceRecord::panel_name), (Texts{"P", "", ""}));
+  apply(kFeaturePass, row().text);
+  EXPECT_EQ(texts_of(device_records(), &DeviceRecord::panel_name), row().panel_names);
 }
 
-TEST_F(PlatformFile, FunctionsReachFrom0To9) {
-  port("LAN1", 0);
-  port("LAN1", 9);
-  apply_feature("0/zero/POE");
-  apply_feature("9/nine/POE");
-  EXPECT_EQ(texts_of(device_records(), &DeviceRecord::panel_name), (Texts{"zero", "nine"}));
-}
+const std::string kLan1 = slot_line("LAN1");
+const std::string kNameP = feature_line("0/P/POE");
 
-TEST_F(PlatformFile, ASlotOrFunctionThatNoPortHasChangesNothing) {
-  const DeviceRecord& record = port("LAN1", 0);
-  port("LAN1", 255);  // without an address
-  for (const char* const function : {"1", "a", " 0", "-1"}) {
-    apply_feature(std::string(function) + "/P/POE");
-  }
-  apply(kFeaturePass, slot_line("LAN9") + feature_line("0/P/POE") + order_line("0/P/L"));
-  EXPECT_EQ(texts_of(device_records(), &DeviceRecord::panel_name), (Texts{"", ""}));
-  expect_port(record, {.feature = 0});
-}
-
-TEST_F(PlatformFile, TheSlotNameIsComparedWholeAndInItsCase) {
-  for (const char* const name : {"lan1", "LAN", "LAN11", " LAN1", "LAN1 ", "", "LAN1"}) {
-    port(name, 0);
-  }
-  apply_feature("0/P/POE");
-  EXPECT_EQ(texts_of(device_records(), &DeviceRecord::panel_name), (Texts{"", "", "", "", "", "", "P"}));
-}
-
-TEST_F(PlatformFile, AnEmptySlotNameMeansThePortsWithoutASlot) {
-  port("", 0);
-  port("LAN1", 0);
-  apply(kFeaturePass, slot_line("") + feature_line("0/P/POE"));
-  EXPECT_EQ(texts_of(device_records(), &DeviceRecord::panel_name), (Texts{"P", ""}));
-}
+QORX_ROWS(
+    PlatformPanelNames,
+    {"a function field of 12 means function 1",
+     {{"LAN1", 1}, {"LAN1", 2}, {"LAN1", 12}},
+     kLan1 + feature_line("12/P/POE"),
+     {"P", "", ""}},
+    {"functions reach from 0 to 9",
+     {{"LAN1", 0}, {"LAN1", 9}},
+     kLan1 + feature_line("0/zero/POE") + feature_line("9/nine/POE"),
+     {"zero", "nine"}},
+    // Function 255: without an address.
+    {"a function that no port has names none",
+     {{"LAN1", 0}, {"LAN1", 255}},
+     kLan1 + feature_line("1/P/POE") + feature_line("a/P/POE") + feature_line(" 0/P/POE") + feature_line("-1/P/POE"),
+     {"", ""}},
+    {"a slot that no port has names none", {{"LAN1", 0}}, slot_line("LAN9") + kNameP + order_line("0/P/L"), {""}},
+    {"the slot name is compared whole and in its case",
+     {{"lan1", 0}, {"LAN", 0}, {"LAN11", 0}, {" LAN1", 0}, {"LAN1 ", 0}, {"", 0}, {"LAN1", 0}},
+     kLan1 + kNameP,
+     {"", "", "", "", "", "", "P"}},
+    {"an empty slot name means the ports without a slot", {{"", 0}, {"LAN1", 0}}, slot_line("") + kNameP, {"P", ""}},
+    {"two blocks for one slot both apply in their order",
+     {{"LAN1", 0}, {"LAN1", 1}},
+     kLan1 + feature_line("0/a/POE") + feature_line("1/b/POE") + kLan1 + feature_line("0/c/POE"),
+     {"c", "b"}},
+    {"a slot name that looks like a key is a name",
+     {{"LAN1", 0}, {"SLOT_NAME=\"x\"", 0}},
+     slot_line("SLOT_NAME=\"x\"") + kNameP,
+     {"", "P"}},
+    {"a new name that looks like a key is a name",
+     {{"LAN1", 0}},
+     kLan1 + rename_line("FUNCTION/NAME/FEATURE=\"0/P/POE\""),
+     {""}});
 
 TEST_F(PlatformFile, AFeatureLineReachesThePortsOnEveryBusOfTheSlot) {
-  const DeviceRecord& low = port("LAN1", 0);
-  DeviceRecord& high = port("LAN1", 0);
-  high.port_index = 1;
-  apply_feature("0/P/L_BYPASS");
-  expect_port(low, {.panel_name = "P", .feature = 0x04});
-  expect_port(high, {.panel_name = "P", .feature = 0x04});
+  port("LAN1", 0);
+  port("LAN1", 0).port_index = 1;
+  apply(kFeaturePass, kLan1 + feature_line("0/P/L_BYPASS"));
+  for (const DeviceRecord& record : device_records()) {
+    expect_port(record, {.panel_name = "P", .feature = 0x04});
+  }
 }
 
 struct Order {
@@ -162,94 +157,68 @@ TEST_F(PlatformFile, TheTableShowsABusOrderNameOnTheHigherBusOfASplitSlot) {
   EXPECT_EQ(row_of(output, "eth1").panel, "low");
 }
 
-TEST_F(PlatformFile, ABusOrderLineNamesAPortThatCarriesTheMismatchMark) {
-  const DeviceRecord& record = port("LAN1", 0, 0x82);
-  apply(kFeaturePass, slot_line("LAN1") + order_line("0/P/L"));
-  expect_port(record, {.panel_name = "P", .feature = 0x82});
+std::string warning(const std::string& word, int line) {
+  return "CFG file feature (" + word +
+         ") is not matched with Vlm default feature. Slot Name (LAN1) CFG file line: " + std::to_string(line) +
+         "\nIf you want to overwrite please add -F command!\n";
 }
 
-TEST_F(PlatformFile, TheSameFeatureAgainReplacesTheName) {
-  const DeviceRecord& record = port("LAN1", 0, 0x10);
-  apply_feature("0/P/NCSI");
-  expect_port(record, {.panel_name = "P", .feature = 0x10});
-}
+// A port named "old" that carries a control, and a block for it.
+struct Again {
+  std::string_view rule;
+  int before;
+  bool force;
+  std::string lines;
+  std::string_view panel_name;
+  int feature;
+  int bypass_ctrl_flag;
+  std::string printed = "";
+};
 
-TEST_F(PlatformFile, ABypassWithoutItsControllerMarkTakesTheMarkAway) {
-  DeviceRecord& record = port("LAN1", 0, 0x02);
-  record.bypass_ctrl_flag = 1;
-  apply_feature("0/P/A_BYPASS");
-  expect_port(record, {.bypass_ctrl_flag = 0});
-  apply_feature("0/P/A_BYPASS-C");
-  expect_port(record, {.bypass_ctrl_flag = 1});
-}
+class PlatformFeatureAgain : public RowTest<Again, PlatformFile> {};
 
-TEST_F(PlatformFile, AnotherFeatureThanTheScannedOneIsRefusedAndMarked) {
-  DeviceRecord& record = port("LAN1", 0, 0x02);
+TEST_P(PlatformFeatureAgain, MeetsAnother) {
+  DeviceRecord& record = port("LAN1", 0, row().before);
   record.bypass_ctrl_flag = 1;
   copy_text(record.panel_name, "old");
-  EXPECT_EQ(warnings("0/new/NCSI"), warning("NCSI", 2));
-  expect_port(record, {.panel_name = "old", .feature = 0x82, .bypass_ctrl_flag = 1});
+  g_force_flag = row().force ? 1 : 0;
+  EXPECT_EQ(read(kFeaturePass, kLan1 + row().lines), (Outcome{row().printed, 0}));
+  expect_port(record,
+              {.panel_name = row().panel_name, .feature = row().feature, .bypass_ctrl_flag = row().bypass_ctrl_flag});
 }
 
-TEST_F(PlatformFile, WithForceTheFileWins) {
-  DeviceRecord& record = port("LAN1", 0, 0x02);
-  record.bypass_ctrl_flag = 1;
-  g_force_flag = 1;
-  apply_feature("0/new/NCSI");
-  expect_port(record, {.panel_name = "new", .feature = 0x10, .bypass_ctrl_flag = 0});
-}
+QORX_ROWS(PlatformFeatureAgain,
+          {"the same feature again replaces the name", 0x10, false, feature_line("0/P/NCSI"), "P", 0x10, 0},
+          {"a bypass without its controller mark takes the mark away", 0x02, false, feature_line("0/P/A_BYPASS"), "P",
+           0x02, 0},
+          {"a bypass with its controller mark brings it back", 0x02, false,
+           feature_line("0/P/A_BYPASS") + feature_line("0/P/A_BYPASS-C"), "P", 0x02, 1},
+          {"another feature than the scanned one is refused and marked", 0x02, false, feature_line("0/new/NCSI"), "old",
+           0x82, 1, warning("NCSI", 2)},
+          {"with force the file wins", 0x02, true, feature_line("0/new/NCSI"), "new", 0x10, 0},
+          {"a marked port differs from every word even its own", 0x02, false,
+           feature_line("0/a/NCSI") + feature_line("0/b/A_BYPASS-C"), "old", 0x82, 1,
+           warning("NCSI", 2) + warning("A_BYPASS-C", 3)},
+          {"a marked port takes a word with force", 0x82, true, feature_line("0/P/A_BYPASS"), "P", 0x02, 0},
+          {"a bus order line names a port that carries the mark", 0x82, false, order_line("0/P/L"), "P", 0x82, 1});
 
-TEST_F(PlatformFile, AMarkedPortDiffersFromEveryWordEvenItsOwn) {
-  const DeviceRecord& record = port("LAN1", 0, 0x02);
-  EXPECT_EQ(read(kFeaturePass, slot_line("LAN1") + feature_line("0/a/NCSI") + feature_line("0/b/A_BYPASS-C")),
-            (Outcome{warning("NCSI", 2) + warning("A_BYPASS-C", 3), 0}));
-  expect_port(record, {.panel_name = "", .feature = 0x82});
-}
-
-TEST_F(PlatformFile, AMarkedPortTakesAWordWithForce) {
-  const DeviceRecord& record = port("LAN1", 0, 0x82);
-  g_force_flag = 1;
-  apply_feature("0/P/A_BYPASS");
-  expect_port(record, {.panel_name = "P", .feature = 0x02});
-}
-
-TEST_F(PlatformFile, EveryRefusedPortIsReportedInTableOrder) {
+TEST_F(PlatformFile, EveryRefusedPortIsReportedInTableOrderUnlessErrorMessagesAreOff) {
+  const std::string text = kLan1 + feature_line("0/P/1PPS");
   port("LAN1", 0, 0x02);
   const DeviceRecord& accepted = port("LAN1", 0);
   port("LAN1", 0, 0x01);
-  EXPECT_EQ(warnings("0/P/1PPS"), warning("1PPS", 2) + warning("1PPS", 2));
+  EXPECT_EQ(read(kFeaturePass, text), (Outcome{warning("1PPS", 2) + warning("1PPS", 2), 0}));
   expect_port(accepted, {.feature = 0x20});
-}
-
-TEST_F(PlatformFile, WarningsAreSilentWithErrorMessagesOff) {
-  const DeviceRecord& record = port("LAN1", 0, 0x02);
+  const DeviceRecord& refused = port("LAN1", 0, 0x02);
   qorx_set_message_level(0);
-  EXPECT_EQ(warnings("0/new/NCSI"), "");
-  expect_port(record, {.feature = 0x82});
-}
-
-TEST_F(PlatformFile, TwoBlocksForOneSlotBothApplyInTheirOrder) {
-  port("LAN1", 0);
-  port("LAN1", 1);
-  apply(kFeaturePass, slot_line("LAN1") + feature_line("0/a/POE") + feature_line("1/b/POE") + slot_line("LAN1") +
-                          feature_line("0/c/POE"));
-  EXPECT_EQ(texts_of(device_records(), &DeviceRecord::panel_name), (Texts{"c", "b"}));
+  EXPECT_EQ(read(kFeaturePass, text), Outcome{});
+  expect_port(refused, {.feature = 0x82});
 }
 
 TEST_F(PlatformFile, RenameAndSwitchLinesBelongToTheOtherPass) {
   const DeviceRecord& record = port("LAN1", 0);
-  apply(kFeaturePass,
-        slot_line("LAN1") + rename_line("LAN9") + switch_line("not even a range") + feature_line("0/P/POE"));
+  apply(kFeaturePass, kLan1 + rename_line("LAN9") + switch_line("not even a range") + kNameP);
   expect_port(record, {.slot_name = "LAN1", .panel_name = "P"});
-}
-
-TEST_F(PlatformFile, ASlotOrNewNameThatLooksLikeAKeyIsAName) {
-  const DeviceRecord& record = port("LAN1", 0);
-  const DeviceRecord& odd = port("SLOT_NAME=\"x\"", 0);
-  apply(kFeaturePass, slot_line("LAN1") + rename_line("FUNCTION/NAME/FEATURE=\"0/P/POE\""));
-  expect_port(record, {.feature = 0});
-  apply(kFeaturePass, slot_line("SLOT_NAME=\"x\"") + feature_line("0/P/POE"));
-  expect_port(odd, {.panel_name = "P"});
 }
 
 }  // namespace
