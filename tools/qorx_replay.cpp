@@ -2,16 +2,19 @@
 // an archive that qorx-capture wrote; files that the user names, and tovix.cfg, stay where they are. Needs no
 // privilege.
 #include <sys/stat.h>
+#include <unistd.h>
 
 #include <cerrno>
 #include <cstdio>
 #include <cstring>
+#include <new>
 #include <string_view>
 #include <vector>
 
 #include "base/system_root.h"
 #include "cli/command_line.h"
 #include "cli/standard_output.h"
+#include "lib/qorx.h"
 #include "tools/archive.h"
 #include "tools/recorded_order.h"
 
@@ -33,6 +36,14 @@ int complain(const char* name, const char* reason) {
   return kBadUsage;
 }
 
+// The order of a recording is kept in memory that the system may refuse; there is nothing to unwind then.
+void report_no_memory() {
+  std::fflush(stdout);
+  std::printf("Error: QORX_ERR_OPEN_FILE (0x%02x)\n", QORX_ERR_OPEN_FILE & 0xFF);
+  std::fflush(stdout);
+  _exit(QORX_ERR_OPEN_FILE & 0xFF);
+}
+
 int replay(const char* root, int argc, char** argv) {
   if (!qorx::set_system_root(root)) {
     return complain(root, "the name is too long");
@@ -51,6 +62,7 @@ int main(int argc, char** argv) {
     std::fputs("Usage: qorx-replay MACHINE [--] OPERATION [OPTION...]\n", stderr);
     return kBadUsage;
   }
+  std::set_new_handler(report_no_memory);
   qorx::protect_standard_output();
   if (std::string_view(argv[1]) == "--help") {
     std::fputs(kHelp, stdout);
