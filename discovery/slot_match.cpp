@@ -139,6 +139,9 @@ std::size_t SlotMatcher::first_at(const Place& place, const MatchLevel& level) c
   if (level.part == AddressPart::kBus) {
     return index.find(bus, 0, 0);
   }
+  if (!place.has_slots) {
+    return kNone;
+  }
   std::size_t first = kNone;
   for (const Number& dev : Numbers(place.behind_bus, 2)) {
     if (level.part == AddressPart::kDevice) {
@@ -162,9 +165,12 @@ std::optional<SlotMatcher::Match> SlotMatcher::find(MatchPass pass, std::string_
   for (std::size_t colon = text.find(':'); colon != kMissing && count < storage.size();
        colon = text.find(':', colon + 1)) {
     const std::string_view behind_colon = text_behind(text, colon + 1);
-    for (const Number& bus : Numbers(behind_colon, 2)) {
-      if (text_behind(behind_colon, bus.length).starts_with(':')) {
-        storage[count++] = {bus.value, text_behind(behind_colon, bus.length + 1)};
+    const std::size_t end = behind_colon.substr(0, Numbers::kMostDigits + 1).find(':');
+    for (const Number& bus : Numbers(end != kMissing ? behind_colon.substr(0, end) : "", 2)) {
+      if (bus.length == end) {
+        storage[count++] = {.bus = bus.value,
+                            .has_slots = indexes_[0].find(bus.value, 0, 0) != kNone,
+                            .behind_bus = text_behind(behind_colon, end + 1)};
       }
     }
   }

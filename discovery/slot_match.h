@@ -63,6 +63,7 @@ class SlotMatcher {
   // A place in a path where a pattern can begin: a bus number between colons, and the text behind.
   struct Place {
     int bus;
+    bool has_slots;  // on that very bus
     std::string_view behind_bus;
   };
 

@@ -1,10 +1,15 @@
 #include "output/port_row.h"
 
+#include <algorithm>
+#include <array>
 #include <charconv>
+#include <string_view>
 
 #include "base/path_text.h"
 #include "base/print.h"
+#include "base/text_fields.h"
 #include "ident/features.h"
+#include "records/pci_address.h"
 
 namespace qorx {
 
@@ -12,20 +17,28 @@ namespace {
 
 constexpr const char* kHeader = "%-15s %-11s %-9s %-9s  %-17s  %-25s %-28s %-15s %-3s %-10s \n";
 
-// The columns of a row. Address and ids are printed by their own formats or as one of the texts below.
-constexpr const char* kName = "%-15s ";
-constexpr const char* kAddress = "%.2x:%.2x.%.1x";
-constexpr const char* kIds = "%.4x %.4x ";
-constexpr const char* kSubsystemIds = "%.4x %.4x  ";
-constexpr const char* kMacSlotPanel = "%-17s  %-25s %-28s ";
-constexpr const char* kFeatureSegmentModel = "%-15s %-3s %s \n";
+// The columns of a row, as printf writes them: %-<width>s and the blanks behind. Address and ids have no padding: they
+// are as wide as the texts that stand for them where there are none.
+struct ColumnFormat {
+  std::size_t width;
+  std::size_t blanks;
+};
+constexpr ColumnFormat kName{15, 1};
+constexpr ColumnFormat kIds{9, 1};
+constexpr ColumnFormat kSubsystemIds{9, 2};
+constexpr ColumnFormat kMac{17, 2};
+constexpr ColumnFormat kSlot{25, 1};
+constexpr ColumnFormat kPanel{28, 1};
+constexpr ColumnFormat kFeature{15, 1};
+constexpr ColumnFormat kSegment{3, 1};
+constexpr ColumnFormat kModel{0, 1};
+constexpr ColumnFormat kUnpadded{0, 0};
 
-constexpr const char* kNoAddress = "N/A    ";
-constexpr const char* kUsbMark = "(u)  ";
-constexpr const char* kNoUsbMark = "     ";
-constexpr const char* kNoIds = "N/A  N/A  ";
-constexpr const char* kNoSubsystemIds = "N/A  N/A   ";
-constexpr const char* kNotAvailable = "N/A";
+constexpr std::string_view kNoAddress = "N/A    ";
+constexpr std::string_view kUsbMark = "(u)  ";
+constexpr std::string_view kNoUsbMark = "     ";
+constexpr std::string_view kNoIds = "N/A  N/A ";
+constexpr std::string_view kNotAvailable = "N/A";
 
 constexpr const char* kLegend =
     "(*) means default, user can use config file to overwrite the panel name.\n"
@@ -38,43 +51,70 @@ constexpr const char* kLegend =
 
 using Column = JoinedText<32>;
 
-const char* text_or_na(const char* text) {
-  return text[0] != '\0' ? text : kNotAvailable;
+// One row, put together here and printed at once: a conversion of printf per column costs more than reading the port.
+class Row {
+ public:
+  void add(std::string_view text, ColumnFormat format) {
+    put(text);
+    pad(format.width - std::min(text.size(), format.width) + format.blanks);
+  }
+
+  void print_on(std::FILE* stream) const { print(stream, "%.*s\n", static_cast<int>(length_), text_.data()); }
+
+ private:
+  void put(std::string_view text) {
+    const std::size_t count = std::min(text.size(), text_.size() - length_);
+    std::copy_n(text.data(), count, text_.data() + length_);
+    length_ += count;
+  }
+
+  void pad(std::size_t count) {
+    count = std::min(count, text_.size() - length_);
+    std::fill_n(text_.data() + length_, count, ' ');
+    length_ += count;
+  }
+
+  // Four names and what stands between them.
+  std::array<char, std::size_t{4} * QORX_NAME_SIZE + 256> text_;
+  std::size_t length_ = 0;
+};
+
+std::string_view text_or_na(std::string_view text) {
+  return !text.empty() ? text : kNotAvailable;
 }
 
 bool has_address(const DeviceRecord& record) {
   return record.fun < kAbsent;
 }
 
-const char* slot_text(const DeviceRecord& record) {
+std::string_view slot_text(const DeviceRecord& record) {
   if (!has_address(record)) {
     return kNotAvailable;
   }
   return record.slot_name[0] != '\0' ? record.slot_name : "(!!)";
 }
 
-bool are_known(std::uint32_t vendor_id, std::uint32_t device_id) {
-  return vendor_id < QORX_ID_UNKNOWN && device_id < QORX_ID_UNKNOWN;
+// "8086 1521", or what stands for ids that are not known.
+Column ids_column(std::uint32_t vendor_id, std::uint32_t device_id) {
+  if (vendor_id >= QORX_ID_UNKNOWN || device_id >= QORX_ID_UNKNOWN) {
+    return {kNoIds};
+  }
+  char text[9];
+  for (int digit = 0; digit < 4; ++digit) {
+    text[digit] = "0123456789abcdef"[vendor_id >> (12 - 4 * digit) & 0xF];
+    text[5 + digit] = "0123456789abcdef"[device_id >> (12 - 4 * digit) & 0xF];
+  }
+  text[4] = ' ';
+  return {std::string_view(text, sizeof text)};
 }
 
-void print_identity(std::FILE* stream, const DeviceRecord& record) {
-  print(stream, kName, record.eth_name);
-  if (has_address(record)) {
-    print(stream, kAddress, record.bus, record.dev, record.fun);
-  } else {
-    std::fputs(kNoAddress, stream);
-  }
-  std::fputs(record.usb[0] != '\0' ? kUsbMark : kNoUsbMark, stream);
-  if (are_known(record.vendor_id, record.device_id)) {
-    print(stream, kIds, record.vendor_id, record.device_id);
-  } else {
-    std::fputs(kNoIds, stream);
-  }
-  if (are_known(record.subsys_vendor_id, record.subsys_device_id)) {
-    print(stream, kSubsystemIds, record.subsys_vendor_id, record.subsys_device_id);
-  } else {
-    std::fputs(kNoSubsystemIds, stream);
-  }
+void add_identity(Row& row, const DeviceRecord& record) {
+  row.add(record.eth_name, kName);
+  const DeviceName name({record.bus, record.dev, record.fun});
+  row.add(has_address(record) ? text_behind(name.view(), kPciDomain.size()) : kNoAddress, kUnpadded);
+  row.add(record.usb[0] != '\0' ? kUsbMark : kNoUsbMark, kUnpadded);
+  row.add(ids_column(record.vendor_id, record.device_id).view(), kIds);
+  row.add(ids_column(record.subsys_vendor_id, record.subsys_device_id).view(), kSubsystemIds);
 }
 
 Column feature_column(const DeviceRecord& record, bool marked) {
@@ -83,15 +123,19 @@ Column feature_column(const DeviceRecord& record, bool marked) {
   return {needs_config ? "Need cfg" : feature_text(record.feature), has_control ? "-C" : "", marked ? "(!)" : ""};
 }
 
+Column decimal_column(std::uint8_t number) {
+  char digits[3];
+  const char* const end = std::to_chars(digits, digits + sizeof digits, number).ptr;
+  return {std::string_view(digits, static_cast<std::size_t>(end - digits))};
+}
+
 Column segment_column(const DeviceRecord& record) {
   const bool has_bypass = record.feature == QORX_FEATURE_A_BYPASS || record.feature == QORX_FEATURE_L_BYPASS ||
                           record.feature == QORX_FEATURE_A_BYPASS_I2C;
   if (!has_bypass || record.seg >= kAbsent) {
     return {has_bypass ? "(?)" : kNotAvailable};
   }
-  char digits[3];
-  const char* const end = std::to_chars(digits, digits + sizeof digits, record.seg).ptr;
-  return {std::string_view(digits, static_cast<std::size_t>(end - digits))};
+  return decimal_column(record.seg);
 }
 
 }  // namespace
@@ -109,11 +153,15 @@ void PortTable::print_port(DeviceRecord& record) {
     marked_ = true;
     record.feature = static_cast<std::uint8_t>(record.feature & ~QORX_FEATURE_MISMATCH);
   }
-  print_identity(stream_, record);
-  print(stream_, kMacSlotPanel, text_or_na(record.mac_addr), slot_text(record),
-        record.slot_name[0] != '\0' ? record.panel_name : kNotAvailable);
-  print(stream_, kFeatureSegmentModel, feature_column(record, marked_).c_str(), segment_column(record).c_str(),
-        record.model);
+  Row row;
+  add_identity(row, record);
+  row.add(text_or_na(record.mac_addr), kMac);
+  row.add(slot_text(record), kSlot);
+  row.add(record.slot_name[0] != '\0' ? record.panel_name : kNotAvailable, kPanel);
+  row.add(feature_column(record, marked_).view(), kFeature);
+  row.add(segment_column(record).view(), kSegment);
+  row.add(record.model, kModel);
+  row.print_on(stream_);
 }
 
 void PortTable::print_legend() {
@@ -121,14 +169,19 @@ void PortTable::print_legend() {
 }
 
 void print_result_vlan_one(const char* name, const char* mac, std::FILE* stream) {
-  stream = stream != nullptr ? stream : stdout;
-  print(stream, kName, name);
-  std::fputs(kNoAddress, stream);
-  std::fputs(kNoUsbMark, stream);
-  std::fputs(kNoIds, stream);
-  std::fputs(kNoSubsystemIds, stream);
-  print(stream, kMacSlotPanel, text_or_na(mac), kNotAvailable, kNotAvailable);
-  print(stream, kFeatureSegmentModel, "unknown", kNotAvailable, "ID not found");
+  Row row;
+  row.add(name, kName);
+  row.add(kNoAddress, kUnpadded);
+  row.add(kNoUsbMark, kUnpadded);
+  row.add(kNoIds, kIds);
+  row.add(kNoIds, kSubsystemIds);
+  row.add(text_or_na(mac), kMac);
+  row.add(kNotAvailable, kSlot);
+  row.add(kNotAvailable, kPanel);
+  row.add("unknown", kFeature);
+  row.add(kNotAvailable, kSegment);
+  row.add("ID not found", kModel);
+  row.print_on(stream != nullptr ? stream : stdout);
 }
 
 }  // namespace qorx
