@@ -18,6 +18,12 @@ install(TARGETS qorx-replay RUNTIME DESTINATION ${CMAKE_INSTALL_BINDIR} COMPONEN
 install(PROGRAMS tools/qorx-capture DESTINATION ${CMAKE_INSTALL_BINDIR} COMPONENT Tool)
 install(FILES completions/qorx.bash DESTINATION ${QORX_BASH_COMPLETION_DIR} RENAME qorx COMPONENT Tool)
 install(FILES completions/_qorx DESTINATION ${QORX_ZSH_COMPLETION_DIR} COMPONENT Tool)
+if(TARGET qorx-inspect)
+  install(TARGETS qorx-inspect RUNTIME DESTINATION ${CMAKE_INSTALL_SBINDIR} COMPONENT Tool)
+  install(FILES inspect/qorx-inspect-1.schema.json DESTINATION ${CMAKE_INSTALL_DATADIR}/qorx COMPONENT Tool)
+  install(FILES completions/qorx-inspect.bash DESTINATION ${QORX_BASH_COMPLETION_DIR} RENAME qorx-inspect COMPONENT Tool)
+  install(FILES completions/_qorx-inspect DESTINATION ${QORX_ZSH_COMPLETION_DIR} COMPONENT Tool)
+endif()
 file(GLOB samples CONFIGURE_DEPENDS RELATIVE ${PROJECT_SOURCE_DIR}
   examples/appliances/*/qorx.cfg examples/appliances/*/wmx_name.cfg examples/appliances/*/smbios.cfg)
 foreach(sample ${samples})

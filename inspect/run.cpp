@@ -1,7 +1,10 @@
 #include "inspect/run.h"
 
+#include <cerrno>
 #include <cstdint>
 #include <cstdio>
+#include <cstring>
+#include <fstream>
 #include <string>
 
 #include "base/messages.h"
@@ -9,6 +12,7 @@
 #include "cli/standard_output.h"
 #include "inspect/arguments.h"
 #include "inspect/compare.h"
+#include "inspect/draw.h"
 #include "inspect/json.h"
 #include "inspect/library_session.h"
 #include "inspect/link_files.h"
@@ -59,6 +63,18 @@ int print_comparison(const Request& request, const Machine& machine) {
   return comparison.differences.empty() ? 0 : 1;
 }
 
+int draw(const Request& request, const Machine& machine) {
+  const Front front = lay_out(machine);
+  if (!request.output) {
+    print(draw_on_terminal(front, terminal_style()));
+    return 0;
+  }
+  std::ofstream file(*request.output, std::ios::binary | std::ios::trunc);
+  file << draw_as_svg(front);
+  file.close();
+  return file ? 0 : complain(printable(*request.output) + " can't be written: " + std::strerror(errno));
+}
+
 int report(const Request& request, const Machine& machine) {
   switch (request.command) {
     case Command::kJson:
@@ -68,6 +84,8 @@ int report(const Request& request, const Machine& machine) {
       return print_comparison(request, machine);
     case Command::kLink:
       return write_link_files(request, machine);
+    case Command::kDraw:
+      return draw(request, machine);
     default:
       return complain("not there yet");
   }

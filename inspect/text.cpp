@@ -44,8 +44,52 @@ std::size_t character_length(std::string_view text) {
   return is_continuation(byte_at(text, 3)) ? 4 : 0;
 }
 
+// The number of a well-formed character.
+std::uint32_t code_point(std::string_view character) {
+  const std::uint8_t first = byte_at(character, 0);
+  std::uint32_t number = character.size() == 1 ? first : first & (0x7FU >> character.size());
+  for (std::size_t i = 1; i < character.size(); ++i) {
+    number = number << 6U | (byte_at(character, i) & 0x3FU);
+  }
+  return number;
+}
+
+struct CharacterRange {
+  std::uint32_t first;
+  std::uint32_t last;
+};
+
+// The blocks that matter for names on a front panel; not the whole of Unicode's table.
+constexpr std::array kWideRanges{
+    CharacterRange{0x1100, 0x115F},   CharacterRange{0x2E80, 0xA4CF},   CharacterRange{0xAC00, 0xD7A3},
+    CharacterRange{0xF900, 0xFAFF},   CharacterRange{0xFE30, 0xFE6F},   CharacterRange{0xFF00, 0xFF60},
+    CharacterRange{0xFFE0, 0xFFE6},   CharacterRange{0x1F300, 0x1F64F}, CharacterRange{0x1F900, 0x1F9FF},
+    CharacterRange{0x20000, 0x3FFFD},
+};
+constexpr std::array kCombiningRanges{
+    CharacterRange{0x0300, 0x036F}, CharacterRange{0x200B, 0x200F}, CharacterRange{0x20D0, 0x20FF},
+    CharacterRange{0xFE00, 0xFE0F}, CharacterRange{0xFE20, 0xFE2F},
+};
+
+template <typename Ranges>
+bool is_in(std::uint32_t number, const Ranges& ranges) {
+  return std::any_of(ranges.begin(), ranges.end(),
+                     [&](const CharacterRange& range) { return number >= range.first && number <= range.last; });
+}
+
+std::size_t width_of(std::uint32_t number) {
+  if (is_in(number, kCombiningRanges)) {
+    return 0;
+  }
+  return is_in(number, kWideRanges) ? 2 : 1;
+}
+
 bool is_digit(char character) {
   return character >= '0' && character <= '9';
+}
+
+void skip_blanks(std::string_view& text) {
+  text.remove_prefix(std::min(text.find_first_not_of(' '), text.size()));
 }
 
 // Takes a number off the front of the text, without its leading zeros.
@@ -99,21 +143,45 @@ std::string hexadecimal(std::string_view bytes) {
   return text;
 }
 
-std::size_t visible_length(std::string_view utf8) {
-  return static_cast<std::size_t>(
-      std::count_if(utf8.begin(), utf8.end(), [](char c) { return !is_continuation(static_cast<std::uint8_t>(c)); }));
+std::size_t columns_of(std::string_view utf8) {
+  std::size_t columns = 0;
+  while (!utf8.empty()) {
+    const std::size_t length = std::max<std::size_t>(character_length(utf8), 1);
+    columns += width_of(code_point(utf8.substr(0, length)));
+    utf8.remove_prefix(std::min(length, utf8.size()));
+  }
+  return columns;
+}
+
+std::vector<std::string> characters_of(std::string_view utf8) {
+  std::vector<std::string> characters;
+  while (!utf8.empty()) {
+    const std::string_view character = utf8.substr(0, std::max<std::size_t>(character_length(utf8), 1));
+    if (width_of(code_point(character)) == 0 && !characters.empty()) {
+      characters.back() += character;
+    } else {
+      characters.emplace_back(character);
+    }
+    utf8.remove_prefix(character.size());
+  }
+  return characters;
 }
 
 std::string shortened(std::string_view utf8, std::size_t columns, std::string_view mark) {
-  if (visible_length(utf8) <= columns) {
+  if (columns_of(utf8) <= columns) {
     return std::string(utf8);
   }
-  const std::size_t kept = columns - std::min(columns, visible_length(mark));
-  std::size_t end = 0;
-  for (std::size_t i = 0; i < kept; ++i) {
-    end += std::max<std::size_t>(character_length(utf8.substr(end)), 1);
+  const std::size_t room = columns - std::min(columns, columns_of(mark));
+  std::string text;
+  std::size_t taken = 0;
+  for (const std::string& character : characters_of(utf8)) {
+    taken += columns_of(character);
+    if (taken > room) {
+      break;
+    }
+    text += character;
   }
-  return std::string(utf8.substr(0, end)) + std::string(columns != 0 ? mark : "");
+  return text + std::string(columns != 0 ? mark : "");
 }
 
 std::string printable(std::string_view bytes) {
@@ -133,7 +201,12 @@ std::string printable(std::string_view bytes) {
 }
 
 bool natural_less(std::string_view a, std::string_view b) {
-  while (!a.empty() && !b.empty()) {
+  for (;;) {
+    skip_blanks(a);
+    skip_blanks(b);
+    if (a.empty() || b.empty()) {
+      return a.size() < b.size();
+    }
     if (is_digit(a.front()) && is_digit(b.front())) {
       const std::string_view left = take_number(a);
       const std::string_view right = take_number(b);
@@ -150,7 +223,6 @@ bool natural_less(std::string_view a, std::string_view b) {
     a.remove_prefix(1);
     b.remove_prefix(1);
   }
-  return a.size() < b.size();
 }
 
 std::string version_text(const Version& version) {

@@ -4,6 +4,7 @@
 
 #include <string>
 #include <string_view>
+#include <vector>
 
 #include "lib/version.h"
 
@@ -18,16 +19,20 @@ std::string as_utf8(std::string_view bytes);
 // Two digits per byte.
 std::string hexadecimal(std::string_view bytes);
 
-// How many characters are seen: those of an UTF-8 text, each counted as one column.
-std::size_t visible_length(std::string_view utf8);
+// How many columns of a terminal an UTF-8 text takes: East Asian characters take two, combining ones none.
+std::size_t columns_of(std::string_view utf8);
 
-// At most `columns` characters of an UTF-8 text; a cut text ends in `mark`.
+// The characters of an UTF-8 text, combining ones with the one before.
+std::vector<std::string> characters_of(std::string_view utf8);
+
+// As much of an UTF-8 text as fits into these columns; a cut text ends in `mark`.
 std::string shortened(std::string_view utf8, std::size_t columns, std::string_view mark);
 
 // Control characters replaced by "?": what a terminal or a picture can show.
 std::string printable(std::string_view bytes);
 
-// "WMX Slot 10" comes behind "WMX Slot 9": digits are compared as numbers, letters whatever their case.
+// "WMX Slot 10" comes behind "WMX Slot 9": digits are compared as numbers, letters whatever their case,
+// blanks not at all.
 bool natural_less(std::string_view a, std::string_view b);
 
 // "01.38"

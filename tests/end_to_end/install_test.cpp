@@ -72,7 +72,8 @@ TEST_F(Install, PutsEveryFileInItsPlace) {
     }
   }
   if (kWithInspect) {
-    expected.insert({"sbin/qorx-inspect", "share/qorx/qorx-inspect-1.schema.json"});
+    expected.insert({"sbin/qorx-inspect", "share/qorx/qorx-inspect-1.schema.json",
+                     QORX_BASH_COMPLETION_DIR "/qorx-inspect", QORX_ZSH_COMPLETION_DIR "/_qorx-inspect"});
   }
   add_pages(expected);
   std::set<std::string> installed;

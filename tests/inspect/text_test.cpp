@@ -33,7 +33,11 @@ TEST(Hexadecimal, HasTwoDigitsPerByte) {
 }
 
 TEST(Shortened, CountsCharactersAndEndsInTheMark) {
-  EXPECT_EQ(visible_length("a\xC3\xA9\xF0\x9F\x98\x80"), 3U);
+  EXPECT_EQ(columns_of("a\xC3\xA9"), 2U);
+  EXPECT_EQ(columns_of("\xF0\x9F\x98\x80\xE7\xAB\xAF"), 4U) << "wide characters";
+  EXPECT_EQ(columns_of("e\xCC\x81"), 1U) << "a letter and an accent";
+  EXPECT_EQ(characters_of("e\xCC\x81x").size(), 2U);
+  EXPECT_EQ(shortened("\xE7\xAB\xAF\xE7\xAB\xAF\xE7\xAB\xAF", 4, "~"), "\xE7\xAB\xAF~");
   EXPECT_EQ(shortened("abc", 3, "~"), "abc");
   EXPECT_EQ(shortened("abcd", 3, "~"), "ab~");
   EXPECT_EQ(shortened("\xC3\xA9\xC3\xA9\xC3\xA9", 2, "\xE2\x80\xA6"), "\xC3\xA9\xE2\x80\xA6");
@@ -59,6 +63,8 @@ TEST(NaturalOrder, ComparesNumbersAsNumbers) {
   std::sort(names.begin(), names.end(), natural_less);
   EXPECT_EQ(names,
             (std::vector<std::string>{"LAN", "LAN1", "wmx slot 2", "WMX Slot 02b", "WMX Slot 9", "WMX Slot 10"}));
+  EXPECT_TRUE(natural_less("LAN3", "LAN 4"));
+  EXPECT_TRUE(natural_less("LAN 3", "LAN4"));
   EXPECT_TRUE(natural_less("7", "18446744073709551617")) << "numbers of any length";
   EXPECT_FALSE(natural_less("007", "7"));
   EXPECT_FALSE(natural_less("7", "007"));
