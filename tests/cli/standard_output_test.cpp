@@ -110,6 +110,17 @@ TEST(ProtectStandardOutput, FillsEveryClosedDescriptor) {
       testing::ExitedWithCode(0), "");
 }
 
+TEST(ProtectStandardOutput, OpensNothingWhereAllThreeAreOpen) {
+  const auto next_free = [] {
+    const int descriptor = dup(STDIN_FILENO);
+    close(descriptor);
+    return descriptor;
+  };
+  const int before = next_free();
+  protect_standard_output();
+  EXPECT_EQ(next_free(), before);
+}
+
 TEST(FinishStandardOutput, IsFineWhenAllWasWritten) {
   EXPECT_EQ(printed_by([] {
               std::printf("text\n");

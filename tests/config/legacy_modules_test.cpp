@@ -47,6 +47,7 @@ QORX_ROWS(LegacySlots, {"by a list of candidates", "Slot 1", 9, {4, 0, 0}, "WMX-
           {"by the only candidate", "Slot 1", 9, {0, 0, 4}, "TOBR-9284", 4},
           {"by the second device too", "Slot 1", 9, {2, 2, 0}, "WMX-1658", 4},
           {"not where none fits", "Slot 1", 9, {3, 0, 0}, "", 0},
+          {"with a name of one letter", "1", 9, {0, 0, 4}, "TOBR-9284", 4},
           {"not on onboard positions", "LAN1", 41, {0, 0, 4}, "old", 0x10},
           {"not where they were merged", "", 9, {0, 0, 4}, "old", 0x10},
           {"of any other type too", "Slot 1", 0, {0, 0, 4}, "TOBR-9284", 4});
