@@ -57,17 +57,15 @@ TEST_P(LineReading, Reads) {
 }
 
 // The piece that fills the buffer: as with fgets, the end is not known before a read meets it.
-QORX_ROWS(LineReading,
-          Reading{"lines keep their line feed and are counted from one", "one\n\nthree\n", {"one\n", "\n", "three\n"}},
-          Reading{"an empty file ends at line one", "", {}},
-          Reading{"a last line without line feed is returned at the end", "last", {"last"}, true},
-          Reading{"a long line comes in pieces that are counted alone",
-                  xs(2050, "\ny\n"),
-                  {xs(1023), xs(1023), "xxxx\n", "y\n"}},
-          Reading{"a line that just fits the buffer is one piece", xs(1022, "\n"), {xs(1022, "\n")}},
-          Reading{"an unterminated piece that fills the buffer is not yet the end", xs(1023), {xs(1023)}},
-          Reading{"a shorter line leaves nothing of the one before", "longer\nx\n", {"longer\n", "x\n"}},
-          Reading{"a nul byte is part of its line", std::string("a\0b\nc\n", 6), {std::string("a\0b\n", 4), "c\n"}});
+QORX_ROWS(
+    LineReading, {"lines keep their line feed and are counted from one", "one\n\nthree\n", {"one\n", "\n", "three\n"}},
+    {"an empty file ends at line one", "", {}},
+    {"a last line without line feed is returned at the end", "last", {"last"}, true},
+    {"a long line comes in pieces that are counted alone", xs(2050, "\ny\n"), {xs(1023), xs(1023), "xxxx\n", "y\n"}},
+    {"a line that just fits the buffer is one piece", xs(1022, "\n"), {xs(1022, "\n")}},
+    {"an unterminated piece that fills the buffer is not yet the end", xs(1023), {xs(1023)}},
+    {"a shorter line leaves nothing of the one before", "longer\nx\n", {"longer\n", "x\n"}},
+    {"a nul byte is part of its line", std::string("a\0b\nc\n", 6), {std::string("a\0b\n", 4), "c\n"}});
 
 TEST_F(LineReaderTest, AnEndlessFileEnds) {
   LineReader reader(open_text_file("/dev/zero"));

@@ -167,7 +167,7 @@ std::string warning(const std::string& word, int line) {
 struct Again {
   std::string_view rule;
   int before;
-  bool force;
+  int force;
   std::string lines;
   std::string_view panel_name;
   int feature;
@@ -181,26 +181,27 @@ TEST_P(PlatformFeatureAgain, MeetsAnother) {
   DeviceRecord& record = port("LAN1", 0, row().before);
   record.bypass_ctrl_flag = 1;
   copy_text(record.panel_name, "old");
-  g_force_flag = row().force ? 1 : 0;
+  g_force_flag = row().force;
   EXPECT_EQ(read(kFeaturePass, kLan1 + row().lines), (Outcome{row().printed, 0}));
   expect_port(record,
               {.panel_name = row().panel_name, .feature = row().feature, .bypass_ctrl_flag = row().bypass_ctrl_flag});
 }
 
 QORX_ROWS(PlatformFeatureAgain,
-          {"the same feature again replaces the name", 0x10, false, feature_line("0/P/NCSI"), "P", 0x10, 0},
-          {"a bypass without its controller mark takes the mark away", 0x02, false, feature_line("0/P/A_BYPASS"), "P",
-           0x02, 0},
-          {"a bypass with its controller mark brings it back", 0x02, false,
+          {"the same feature again replaces the name", 0x10, 0, feature_line("0/P/NCSI"), "P", 0x10, 0},
+          {"a bypass without its controller mark takes the mark away", 0x02, 0, feature_line("0/P/A_BYPASS"), "P", 0x02,
+           0},
+          {"a bypass with its controller mark brings it back", 0x02, 0,
            feature_line("0/P/A_BYPASS") + feature_line("0/P/A_BYPASS-C"), "P", 0x02, 1},
-          {"another feature than the scanned one is refused and marked", 0x02, false, feature_line("0/new/NCSI"), "old",
+          {"another feature than the scanned one is refused and marked", 0x02, 0, feature_line("0/new/NCSI"), "old",
            0x82, 1, warning("NCSI", 2)},
-          {"with force the file wins", 0x02, true, feature_line("0/new/NCSI"), "new", 0x10, 0},
-          {"a marked port differs from every word even its own", 0x02, false,
+          {"only the value one is force", 0x02, 2, feature_line("0/new/NCSI"), "old", 0x82, 1, warning("NCSI", 2)},
+          {"with force the file wins", 0x02, 1, feature_line("0/new/NCSI"), "new", 0x10, 0},
+          {"a marked port differs from every word even its own", 0x02, 0,
            feature_line("0/a/NCSI") + feature_line("0/b/A_BYPASS-C"), "old", 0x82, 1,
            warning("NCSI", 2) + warning("A_BYPASS-C", 3)},
-          {"a marked port takes a word with force", 0x82, true, feature_line("0/P/A_BYPASS"), "P", 0x02, 0},
-          {"a bus order line names a port that carries the mark", 0x82, false, order_line("0/P/L"), "P", 0x82, 1});
+          {"a marked port takes a word with force", 0x82, 1, feature_line("0/P/A_BYPASS"), "P", 0x02, 0},
+          {"a bus order line names a port that carries the mark", 0x82, 0, order_line("0/P/L"), "P", 0x82, 1});
 
 TEST_F(PlatformFile, EveryRefusedPortIsReportedInTableOrderUnlessErrorMessagesAreOff) {
   const std::string text = kLan1 + feature_line("0/P/1PPS");

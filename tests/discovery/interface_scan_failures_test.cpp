@@ -41,12 +41,12 @@ TEST_P(ScanFailure, EndsTheRun) {
   }
 }
 
-QORX_ROWS(ScanFailure, Run{"missing adapters", "Slot 1 (H.1.255.255)", 0x98},
-          Run{"a file in their place", "Slot 1 (H.1.255.255)", 0x98, "file"},
-          Run{"not an empty list", "Slot 1 (H.1.255.255)", 0, "directory"},
-          Run{"not for an odd port", "Slot 1 (H.1.255.255)", 0, "", "03:00.1"},
-          Run{"not on the baseboard's path", "Slot 1 (B.1.255.255)"}, Run{"not without a descriptor", "Slot 1"},
-          Run{"not with a wrong path", "Slot 1 (X.1.2.3)"}, Run{"not with a wrong switch", "Slot 1 (H.1.9.255)"});
+QORX_ROWS(ScanFailure, {"missing adapters", "Slot 1 (H.1.255.255)", 0x98},
+          {"a file in their place", "Slot 1 (H.1.255.255)", 0x98, "file"},
+          {"not an empty list", "Slot 1 (H.1.255.255)", 0, "directory"},
+          {"not for an odd port", "Slot 1 (H.1.255.255)", 0, "", "03:00.1"},
+          {"not on the baseboard's path", "Slot 1 (B.1.255.255)"}, {"not without a descriptor", "Slot 1"},
+          {"not with a wrong path", "Slot 1 (X.1.2.3)"}, {"not with a wrong switch", "Slot 1 (H.1.9.255)"});
 
 TEST_F(ScanFailure, ThePortThatFailsIsNotCounted) {
   machine_.add_port("eth0", "0000:03:00.0", kI2cBypass);

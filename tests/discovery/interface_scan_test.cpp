@@ -140,26 +140,23 @@ TEST_P(ScannedCard, HasModelFeatureAndControl) {
   EXPECT_EQ(Velmora_sub_id_number, 99U);
 }
 
-QORX_ROWS(ScannedCard, Card{"known ids give model and feature", 0x13FE, 0x2016, 0, "WMX-J34", 1, 0},
-          Card{"unknown vendors give none", 0x8086, 0x2016, 0, "", 0, 0},
-          Card{"unknown devices give none", 0x13FE, 0x0001, 0, "", 0, 0}, Card{"zeros give none", 0, 0, 0, "", 0, 0},
-          Card{"the even port of a bypass pair carries the control", 0x13FE, 0x002A, 0, "WMX-3529", 2, 1},
-          Card{"the odd one does not", 0x13FE, 0x002A, 1, "WMX-3529", 2, 0},
-          Card{"the even port of the second pair does", 0x13FE, 0x002A, 2, "WMX-3529", 2, 1},
-          Card{"the last port does not", 0x13FE, 0x002A, 7, "WMX-3529", 2, 0},
-          Card{"no port of 302e does", 0x13FE, 0x302E, 0, "I210_CO", 2, 0},
-          Card{"be it odd", 0x13FE, 0x302E, 1, "I210_CO", 2, 0},
-          Card{"its neighbour does", 0x13FE, 0x302B, 0, "I210_CO", 2, 1},
-          Card{"the onboard E822 does", 0x13FE, 0x3037, 4, "E822_FI_CO", 2, 1},
-          Card{"the other bypass kind carries no control", 0x13FE, 0x0038, 0, "WMX-1813", 4, 0},
-          Card{"nor does no bypass", 0x13FE, 0x0037, 0, "WMX-2248", 8, 0},
-          Card{"nor does ncsi", 0x13FE, 0x3016, 0, "I210_CO", 16, 0},
-          Card{"nor does 1pps", 0x13FE, 0x3031, 0, "X710_FI", 32, 0},
-          Card{"nor do both", 0x13FE, 0x3030, 0, "X722_FI", 48, 0},
-          Card{"the descriptor is read for even ports of i2c bypass cards", 0x13FE, 0x205D, 0, "WMX-44C0", 64, 1, 'B',
-               3},
-          Card{"also of the second pair", 0x13FE, 0x205D, 2, "WMX-44C0", 64, 1, 'B', 3},
-          Card{"not for odd ports", 0x13FE, 0x205D, 1, "WMX-44C0", 64, 0});
+QORX_ROWS(ScannedCard, {"known ids give model and feature", 0x13FE, 0x2016, 0, "WMX-J34", 1, 0},
+          {"unknown vendors give none", 0x8086, 0x2016, 0, "", 0, 0},
+          {"unknown devices give none", 0x13FE, 0x0001, 0, "", 0, 0}, {"zeros give none", 0, 0, 0, "", 0, 0},
+          {"the even port of a bypass pair carries the control", 0x13FE, 0x002A, 0, "WMX-3529", 2, 1},
+          {"the odd one does not", 0x13FE, 0x002A, 1, "WMX-3529", 2, 0},
+          {"the even port of the second pair does", 0x13FE, 0x002A, 2, "WMX-3529", 2, 1},
+          {"the last port does not", 0x13FE, 0x002A, 7, "WMX-3529", 2, 0},
+          {"no port of 302e does", 0x13FE, 0x302E, 0, "I210_CO", 2, 0},
+          {"be it odd", 0x13FE, 0x302E, 1, "I210_CO", 2, 0}, {"its neighbour does", 0x13FE, 0x302B, 0, "I210_CO", 2, 1},
+          {"the onboard E822 does", 0x13FE, 0x3037, 4, "E822_FI_CO", 2, 1},
+          {"the other bypass kind carries no control", 0x13FE, 0x0038, 0, "WMX-1813", 4, 0},
+          {"nor does no bypass", 0x13FE, 0x0037, 0, "WMX-2248", 8, 0},
+          {"nor does ncsi", 0x13FE, 0x3016, 0, "I210_CO", 16, 0},
+          {"nor does 1pps", 0x13FE, 0x3031, 0, "X710_FI", 32, 0}, {"nor do both", 0x13FE, 0x3030, 0, "X722_FI", 48, 0},
+          {"the descriptor is read for even ports of i2c bypass cards", 0x13FE, 0x205D, 0, "WMX-44C0", 64, 1, 'B', 3},
+          {"also of the second pair", 0x13FE, 0x205D, 2, "WMX-44C0", 64, 1, 'B', 3},
+          {"not for odd ports", 0x13FE, 0x205D, 1, "WMX-44C0", 64, 0});
 
 TEST_F(InterfaceScan, APortWithoutAnAddressIsOddLikeFunction255) {
   machine_.write("sys/devices/x/net/eth0/device/config", endpoint_config({0x8086, 0x1521, 0x13FE, 0x002A}));

@@ -88,14 +88,11 @@ TEST_P(HeaderType, DecidesWhereTheSubsystemIdsAre) {
   }
 }
 
-QORX_ROWS(HeaderType, Header{"an endpoint has them at 2c", 0x00, true},
-          Header{"so does one of several functions", 0x80, true},
-          Header{"a bridge has them in the capability", 0x01, false, "1"},
-          Header{"a bridge of several functions too", 0x81, false, "1"},
-          Header{"a CardBus bridge too", 0x02, false, "2"},
-          Header{"a CardBus bridge of several functions too", 0x82, false, "2"},
-          Header{"any other type too", 0x7F, false, "127"},
-          Header{"any other type of several functions too", 0xFF, false, "127"});
+QORX_ROWS(HeaderType, {"an endpoint has them at 2c", 0x00, true}, {"so does one of several functions", 0x80, true},
+          {"a bridge has them in the capability", 0x01, false, "1"},
+          {"a bridge of several functions too", 0x81, false, "1"}, {"a CardBus bridge too", 0x02, false, "2"},
+          {"a CardBus bridge of several functions too", 0x82, false, "2"}, {"any other type too", 0x7F, false, "127"},
+          {"any other type of several functions too", 0xFF, false, "127"});
 
 // The header type of a file of up to 14 bytes counts as 0: an endpoint.
 TEST_F(PciConfig, BytesBehindATruncatedFileCountAsZero) {

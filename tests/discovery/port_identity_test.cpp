@@ -36,14 +36,13 @@ constexpr const char* kMac = "02:00:00:00:00:01";
 const std::string kInfiniband = "80:00:00:48:fe:80:00:00:00:00:00:00:00:02:c9:03:00:08:1e:9b";
 const std::string k64(64, 'a');
 
-QORX_ROWS(MacAddress, Address{"a line", "02:00:00:00:00:01\n", kMac}, Address{"without a line feed", kMac, kMac},
-          Address{"in capitals", "AA:BB:CC:DD:EE:FF\n", "AA:BB:CC:DD:EE:FF"},
-          Address{"behind white space", " \t\n\v\f\r02:00:00:00:00:01 more\n", kMac},
-          Address{"any word", "not-an-address\n", "not-an-address"},
-          Address{"a long address", kInfiniband + "\n", kInfiniband}, Address{"64 characters", k64 + "\n", k64},
-          Address{"not more", k64 + "bc\n", k64}, Address{"up to a nul", std::string("02:00\0:00", 9), "02:00"},
-          Address{"an empty line", "\n", ""}, Address{"only white space", "   \t ", ""},
-          Address{"an empty file", "", ""});
+QORX_ROWS(MacAddress, {"a line", "02:00:00:00:00:01\n", kMac}, {"without a line feed", kMac, kMac},
+          {"in capitals", "AA:BB:CC:DD:EE:FF\n", "AA:BB:CC:DD:EE:FF"},
+          {"behind white space", " \t\n\v\f\r02:00:00:00:00:01 more\n", kMac},
+          {"any word", "not-an-address\n", "not-an-address"}, {"a long address", kInfiniband + "\n", kInfiniband},
+          {"64 characters", k64 + "\n", k64}, {"not more", k64 + "bc\n", k64},
+          {"up to a nul", std::string("02:00\0:00", 9), "02:00"}, {"an empty line", "\n", ""},
+          {"only white space", "   \t ", ""}, {"an empty file", "", ""});
 
 TEST_F(MacAddress, IsEmptyWithoutItsFile) {
   for (const bool is_directory : {false, true}) {
@@ -107,26 +106,25 @@ TEST_P(PortIdentity, IsReadSilently) {
 
 QORX_ROWS(
     PortIdentity,
-    Device{"a pci port has its ids in its configuration space", kCard, {}, 0, {0x8086, 0x1572}, {0x13FE, 0x3031}},
-    Device{"the configuration space comes before the uevent", kCard, kUsb, 0, {0x8086, 0x1572}, {0x13FE, 0x3031}},
-    Device{"an empty configuration space is still one", "", kUsb, 0, {0, 0}, {0, 0}},
-    Device{"a usb adapter has its ids in its uevent", {}, kUsb, 0, {0x0BDA, 0x8153}, kUnknown},
-    Device{
-        "a directory in place of the config file leaves the uevent", kDirectory, kUsb, 0, {0x0BDA, 0x8153}, kUnknown},
-    Device{"a virtio port has a uevent without ids",
-           {},
-           "DRIVER=virtio_net\nMODALIAS=virtio:d00000001v00001AF4\n",
-           0,
-           kUnknown,
-           kUnknown},
-    Device{"a xen port too",
-           {},
-           "DRIVER=vif\nXENBUS_TYPE=vif\nXENBUS_PATH=device/vif/0\nMODALIAS=xen:vif\n",
-           0,
-           kUnknown,
-           kUnknown},
-    Device{"an interface without a device has no ids", {}, {}, 0x80, kUnknown, kUnknown},
-    Device{"a directory is no uevent", {}, kDirectory, 0x80, kUnknown, kUnknown});
+    {"a pci port has its ids in its configuration space", kCard, {}, 0, {0x8086, 0x1572}, {0x13FE, 0x3031}},
+    {"the configuration space comes before the uevent", kCard, kUsb, 0, {0x8086, 0x1572}, {0x13FE, 0x3031}},
+    {"an empty configuration space is still one", "", kUsb, 0, {0, 0}, {0, 0}},
+    {"a usb adapter has its ids in its uevent", {}, kUsb, 0, {0x0BDA, 0x8153}, kUnknown},
+    {"a directory in place of the config file leaves the uevent", kDirectory, kUsb, 0, {0x0BDA, 0x8153}, kUnknown},
+    {"a virtio port has a uevent without ids",
+     {},
+     "DRIVER=virtio_net\nMODALIAS=virtio:d00000001v00001AF4\n",
+     0,
+     kUnknown,
+     kUnknown},
+    {"a xen port too",
+     {},
+     "DRIVER=vif\nXENBUS_TYPE=vif\nXENBUS_PATH=device/vif/0\nMODALIAS=xen:vif\n",
+     0,
+     kUnknown,
+     kUnknown},
+    {"an interface without a device has no ids", {}, {}, 0x80, kUnknown, kUnknown},
+    {"a directory is no uevent", {}, kDirectory, 0x80, kUnknown, kUnknown});
 
 }  // namespace
 }  // namespace qorx::test

@@ -20,35 +20,21 @@ using Match = SlotMatcher::Match;
 using Random = std::mt19937;  // the same numbers everywhere
 
 std::string plain_pattern(int pass, int level, const SlotRecord& slot) {
+  constexpr const char* kAddress = ":%.2x:%.2x.%.1x";
+  constexpr const char* kDevice = ":%.2x:%.2x";
+  constexpr const char* kBus = ":%.2x:";
+  struct Pattern {
+    const char* format;
+    int add_bus = 0;
+    int add_dev = 0;
+    int add_fun = 0;
+  };
+  static const std::vector<std::vector<Pattern>> kPatterns{
+      {{""}, {kBus}, {kDevice}, {kAddress}},
+      {{""}, {kBus, 1}, {kBus}, {kDevice, 0, 1}, {kDevice}, {kAddress, 0, 0, 1}, {kAddress}}};
+  const Pattern& p = kPatterns.at(static_cast<std::size_t>(pass)).at(static_cast<std::size_t>(level));
   char text[16] = "";
-  const int bus = slot.bus;
-  const int dev = slot.dev;
-  const int fun = slot.fun;
-  switch (pass * 10 + level) {
-    case 3:
-    case 16:
-      std::snprintf(text, sizeof text, ":%.2x:%.2x.%.1x", bus, dev, fun);
-      break;
-    case 15:
-      std::snprintf(text, sizeof text, ":%.2x:%.2x.%.1x", bus, dev, fun + 1);
-      break;
-    case 2:
-    case 14:
-      std::snprintf(text, sizeof text, ":%.2x:%.2x", bus, dev);
-      break;
-    case 13:
-      std::snprintf(text, sizeof text, ":%.2x:%.2x", bus, dev + 1);
-      break;
-    case 1:
-    case 12:
-      std::snprintf(text, sizeof text, ":%.2x:", bus);
-      break;
-    case 11:
-      std::snprintf(text, sizeof text, ":%.2x:", bus + 1);
-      break;
-    default:
-      ADD_FAILURE() << "no level " << level << " in pass " << pass;
-  }
+  std::snprintf(text, sizeof text, p.format, slot.bus + p.add_bus, slot.dev + p.add_dev, slot.fun + p.add_fun);
   return text;
 }
 

@@ -48,23 +48,21 @@ TEST_P(BusGroups, AreNumbered) {
   EXPECT_EQ(number(row().ports), row().indexes);
 }
 
-QORX_ROWS(BusGroups, Grouping{"ports on one bus share a number", {{"S", 9, 3}, {"S", 9, 3}, {"S", 9, 3}}, {0, 0, 0}},
-          Grouping{"the number grows with each change of bus",
-                   {{"S", 9, 3}, {"S", 9, 3}, {"S", 9, 4}, {"S", 9, 6}, {"S", 9, 6}},
-                   {0, 0, 1, 2, 2}},
-          Grouping{"a change downwards counts too", {{"S", 9, 6}, {"S", 9, 3}}, {0, 1}},
-          Grouping{"each slot begins at zero",
-                   {{"S", 9, 3}, {"S", 9, 4}, {"T", 9, 5}, {"T", 9, 6}, {"U", 9, 6}},
-                   {0, 1, 0, 1, 0}},
-          Grouping{"so does one that comes back", {{"S", 9, 3}, {"S", 9, 4}, {"T", 9, 5}, {"S", 9, 6}}, {0, 1, 0, 0}},
-          Grouping{"only system slots are numbered",
-                   {{"S", 41, 3}, {"", 0, 4}, {"S", 9, 5}, {"S", 41, 5}, {"S", 9, 5}},
-                   {kUntouched, kUntouched, 0, kUntouched, 0}},
-          Grouping{
-              "the next record counts whatever its type", {{"S", 9, 1}, {"S", 41, 2}, {"S", 9, 3}}, {0, kUntouched, 1}},
-          Grouping{"unless it is of another slot", {{"S", 9, 1}, {"T", 41, 2}, {"S", 9, 3}}, {0, kUntouched, 0}},
-          Grouping{"an empty name is a name too", {{"", 9, 1}, {"", 9, 2}}, {0, 1}},
-          Grouping{"without ports nothing happens", {}, {}});
+QORX_ROWS(BusGroups, {"ports on one bus share a number", {{"S", 9, 3}, {"S", 9, 3}, {"S", 9, 3}}, {0, 0, 0}},
+          {"the number grows with each change of bus",
+           {{"S", 9, 3}, {"S", 9, 3}, {"S", 9, 4}, {"S", 9, 6}, {"S", 9, 6}},
+           {0, 0, 1, 2, 2}},
+          {"a change downwards counts too", {{"S", 9, 6}, {"S", 9, 3}}, {0, 1}},
+          {"each slot begins at zero",
+           {{"S", 9, 3}, {"S", 9, 4}, {"T", 9, 5}, {"T", 9, 6}, {"U", 9, 6}},
+           {0, 1, 0, 1, 0}},
+          {"so does one that comes back", {{"S", 9, 3}, {"S", 9, 4}, {"T", 9, 5}, {"S", 9, 6}}, {0, 1, 0, 0}},
+          {"only system slots are numbered",
+           {{"S", 41, 3}, {"", 0, 4}, {"S", 9, 5}, {"S", 41, 5}, {"S", 9, 5}},
+           {kUntouched, kUntouched, 0, kUntouched, 0}},
+          {"the next record counts whatever its type", {{"S", 9, 1}, {"S", 41, 2}, {"S", 9, 3}}, {0, kUntouched, 1}},
+          {"unless it is of another slot", {{"S", 9, 1}, {"T", 41, 2}, {"S", 9, 3}}, {0, kUntouched, 0}},
+          {"an empty name is a name too", {{"", 9, 1}, {"", 9, 2}}, {0, 1}}, {"without ports nothing happens", {}, {}});
 
 TEST_F(BusGroups, OfAFullTableAreNumberedToItsEnd) {
   Ports ports(kMaxRecords, Port{"S", 9, 3});

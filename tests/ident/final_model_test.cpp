@@ -38,22 +38,20 @@ TEST_P(ConfirmedNames, AreJoined) {
 
 const std::string kLongName = "WMX-" + std::string(251, 'x');
 
-QORX_ROWS(ConfirmedNames, Joining{"without confirmed names the model stays", {}, "WMX-1813/2848/8655"},
-          Joining{"one name replaces the list of candidates", {"WMX-2848"}, "WMX-2848"},
-          Joining{"two names of the family are joined by their numbers", {"WMX-1813", "WMX-8655"}, "WMX-1813/8655"},
-          Joining{"three names are joined", {"WMX-1813", "WMX-2848", "WMX-8655"}, "WMX-1813/2848/8655"},
-          Joining{"a name of another family is joined whole", {"WMX-1813", "PCIE-6922"}, "WMX-1813/PCIE-6922"},
-          Joining{"so are those behind one of another family",
-                  {"TOBR-4180", "WMX-1280", "WMX-9243"},
-                  "TOBR-4180/WMX-1280/WMX-9243"},
-          Joining{"four characters are left out whatever the family", {"TOBR-2542", "TOBR-9284"}, "TOBR-2542/-9284"},
-          Joining{"a first name of four characters", {"WMX-", "WMX-8655"}, "WMX-/8655"},
-          Joining{"a second name of four characters", {"WMX-8655", "WMX-"}, "WMX-8655/"},
-          Joining{"a first name of three characters", {"WMX", "WMX-8655"}, "WMX/WMX-8655"},
-          Joining{"a name that fills the model field stands alone", {kLongName, kLongName, kLongName}, kLongName},
-          Joining{"what is joined is cut to the model field",
-                  {"WMX-1813", kLongName},
-                  "WMX-1813/" + std::string(246, 'x')});
+QORX_ROWS(ConfirmedNames, {"without confirmed names the model stays", {}, "WMX-1813/2848/8655"},
+          {"one name replaces the list of candidates", {"WMX-2848"}, "WMX-2848"},
+          {"two names of the family are joined by their numbers", {"WMX-1813", "WMX-8655"}, "WMX-1813/8655"},
+          {"three names are joined", {"WMX-1813", "WMX-2848", "WMX-8655"}, "WMX-1813/2848/8655"},
+          {"a name of another family is joined whole", {"WMX-1813", "PCIE-6922"}, "WMX-1813/PCIE-6922"},
+          {"so are those behind one of another family",
+           {"TOBR-4180", "WMX-1280", "WMX-9243"},
+           "TOBR-4180/WMX-1280/WMX-9243"},
+          {"four characters are left out whatever the family", {"TOBR-2542", "TOBR-9284"}, "TOBR-2542/-9284"},
+          {"a first name of four characters", {"WMX-", "WMX-8655"}, "WMX-/8655"},
+          {"a second name of four characters", {"WMX-8655", "WMX-"}, "WMX-8655/"},
+          {"a first name of three characters", {"WMX", "WMX-8655"}, "WMX/WMX-8655"},
+          {"a name that fills the model field stands alone", {kLongName, kLongName, kLongName}, kLongName},
+          {"what is joined is cut to the model field", {"WMX-1813", kLongName}, "WMX-1813/" + std::string(246, 'x')});
 
 struct Port {
   std::string_view rule;
@@ -83,14 +81,14 @@ PortFields placed(std::string_view model) {
 
 const PortFields kNowhere{.slot_name = "N/A", .panel_name = "N/A", .model = "ID not found"};
 
-QORX_ROWS(FinalPort, Port{"an unknown port with an onboard record is onboard", kOnboard, "", "", "", placed("Onboard")},
-          Port{"an unknown port in a slot is not found", kSlot, "", "", "", placed("ID not found")},
-          Port{"an unknown port without a record is not found", 0, "", "", "", placed("ID not found")},
-          Port{"an unknown usb port loses its place", 0, "usb", "", "", kNowhere},
-          Port{"an unknown usb port loses its place in a slot", kSlot, "usb", "", "", kNowhere},
-          Port{"an unknown usb port loses its onboard place", kOnboard, "usb", "", "", kNowhere},
-          Port{"a usb port with a model keeps its place", kSlot, "usb", "WMX-LH53", "", placed("WMX-LH53")},
-          Port{"a port without a model ignores confirmed names", kSlot, "", "", "WMX-1813", placed("ID not found")});
+QORX_ROWS(FinalPort, {"an unknown port with an onboard record is onboard", kOnboard, "", "", "", placed("Onboard")},
+          {"an unknown port in a slot is not found", kSlot, "", "", "", placed("ID not found")},
+          {"an unknown port without a record is not found", 0, "", "", "", placed("ID not found")},
+          {"an unknown usb port loses its place", 0, "usb", "", "", kNowhere},
+          {"an unknown usb port loses its place in a slot", kSlot, "usb", "", "", kNowhere},
+          {"an unknown usb port loses its onboard place", kOnboard, "usb", "", "", kNowhere},
+          {"a usb port with a model keeps its place", kSlot, "usb", "WMX-LH53", "", placed("WMX-LH53")},
+          {"a port without a model ignores confirmed names", kSlot, "", "", "WMX-1813", placed("ID not found")});
 
 using FinalModel = LibraryTest;
 

@@ -93,14 +93,14 @@ QORX_ROWS(OneAdapter, named("the number stands behind the dash", "i2c-3", 3), na
           named("a letter is zero", "i2c-x", 0), named("a second dash is no sign", "i2c--5", 5),
           named("leading zeros are allowed", "i2c-007", 7),
           named("a match without a dash ends the search without a number", "smbus", kUnset),
-          Adapter{"a name needs no line feed", "i2c-4", kHost, 4},
-          Adapter{"a pattern may end at byte 99", "i2c-4", std::string(89, 'x') + kHost + "\n", 4},
-          Adapter{"byte 100 is not compared", "i2c-4", std::string(90, 'x') + kHost + "\n", kUnset},
-          Adapter{"the second line is not compared", "i2c-4", "first\nSMBus I801\n", kUnset},
-          Adapter{"lines are not joined", "i2c-4", "SMBus \nI801\n", kUnset},
-          Adapter{"a nul ends the name", "i2c-4", std::string("x\0SMBus I801\n", 13), kUnset},
-          Adapter{"an empty line is the first line", "i2c-4", "\nSMBus I801\n", kUnset},
-          Adapter{"an empty file matches nothing", "i2c-4", "", kUnset});
+          {"a name needs no line feed", "i2c-4", kHost, 4},
+          {"a pattern may end at byte 99", "i2c-4", std::string(89, 'x') + kHost + "\n", 4},
+          {"byte 100 is not compared", "i2c-4", std::string(90, 'x') + kHost + "\n", kUnset},
+          {"the second line is not compared", "i2c-4", "first\nSMBus I801\n", kUnset},
+          {"lines are not joined", "i2c-4", "SMBus \nI801\n", kUnset},
+          {"a nul ends the name", "i2c-4", std::string("x\0SMBus I801\n", 13), kUnset},
+          {"an empty line is the first line", "i2c-4", "\nSMBus I801\n", kUnset},
+          {"an empty file matches nothing", "i2c-4", "", kUnset});
 
 TEST_F(I2cAdapters, EntriesWithoutAReadableNameAreSkipped) {
   machine_.make_directory("sys/class/i2c-adapter/i2c-0")

@@ -57,12 +57,11 @@ TEST_P(UnknownPair, HasNoModelAndIsTraced) {
   EXPECT_EQ(test::printed_by([] { qorx_get_model_name(row().vendor, row().device); }), "");
 }
 
-QORX_ROWS(UnknownPair,
-          UnknownIds{"another card of the other maker", 0x15B3, 0x2016, "Unknown subsystem_vendor_id (0x15b3)\n"},
-          UnknownIds{"a module id just outside a group", 0x13FE, 0x2049, "Unknown subsystem_device_id (0x2049)\n"},
-          UnknownIds{"an onboard id just outside a group", 0x13FE, 0x3036, "Unknown subsystem_device_id (0x3036)\n"},
-          UnknownIds{"at least four digits", 0x13FE, 0x9, "Unknown subsystem_device_id (0x0009)\n"},
-          UnknownIds{"an id that is not known", 0x10000, 0x10000, "Unknown subsystem_vendor_id (0x10000)\n"});
+QORX_ROWS(UnknownPair, {"another card of the other maker", 0x15B3, 0x2016, "Unknown subsystem_vendor_id (0x15b3)\n"},
+          {"a module id just outside a group", 0x13FE, 0x2049, "Unknown subsystem_device_id (0x2049)\n"},
+          {"an onboard id just outside a group", 0x13FE, 0x3036, "Unknown subsystem_device_id (0x3036)\n"},
+          {"at least four digits", 0x13FE, 0x9, "Unknown subsystem_device_id (0x0009)\n"},
+          {"an id that is not known", 0x10000, 0x10000, "Unknown subsystem_vendor_id (0x10000)\n"});
 
 TEST_F(ModelLookup, EveryCallForgetsTheResultBefore) {
   EXPECT_EQ(qorx_get_model_name(0x13FE, 0x0038), model_name);

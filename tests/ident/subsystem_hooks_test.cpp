@@ -101,35 +101,35 @@ QORX_ROWS(SubsystemHook, both("two ports of the X710 share", kX710), both("two p
           both("two ports of the X710 for copper share", kX710Copper), none("the I350 shares nothing", kI350),
           none("a neighbouring device id shares nothing", 0x1573), none("another vendor shares nothing", kX710, 0x15B3),
           none("an unknown controller shares nothing", QORX_ID_UNKNOWN),
-          Sharing{"only the first port carries 1pps",
-                  {{3, kX710, 0x3031, "X710_FI", 32}, kPlain, kPlain, kPlain},
-                  {{"X710_FI", 32}, {"X710_FI", 8}, {"X710_FI", 8}, {"X710_FI", 8}}},
-          Sharing{"of a bypass card's ports the even ones carry the control",
-                  {{3, kX710, 0x0027, "WMX-6264", 2}, kPlain, kPlain, kPlain},
-                  {{"WMX-6264", 2}, {"WMX-6264", 2, 0}, {"WMX-6264", 2, 1}, {"WMX-6264", 2, 0}}},
-          Sharing{"a port without an id shares nothing", {{3, kX710, 0, "model", 1}, kPlain}, {{"model", 1}, kNothing}},
-          Sharing{"the look-ahead is three ports",
-                  {kFirst, kPlain, kPlain, kPlain, kPlain},
-                  {kShared, kShared, kShared, kShared, kNothing}},
-          Sharing{"another controller ends it", {kFirst, {3, kXl710, 0}, kPlain}, {kShared, kNothing, kNothing}},
-          Sharing{"another bus ends it", {kFirst, {4, kX710, 0}, kPlain}, {kShared, kNothing, kNothing}},
+          {"only the first port carries 1pps",
+           {{3, kX710, 0x3031, "X710_FI", 32}, kPlain, kPlain, kPlain},
+           {{"X710_FI", 32}, {"X710_FI", 8}, {"X710_FI", 8}, {"X710_FI", 8}}},
+          {"of a bypass card's ports the even ones carry the control",
+           {{3, kX710, 0x0027, "WMX-6264", 2}, kPlain, kPlain, kPlain},
+           {{"WMX-6264", 2}, {"WMX-6264", 2, 0}, {"WMX-6264", 2, 1}, {"WMX-6264", 2, 0}}},
+          {"a port without an id shares nothing", {{3, kX710, 0, "model", 1}, kPlain}, {{"model", 1}, kNothing}},
+          {"the look-ahead is three ports",
+           {kFirst, kPlain, kPlain, kPlain, kPlain},
+           {kShared, kShared, kShared, kShared, kNothing}},
+          {"another controller ends it", {kFirst, {3, kXl710, 0}, kPlain}, {kShared, kNothing, kNothing}},
+          {"another bus ends it", {kFirst, {4, kX710, 0}, kPlain}, {kShared, kNothing, kNothing}},
           // The last port hears the second one, which speaks after the first.
-          Sharing{"a port with its own id is left alone and passed by",
-                  {kFirst, {3, kX710, 1, "own", 1}, kPlain},
-                  {kShared, {"own", 1}, {"own", 1}}},
-          Sharing{"an unknown id is an id of its own",
-                  {kFirst, {3, kX710, QORX_ID_UNKNOWN, "unknown"}},
-                  {kShared, {"unknown"}}},
+          {"a port with its own id is left alone and passed by",
+           {kFirst, {3, kX710, 1, "own", 1}, kPlain},
+           {kShared, {"own", 1}, {"own", 1}}},
+          {"an unknown id is an id of its own",
+           {kFirst, {3, kX710, QORX_ID_UNKNOWN, "unknown"}},
+           {kShared, {"unknown"}}},
           // The last port has the flag from the first port, model and feature from the third.
-          Sharing{"what was written takes part in its own turn",
-                  {{3, kX710, 0x0027, "WMX-6264", 2}, kPlain, kFirst, kPlain},
-                  {{"WMX-6264", 2}, {"WMX-6264", 2, 0}, kShared, {"WMX-6997", 8, 0}}},
-          Sharing{"the onboard E822 has no bypass on the controller 1898", {{3, 0x1898, 0x3037, "E", 2}}, {{"E", 8}}},
-          Sharing{"nor on the controller 1892", {{3, 0x1892, 0x3037, "E", 2}}, {{"E", 8}}},
-          Sharing{"it has on any other controller", {{3, 0x1897, 0x3037, "E", 2}}, {{"E", 2}}},
-          Sharing{"and on another vendor's controller", {{3, 0x1898, 0x3037, "E", 2, kFlagBefore, 0x8087}}, {{"E", 2}}},
-          Sharing{"another card on that controller keeps its bypass", {{3, 0x1898, 0x3036, "E", 2}}, {{"E", 2}}},
-          Sharing{"an empty table is fine", {}, {}});
+          {"what was written takes part in its own turn",
+           {{3, kX710, 0x0027, "WMX-6264", 2}, kPlain, kFirst, kPlain},
+           {{"WMX-6264", 2}, {"WMX-6264", 2, 0}, kShared, {"WMX-6997", 8, 0}}},
+          {"the onboard E822 has no bypass on the controller 1898", {{3, 0x1898, 0x3037, "E", 2}}, {{"E", 8}}},
+          {"nor on the controller 1892", {{3, 0x1892, 0x3037, "E", 2}}, {{"E", 8}}},
+          {"it has on any other controller", {{3, 0x1897, 0x3037, "E", 2}}, {{"E", 2}}},
+          {"and on another vendor's controller", {{3, 0x1898, 0x3037, "E", 2, kFlagBefore, 0x8087}}, {{"E", 2}}},
+          {"another card on that controller keeps its bypass", {{3, 0x1898, 0x3036, "E", 2}}, {{"E", 2}}},
+          {"an empty table is fine", {}, {}});
 
 using SubsystemHookTable = LibraryTest;
 
@@ -183,22 +183,20 @@ TEST_P(LowestBus, KeepsTheFlag) {
   EXPECT_EQ(flags, row().flags);
 }
 
-QORX_ROWS(
-    LowestBus,
-    OneController{
-        "only the lowest of several buses", {{3, 1, 255, 255, 1}, {5, 1, 255, 255, 1}, {4, 1, 255, 255, 1}}, {1, 0, 0}},
-    OneController{
-        "all ports on the lowest bus", {{3, 1, 255, 255, 1}, {3, 1, 255, 255, 1}, {255, 1, 255, 255, 1}}, {1, 1, 0}},
-    OneController{
-        "any difference in the address is another controller",
-        {{3, 1, 2, 3, 4}, {5, 9, 2, 3, 4}, {5, 1, 9, 3, 4}, {5, 1, 2, 9, 4}, {5, 1, 2, 3, 9}, {5, 1, 2, 3, 4}},
-        {1, 1, 1, 1, 1, 0}},
-    OneController{"a port on a lower bus counts whatever it is",
-                  {{2, 0, 0, 0, 0, kFlagBefore, 0x1234}, {5, 0, 0, 0, 0}},
-                  {kFlagBefore, 0}},
-    OneController{"only a set flag of that controller is cleared",
-                  {{3, 1, 255, 255, 1, 0}, {5, 1, 255, 255, 1, 2}, {6, 1, 255, 255, 1, 1, 0x3042}, {7, 1, 255, 255, 1}},
-                  {0, 2, 1, 0}});
+QORX_ROWS(LowestBus,
+          {"only the lowest of several buses",
+           {{3, 1, 255, 255, 1}, {5, 1, 255, 255, 1}, {4, 1, 255, 255, 1}},
+           {1, 0, 0}},
+          {"all ports on the lowest bus", {{3, 1, 255, 255, 1}, {3, 1, 255, 255, 1}, {255, 1, 255, 255, 1}}, {1, 1, 0}},
+          {"any difference in the address is another controller",
+           {{3, 1, 2, 3, 4}, {5, 9, 2, 3, 4}, {5, 1, 9, 3, 4}, {5, 1, 2, 9, 4}, {5, 1, 2, 3, 9}, {5, 1, 2, 3, 4}},
+           {1, 1, 1, 1, 1, 0}},
+          {"a port on a lower bus counts whatever it is",
+           {{2, 0, 0, 0, 0, kFlagBefore, 0x1234}, {5, 0, 0, 0, 0}},
+           {kFlagBefore, 0}},
+          {"only a set flag of that controller is cleared",
+           {{3, 1, 255, 255, 1, 0}, {5, 1, 255, 255, 1, 2}, {6, 1, 255, 255, 1, 1, 0x3042}, {7, 1, 255, 255, 1}},
+           {0, 2, 1, 0}});
 
 }  // namespace
 }  // namespace qorx::test

@@ -5,6 +5,7 @@
 #include <cstdio>
 #include <cstring>
 #include <iterator>
+#include <map>
 #include <set>
 #include <string>
 #include <utility>
@@ -69,28 +70,8 @@ TEST_F(SupportedDevices, AnUnknownPairHasFeature0) {
   }
 }
 
-const char* word_of(int feature) {
-  switch (feature) {
-    case 1:
-      return "POE";
-    case 2:
-      return "A_BYPASS";
-    case 4:
-      return "L_BYPASS";
-    case 8:
-      return "N/A";
-    case 16:
-      return "NCSI";
-    case 32:
-      return "1PPS";
-    case 48:
-      return "NCSI/1PPS";
-    case 64:
-      return "A_BYPASS_I2C";
-    default:
-      return "?";
-  }
-}
+const std::map<int, const char*> kWords{{1, "POE"},   {2, "A_BYPASS"}, {4, "L_BYPASS"},   {8, "N/A"},
+                                        {16, "NCSI"}, {32, "1PPS"},    {48, "NCSI/1PPS"}, {64, "A_BYPASS_I2C"}};
 
 // A header and a row for each card.
 std::string listing() {
@@ -98,8 +79,8 @@ std::string listing() {
   int index = 0;
   for (const Card& card : kCards) {
     char row[80];
-    std::snprintf(row, sizeof row, "%-19s%-15s%04x %04x %d\n", card.model, word_of(card.feature), card.subsys_vendor_id,
-                  card.subsys_device_id, index++);
+    std::snprintf(row, sizeof row, "%-19s%-15s%04x %04x %d\n", card.model, kWords.at(card.feature),
+                  card.subsys_vendor_id, card.subsys_device_id, index++);
     text += row;
   }
   return text;

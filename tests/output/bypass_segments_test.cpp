@@ -67,26 +67,24 @@ TEST_P(BypassSegments, Are) {
 
 // The ports have features of all kinds: each counts.
 QORX_ROWS(BypassSegments,
-          Numbering{
-              "two ports of a slot share a segment that the slot numbers", {{5, "WMX Slot 3"}}, {12, 12, 13, 13, 14}},
-          Numbering{"onboard ports are counted together from 100",
-                    {{1, "LAN 1", 41}, {1, "WMX Slot 1"}, {2, "LAN 2", 41}, {1, "", 41}},
-                    {100, 4, 100, 101, 101}},
-          Numbering{"without a slot record there is no number", {{1, "", 0}, {1, "WMX Slot 1", 0}}, {255, 255}},
-          Numbering{"any other type keeps what it has", {{1, "WMX Slot 1", 8}, {1, "WMX Slot 1", 42}}, {77, 77}},
-          Numbering{"a slot without a trailing number has no segments", {{3, "WMX Slot A"}}, {255, 255, 255}},
+          {"two ports of a slot share a segment that the slot numbers", {{5, "WMX Slot 3"}}, {12, 12, 13, 13, 14}},
+          {"onboard ports are counted together from 100",
+           {{1, "LAN 1", 41}, {1, "WMX Slot 1"}, {2, "LAN 2", 41}, {1, "", 41}},
+           {100, 4, 100, 101, 101}},
+          {"without a slot record there is no number", {{1, "", 0}, {1, "WMX Slot 1", 0}}, {255, 255}},
+          {"any other type keeps what it has", {{1, "WMX Slot 1", 8}, {1, "WMX Slot 1", 42}}, {77, 77}},
+          {"a slot without a trailing number has no segments", {{3, "WMX Slot A"}}, {255, 255, 255}},
           // 63 * 4 + 3 is the value that means "none"; the pair behind it wraps.
-          Numbering{"the last pairs of slot 63 meet the sentinel and wrap",
-                    {{10, "Slot 63"}},
-                    {252, 252, 253, 253, 254, 254, 255, 255, 0, 0}},
-          Numbering{"ports of other types do not end a slot",
-                    {{1, "Slot 1"}, {1, "LAN", 41}, {1, "", 0}, {2, "Slot 1"}},
-                    {4, 100, 255, 4, 5}},
-          Numbering{
-              "a slot that comes again counts anew", {{3, "Slot 1"}, {1, "Slot 2"}, {1, "Slot 1"}}, {4, 4, 5, 8, 4}},
-          Numbering{"an empty name has no number at the start nor behind a slot",
-                    {{1, ""}, {1, "Slot 1"}, {1, ""}},
-                    {255, 4, 255}});
+          {"the last pairs of slot 63 meet the sentinel and wrap",
+           {{10, "Slot 63"}},
+           {252, 252, 253, 253, 254, 254, 255, 255, 0, 0}},
+          {"ports of other types do not end a slot",
+           {{1, "Slot 1"}, {1, "LAN", 41}, {1, "", 0}, {2, "Slot 1"}},
+           {4, 100, 255, 4, 5}},
+          {"a slot that comes again counts anew", {{3, "Slot 1"}, {1, "Slot 2"}, {1, "Slot 1"}}, {4, 4, 5, 8, 4}},
+          {"an empty name has no number at the start nor behind a slot",
+           {{1, ""}, {1, "Slot 1"}, {1, ""}},
+           {255, 4, 255}});
 
 // Each slot has a name of its own, so each begins at its own first segment.
 TEST_F(BypassSegments, AreNumberedByTheNameOfTheSlot) {

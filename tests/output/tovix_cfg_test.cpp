@@ -113,14 +113,13 @@ Content i2c(std::string_view rule, char type, int smbios_type, int fun, std::str
   return {rule, {{"eth0", 64, 101, 1, smbios_type, type, fun}}, i2c_record("eth0", 101, lines)};
 }
 
-QORX_ROWS(TovixRecords, Content{"without ports only the end is written", {}, ""},
-          Content{
-              "records follow the table", {{"eth1", 2, 0}, {"eth0", 2, 254}}, record("eth1", 0) + record("eth0", 254)},
-          Content{"a port without the controller has none", {{"eth0", 2, 12, 0}, {"eth1", 64, 12, 0}}, ""},
-          Content{"only the value one says that it has it", {{"eth0", 2, 12, 2}, {"eth1", 64, 12, 2}}, ""},
+QORX_ROWS(TovixRecords, {"without ports only the end is written", {}, ""},
+          {"records follow the table", {{"eth1", 2, 0}, {"eth0", 2, 254}}, record("eth1", 0) + record("eth0", 254)},
+          {"a port without the controller has none", {{"eth0", 2, 12, 0}, {"eth1", 64, 12, 0}}, ""},
+          {"only the value one says that it has it", {{"eth0", 2, 12, 2}, {"eth1", 64, 12, 2}}, ""},
           // Among them 0x82 and 0xC0: the mark of a mismatch keeps a port out.
-          Content{"other features have none", ports_of_all_other_features(), ""},
-          Content{"an i2c port without a number is left out silently", {{"eth0", 64}}, ""},
+          {"other features have none", ports_of_all_other_features(), ""},
+          {"an i2c port without a number is left out silently", {{"eth0", 64}}, ""},
           i2c("the host's path, first pair", 'H', 9, 0, "TYPE: SYS_I2C\nBUS: 3.2.255\nMCU_SEGMENT: 1\n"),
           i2c("the baseboard's path, first pair", 'B', 9, 1, "TYPE: BMC.0.IPMI\nBUS: 3.2.255\nMCU_SEGMENT: 1\n"),
           i2c("no path, second pair", 0, 9, 2, "BUS: 3.2.255\nMCU_SEGMENT: 2\n"),
@@ -131,11 +130,11 @@ QORX_ROWS(TovixRecords, Content{"without ports only the end is written", {}, ""}
           i2c("an onboard port has the segment of its slot", 'B', 41, 5,
               "TYPE: BMC.0.IPMI\nBUS: 3.2.255\nMCU_SEGMENT: 4\n"),
           i2c("a port of no slot has none", 'B', 0, 0, "TYPE: BMC.0.IPMI\nBUS: 3.2.255\n"),
-          Content{"forced numbers count from 200 over both kinds",
-                  {{"eth0", 2}, {"eth1", 2, 4}, {"eth2", 64}, {"eth3", 2, 255, 0}, {"eth4", 4}, {"eth5", 2}},
-                  record("eth0", 200) + record("eth1", 4) + i2c_record("eth2", 201, "BUS: 3.2.255\nMCU_SEGMENT: 1\n") +
-                      record("eth5", 202),
-                  1});
+          {"forced numbers count from 200 over both kinds",
+           {{"eth0", 2}, {"eth1", 2, 4}, {"eth2", 64}, {"eth3", 2, 255, 0}, {"eth4", 4}, {"eth5", 2}},
+           record("eth0", 200) + record("eth1", 4) + i2c_record("eth2", 201, "BUS: 3.2.255\nMCU_SEGMENT: 1\n") +
+               record("eth5", 202),
+           1});
 
 TEST_F(TovixFile, AControllingPortHasARecord) {
   DeviceRecord& port = add({"eth0", QORX_FEATURE_A_BYPASS, 12, 1, 9, 0, 2});
