@@ -43,3 +43,28 @@ RACK = Appliance(
         Onboard("LAN2", "00:03.0"),
     ),
 )
+
+# 64 ports of 8 cards, and two ports deep below switches: the link of the one has 125 characters, of the other 138.
+MANY = Appliance(
+    name="many",
+    bus_0=(
+        *(root_port(f"00:10.{card}",
+                    *(Port(f"{card + 1:02x}:00.{function}", f"{8 * card + function:02x}", "13fe:201a")
+                      for function in range(8)))
+          for card in range(8)),
+        root_port("00:11.0",
+                  switch("09:00.0",
+                         switch_port("0a:00.0",
+                                     switch("0b:00.0",
+                                            switch_port("0c:00.0",
+                                                        pci_bridge("0d:00.0", Port("0e:01.0", "41", card="e1000"))),
+                                            switch_port("0c:01.0",
+                                                        switch("0f:00.0",
+                                                               switch_port("10:00.0",
+                                                                           Port("11:00.0", "40", "13fe:3008")))))))),
+    ),
+    records=(
+        *(Slot(f"WMX Slot {card + 1}", f"{card + 1:02x}:00.0") for card in range(8)),
+        Slot("PCIE Slot 20", "0d:00.0"),
+    ),
+)

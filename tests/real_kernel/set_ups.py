@@ -4,7 +4,7 @@ from dataclasses import dataclass
 
 import machines
 from appliance import Appliance
-from appliances import RACK
+from appliances import MANY, RACK
 from machines import Machine
 
 
@@ -16,6 +16,7 @@ class SetUp:
     stories: tuple                  # transcripts in the folder of the appliance, told in this order
     replayed: tuple = ()            # those of the stories that must go the same way on what the guest recorded
     hot_plug: tuple = ()            # root ports whose cards are pulled and plugged
+    measured: bool = False          # what qorx costs beside other tools is printed
     long: bool = False              # only in a long check
 
 
@@ -33,4 +34,6 @@ SET_UPS = (
     SetUp("none", machines.WITHOUT_SMBIOS, RACK, ("source-none", "without-records"), replayed=("without-records",),
           long=True),
     SetUp("arm64", machines.ARM64, RACK, ("source-arm64", *WITHOUT_ADAPTER), replayed=WITHOUT_ADAPTER, long=True),
+    SetUp("cost", machines.BIOS, RACK, ("operations",), measured=True, long=True),
+    SetUp("many", machines.BIOS, MANY, ("operations",), measured=True, long=True),
 )
