@@ -102,10 +102,11 @@ TEST_P(LostOutput, TracesNeverEndUpInTheResultFile) {
 TEST(ProtectStandardOutput, FillsEveryClosedDescriptor) {
   EXPECT_EXIT(
       {
-        close(STDIN_FILENO);
-        close(STDOUT_FILENO);
+        close_all_three();
         protect_standard_output();
-        _exit(fcntl(STDIN_FILENO, F_GETFD) == 0 && fcntl(STDOUT_FILENO, F_GETFD) == 0 ? 0 : 1);
+        const bool all_open = fcntl(STDIN_FILENO, F_GETFD) == 0 && fcntl(STDOUT_FILENO, F_GETFD) == 0 &&
+                              fcntl(STDERR_FILENO, F_GETFD) == 0;
+        _exit(all_open ? 0 : 1);
       },
       testing::ExitedWithCode(0), "");
 }
