@@ -12,7 +12,7 @@ from debian_packages import needed_by
 MODULES = ("e1000e", "e1000", "virtio_pci", "virtio_net", "xhci_pci", "cdc_ether", "virtio_console", "i2c_i801")
 
 # Loaded by the stories.
-STORY_MODULES = ("8021q", "bridge", "bonding", "dummy", "i2c_stub", "inv_mpu6050_i2c")
+STORY_MODULES = ("8021q", "bridge", "bonding", "i2c_dev", "i2c_stub", "inv_mpu6050_i2c")
 
 
 class Archive:

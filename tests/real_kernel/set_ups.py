@@ -31,6 +31,7 @@ SET_UPS = (
     SetUp("smbios3", machines.BIOS_SMBIOS3, RACK, ("source-smbios3", *ALL), replayed=ALL),
     SetUp("lockdown", machines.BIOS_LOCKDOWN, RACK, ("source-lockdown", *ALL), replayed=ALL),
     SetUp("hotplug", machines.BIOS, RACK, ("operations",), hot_plug=("00:1d.0", "00:1c.0")),
+    SetUp("i2c", machines.BIOS, RACK, ("multiplexers",), long=True),
     SetUp("none", machines.WITHOUT_SMBIOS, RACK, ("source-none", "without-records"), replayed=("without-records",),
           long=True),
     SetUp("arm64", machines.ARM64, RACK, ("source-arm64", *WITHOUT_ADAPTER), replayed=WITHOUT_ADAPTER, long=True),
