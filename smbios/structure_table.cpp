@@ -89,16 +89,22 @@ std::uint64_t skippable_structures(const TableBytes& table, std::uint64_t offset
   return std::min(to_end, (table.extent() - offset) / kEmptyStructureLength);
 }
 
+// As if they had been walked.
+void trace_empty_structures(std::uint64_t count) {
+  for (std::uint64_t i = 0; debugging() && i < std::min(count, kTracedEmptyStructures); ++i) {
+    debug("type 0\nstr_offset 0x00\nj 0x00\nlength 0x%.2x\n", static_cast<unsigned>(kEmptyStructureLength));
+  }
+}
+
 }  // namespace
 
 std::int32_t Parse_struct_table(const TableBytes& table, std::uint32_t table_len) {
   qorx_system_environment_info.eth_smbios_t9_t41_number = 0;
   Designation designation{};
   std::uint64_t offset = 0;
-  std::uint64_t traced = 0;
   do {
-    if (const std::uint64_t skippable = skippable_structures(table, offset, table_len);
-        skippable != 0 && (!debugging() || traced++ >= kTracedEmptyStructures)) {
+    if (const std::uint64_t skippable = skippable_structures(table, offset, table_len); skippable != 0) {
+      trace_empty_structures(skippable);
       offset += skippable * kEmptyStructureLength;
       continue;
     }

@@ -3,6 +3,7 @@
 #include <dirent.h>
 
 #include <algorithm>
+#include <cerrno>
 #include <cstddef>
 #include <list>
 #include <map>
@@ -31,6 +32,7 @@ namespace {
 struct Listing {
   DIR* directory;
   std::vector<dirent> entries;
+  int error;  // that ended the reading, 0 for none
   std::size_t next = 0;
 };
 
@@ -43,19 +45,21 @@ std::list<Listing>::iterator listing_of(DIR* directory) {
 }
 
 // Entries that were not recorded come behind the others, as they come.
-std::vector<dirent> ordered_entries(const std::string& path, DIR* directory) {
+Listing read_in_order(const std::string& path, DIR* directory) {
   std::vector<std::pair<std::size_t, dirent>> ranked;
+  errno = 0;
   while (const dirent* const entry = __real_readdir(directory)) {
     const auto rank = g_ranks.find(path + "/" + entry->d_name);
     ranked.emplace_back(rank != g_ranks.end() ? rank->second : g_ranks.size(), *entry);
+    errno = 0;
   }
+  Listing listing{directory, {}, errno};
   std::stable_sort(ranked.begin(), ranked.end(), [](const auto& a, const auto& b) { return a.first < b.first; });
-  std::vector<dirent> entries;
-  entries.reserve(ranked.size());
+  listing.entries.reserve(ranked.size());
   for (const auto& [rank, entry] : ranked) {
-    entries.push_back(entry);
+    listing.entries.push_back(entry);
   }
-  return entries;
+  return listing;
 }
 
 }  // namespace
@@ -63,7 +67,7 @@ std::vector<dirent> ordered_entries(const std::string& path, DIR* directory) {
 DIR* __wrap_opendir(const char* path) {
   DIR* const directory = __real_opendir(path);
   if (directory != nullptr && !g_ranks.empty()) {
-    g_listings.push_back({directory, ordered_entries(path, directory)});
+    g_listings.push_back(read_in_order(path, directory));
   }
   return directory;
 }
@@ -73,7 +77,11 @@ dirent* __wrap_readdir(DIR* directory) {
   if (listing == g_listings.end()) {
     return __real_readdir(directory);
   }
-  return listing->next < listing->entries.size() ? &listing->entries[listing->next++] : nullptr;
+  if (listing->next < listing->entries.size()) {
+    return &listing->entries[listing->next++];
+  }
+  errno = listing->error;
+  return nullptr;
 }
 
 int __wrap_closedir(DIR* directory) {

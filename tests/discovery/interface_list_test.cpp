@@ -60,6 +60,16 @@ TEST_F(InterfaceList, ThatFailsInTheScanEndsTheRun) {
   EXPECT_FALSE(std::filesystem::exists(machine_.work() / "tovix.cfg"));
 }
 
+TEST_F(InterfaceList, ThatFailsInARecordingWithItsOrderEndsTheRun) {
+  if (!can_trace()) {
+    GTEST_SKIP() << "strace is not installed or may not trace here";
+  }
+  machine_.write("order", "sys/class/net/eth1\nsys/class/net/eth0\n");
+  const ToolRun run = run_with_failure(1, {"-a"});
+  EXPECT_EQ(run.output, std::string(kMessage) + kErrorLine);
+  EXPECT_EQ(run.status, 0x98);
+}
+
 TEST_F(InterfaceList, ThatFailsForTheVirtualInterfacesEndsTheOutput) {
   if (!can_trace()) {
     GTEST_SKIP() << "strace is not installed or may not trace here";
