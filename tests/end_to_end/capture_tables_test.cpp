@@ -241,15 +241,8 @@ TEST_P(CaptureOfRealTable, TheSlotsAreTheSameAndNoOtherTextIsTaken) {
   }
 }
 
-INSTANTIATE_TEST_SUITE_P(Recorded, CaptureOfRealTable, testing::ValuesIn([] {
-                           auto tables = realdata::recordings("smbios", "");
-                           if (!tables.front().empty()) {
-                             const auto more = realdata::recordings("smbios-rebuilt", "");
-                             tables.insert(tables.end(), more.begin(), more.end());
-                           }
-                           return tables;
-                         }()),
-                         realdata::test_name);
+INSTANTIATE_TEST_SUITE_P(Recorded, CaptureOfRealTable, testing::ValuesIn(realdata::recorded_tables()),
+                         realdata::kNamedByRecording);
 
 }  // namespace
 }  // namespace qorx::test

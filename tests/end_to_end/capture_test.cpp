@@ -116,7 +116,7 @@ TEST_P(CaptureOfRealTree, TheSearchForSwitchesFindsTheSame) {
 }
 
 INSTANTIATE_TEST_SUITE_P(Recorded, CaptureOfRealTree, testing::ValuesIn(realdata::recordings("sysfs", ".tar.xz")),
-                         realdata::test_name);
+                         realdata::kNamedByRecording);
 
 }  // namespace
 }  // namespace qorx::test

@@ -1,78 +1,117 @@
-// The plain command on a real root directory says the same as the replay tool on a recorded one.
+// The plain command on a real root directory says what the replay tool says of a recorded one; the fully static one
+// needs nothing else there.
 #include <gtest/gtest.h>
 #include <unistd.h>
 
-#include <cstdio>
 #include <filesystem>
 #include <regex>
 #include <string>
+#include <vector>
 
+#include "tests/end_to_end/system_tools.h"
 #include "tests/support/fake_machine.h"
-#include "tests/support/tool_run.h"
+#include "tests/support/transcript.h"
 
 namespace qorx::test {
 namespace {
 
 namespace fs = std::filesystem;
 
-#if defined(__SANITIZE_ADDRESS__)
-constexpr bool kSanitized = true;
-#else
-constexpr bool kSanitized = false;
-#endif
-
-// Copies the command and the libraries that it loads to the same places below `root`.
-void install_command(const fs::path& root) {
-  fs::copy_file(qorx_program(), root / "qorx");
-  const ToolRun loaded = run_program("/usr/bin/ldd", {qorx_program().string()}, root);
-  const std::regex path(R"((/[^ ]+) \()");
-  for (std::sregex_iterator match(loaded.output.begin(), loaded.output.end(), path), end; match != end; ++match) {
-    const fs::path library = (*match)[1].str();
-    const fs::path copy = root / library.relative_path();
-    fs::create_directories(copy.parent_path());
-    fs::copy_file(library, copy, fs::copy_options::overwrite_existing);
+class Chroot : public testing::Test {
+ protected:
+  void SetUp() override {
+    if (kSanitizedBuild) {
+      GTEST_SKIP() << "the sanitizers' run-time needs more of a system, and excludes a static program";
+    }
+    if (geteuid() != 0) {
+      GTEST_SKIP() << "chroot is for root";
+    }
   }
-}
 
-class Chroot : public testing::TestWithParam<const char*> {};
-
-TEST_P(Chroot, GivesTheSameBytesAsTheReplayTool) {
-  if (kSanitized) {
-    GTEST_SKIP() << "the sanitizers' run-time needs more of a system than the chroot has";
-  }
-  if (geteuid() != 0) {
-    GTEST_SKIP() << "chroot is for root";
-  }
-  const fs::path machine = fs::path(QORX_SOURCE_DIR) / "examples/appliances" / GetParam();
-  const TemporaryDirectory root;
-  fs::copy(machine / "root", root.path(), fs::copy_options::recursive | fs::copy_options::copy_symlinks);
-  fs::copy_file(machine / "qorx.cfg", root.path() / "qorx.cfg");
-  install_command(root.path());
-  const TemporaryDirectory work;
-  fs::copy_file(machine / "qorx.cfg", work.path() / "qorx.cfg");
-
-  for (const std::vector<std::string>& arguments :
-       {std::vector<std::string>{"-a"}, {"-a", "-config", "qorx.cfg"}, {"-sysinfo"}, {"-tovix.cfg"}}) {
-    SCOPED_TRACE(arguments[0]);
-    const auto enter = [&root] {
-      if (chroot(root.path().c_str()) != 0 || chdir("/") != 0) {
-        _exit(126);
-      }
-    };
-    const ToolRun plain = run_program("/qorx", arguments, root.path(), enter);
-    if (plain.status == 126) {
+  // Copies a command, and the libraries that it loads to the same places below the root.
+  void install(const fs::path& command) const {
+    fs::copy_file(command, root_.path() / "qorx");
+    const ToolRun loaded = run_command({"ldd", command.string()});
+    const std::regex path(R"((/[^ ]+) \()");
+    for (std::sregex_iterator match(loaded.output.begin(), loaded.output.end(), path), end; match != end; ++match) {
+      const fs::path library = (*match)[1].str();
+      const fs::path copy = root_.path() / library.relative_path();
+      fs::create_directories(copy.parent_path());
+      fs::copy_file(library, copy, fs::copy_options::overwrite_existing);
+    }
+    if (run({"-V"}).status == kNoChroot) {
       GTEST_SKIP() << "chroot is not allowed here";
     }
-    const ToolRun replayed = run_replay(machine / "root", work.path(), arguments);
-    EXPECT_EQ(plain.output, replayed.output);
-    EXPECT_EQ(plain.status, 0);
-    EXPECT_EQ(replayed.status, 0);
   }
-  EXPECT_EQ(read_file(root.path() / "tovix.cfg"), read_file(work.path() / "tovix.cfg"));
-  EXPECT_NE(read_file(work.path() / "tovix.cfg"), "");
+
+  // Runs the command with root_ as the whole system.
+  [[nodiscard]] ToolRun run(const std::vector<std::string>& arguments) const {
+    return run_program("/qorx", arguments, root_.path(), [this] {
+      if (chroot(root_.path().c_str()) != 0 || chdir("/") != 0) {
+        _exit(kNoChroot);
+      }
+    });
+  }
+
+  void expect_golden_runs(const char* name) const {
+    const Appliance machine(name);
+    fs::copy(machine.root(), root_.path(), fs::copy_options::recursive | fs::copy_options::copy_symlinks);
+    fs::copy_file(machine.configuration().front(), root_.path() / "qorx.cfg");
+    for (const char* const run_name : {"all", "all-config", "sysinfo", "tovix"}) {
+      const Transcript expected = machine.expected(run_name);
+      const Transcript played = play(expected, {}, [&](const fs::path& directory) {
+        const ToolRun result = run(expected.arguments);
+        for (const auto& [file, text] : expected.written) {
+          fs::copy_file(root_.path() / file, directory / file);
+        }
+        return result;
+      });
+      EXPECT_EQ(text_of(played), text_of(expected));
+    }
+  }
+
+  static constexpr int kNoChroot = 126;
+  const TemporaryDirectory root_;
+};
+
+TEST_F(Chroot, OnTheEdgeApplianceTheBytesAreTheSame) {
+  install(qorx_program());
+  expect_golden_runs("edge");
 }
 
-INSTANTIATE_TEST_SUITE_P(Appliances, Chroot, testing::Values("edge", "legacy"));
+TEST_F(Chroot, OnTheLegacyApplianceTheBytesAreTheSame) {
+  install(qorx_program());
+  expect_golden_runs("legacy");
+}
+
+#if defined(QORX_STATIC_PROGRAM)
+
+using StaticProgram = Chroot;
+
+TEST_F(StaticProgram, StartsInAnEmptySystem) {
+  install(QORX_STATIC_PROGRAM);
+  EXPECT_EQ(run({"-V"}), said("libqorx version: 01.36\nqorx version: 01.38\n"));
+  EXPECT_EQ(run({"-a"}), said("/sys/class/net folder do not exist or can't access. Please check your environment\n"
+                              "Error: QORX_ERR_OPEN_DIR (0x98)\n",
+                              0x98));
+}
+
+TEST_F(StaticProgram, SaysTheSameOnAnAppliance) {
+  install(QORX_STATIC_PROGRAM);
+  expect_golden_runs("edge");
+}
+
+TEST(StaticProgramFile, NeedsNoLibraryAndCanBeLoadedAnywhere) {
+  QORX_SKIP_WITHOUT("readelf");
+  const std::string dynamic = run_command({"readelf", "-W", "-d", QORX_STATIC_PROGRAM}).output;
+  EXPECT_EQ(dynamic.find("NEEDED"), std::string::npos) << dynamic;
+  EXPECT_NE(dynamic.find("PIE"), std::string::npos) << dynamic;
+  const std::string segments = run_command({"readelf", "-W", "-l", QORX_STATIC_PROGRAM}).output;
+  EXPECT_EQ(segments.find("INTERP"), std::string::npos) << segments;
+  EXPECT_NE(segments.find("GNU_RELRO"), std::string::npos) << segments;
+}
+
+#endif
 
 }  // namespace
 }  // namespace qorx::test

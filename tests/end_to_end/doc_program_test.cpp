@@ -8,6 +8,7 @@
 #include <vector>
 
 #include "tests/end_to_end/manual_page.h"
+#include "tests/end_to_end/system_tools.h"
 #include "tests/support/fake_machine.h"
 
 namespace qorx::test {
@@ -24,17 +25,8 @@ constexpr const char* kCompiler = "gcc";
 constexpr const char* kCppCompiler = "g++";
 #endif
 
-#if defined(__has_feature)
-#define QORX_HAS_FEATURE(feature) __has_feature(feature)
-#else
-#define QORX_HAS_FEATURE(feature) 0
-#endif
-
-#if defined(__SANITIZE_ADDRESS__) || QORX_HAS_FEATURE(address_sanitizer)
-const std::vector<std::string> kSanitizers{"-fsanitize=address,undefined"};
-#else
-const std::vector<std::string> kSanitizers;
-#endif
+const std::vector<std::string> kSanitizers =
+    kSanitizedBuild ? std::vector<std::string>{"-fsanitize=address,undefined"} : std::vector<std::string>{};
 
 // Sets the system root before main: the program itself looks at the machine that it runs on.
 constexpr const char* kOnRecordedMachine = R"(

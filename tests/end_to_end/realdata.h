@@ -6,7 +6,6 @@
 #include <gtest/gtest.h>
 
 #include <algorithm>
-#include <cctype>
 #include <cstdio>
 #include <filesystem>
 #include <sstream>
@@ -14,6 +13,7 @@
 #include <vector>
 
 #include "tests/support/library.h"
+#include "tests/support/rows.h"
 #include "tests/support/tool_run.h"
 
 namespace qorx::test::realdata {
@@ -56,12 +56,21 @@ inline std::vector<std::string> recordings(const std::string& folder, const std:
   return result.empty() ? std::vector<std::string>{""} : result;
 }
 
-inline std::string test_name(const testing::TestParamInfo<std::string>& info) {
-  std::string name = info.param.empty() ? "none" : info.param;
-  std::replace_if(
-      name.begin(), name.end(), [](unsigned char c) { return std::isalnum(c) == 0; }, '_');
-  return name;
+// The machines whose firmware tables were recorded, or put together from what was.
+inline std::vector<std::string> recorded_tables() {
+  std::vector<std::string> all = recordings("smbios", "");
+  if (!kRealData.empty()) {
+    for (const std::string& name : recordings("smbios-rebuilt", "")) {
+      all.push_back(name.empty() ? "smbios-rebuilt" : name);
+    }
+  }
+  return all;
 }
+
+// For INSTANTIATE_TEST_SUITE_P.
+inline constexpr auto kNamedByRecording = [](const auto& tested) {
+  return tested.param.empty() ? "None" : test_name(tested.param);
+};
 
 class RealMachine : public testing::TestWithParam<std::string> {
  protected:

@@ -88,9 +88,8 @@ TEST_F(RealConfigSpaces, AreListedWithoutOneMissing) {
   for (const Row& row : rows_) {
     listed.insert("pciconfig/" + row.at(0));
   }
-  const std::vector<std::string> files = recordings("pciconfig", ".config");
   std::set<std::string> present;
-  for (const std::string& file : files) {
+  for (const std::string& file : recordings("pciconfig", ".config")) {
     present.insert(file + ".config");
   }
   EXPECT_EQ(listed, present);

@@ -82,15 +82,7 @@ TEST_P(RealSmbios, CountsItsNamedSlots) {
   EXPECT_EQ(listed, named);
 }
 
-std::vector<std::string> smbios_machines() {
-  std::vector<std::string> all = recordings("smbios", "");
-  for (const std::string& name : recordings("smbios-rebuilt", "")) {
-    all.push_back(name.empty() ? "smbios-rebuilt" : name);
-  }
-  return kRealData.empty() ? std::vector<std::string>{""} : all;
-}
-
-INSTANTIATE_TEST_SUITE_P(RealData, RealSmbios, testing::ValuesIn(smbios_machines()), test_name);
+INSTANTIATE_TEST_SUITE_P(RealData, RealSmbios, testing::ValuesIn(recorded_tables()), kNamedByRecording);
 
 }  // namespace
 }  // namespace qorx::test::realdata

@@ -3,7 +3,6 @@
 
 #include <algorithm>
 #include <cstdio>
-#include <cstdlib>
 #include <map>
 #include <ostream>
 #include <sstream>
@@ -14,6 +13,7 @@
 #include "base/system_root.h"
 #include "records/state.h"
 #include "tests/end_to_end/realdata.h"
+#include "tests/end_to_end/system_tools.h"
 #include "tests/support/fake_machine.h"
 #include "tests/support/library.h"
 
@@ -21,8 +21,7 @@ namespace qorx::test::realdata {
 namespace {
 
 void unpack(const fs::path& archive, const fs::path& directory) {
-  const std::string command = "tar -xJf '" + archive.string() + "' -C '" + directory.string() + "'";
-  ASSERT_EQ(std::system(command.c_str()), 0) << command;
+  ASSERT_EQ(run_command({"tar", "-xJf", archive.string(), "-C", directory.string()}), said(""));
 }
 
 // What the table shows of one port.
@@ -106,7 +105,7 @@ TEST_P(RealTree, ListsExactlyItsPhysicalPorts) {
   EXPECT_EQ(printed_rows(run.output), expected_rows(path(".nics.txt")));
 }
 
-INSTANTIATE_TEST_SUITE_P(RealData, RealTree, testing::ValuesIn(recordings("sysfs", ".tar.xz")), test_name);
+INSTANTIATE_TEST_SUITE_P(RealData, RealTree, testing::ValuesIn(recordings("sysfs", ".tar.xz")), kNamedByRecording);
 
 // Trees that have a table of their own machine, or of one of the same model with the same onboard addresses.
 class RealPlaces : public RealMachine {};
@@ -181,7 +180,7 @@ std::vector<std::string> machines_with_tree_and_table() {
           "smbios/dell-poweredge-r730"};
 }
 
-INSTANTIATE_TEST_SUITE_P(RealData, RealPlaces, testing::ValuesIn(machines_with_tree_and_table()), test_name);
+INSTANTIATE_TEST_SUITE_P(RealData, RealPlaces, testing::ValuesIn(machines_with_tree_and_table()), kNamedByRecording);
 
 }  // namespace
 }  // namespace qorx::test::realdata
