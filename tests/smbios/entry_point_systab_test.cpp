@@ -90,6 +90,13 @@ TEST_F(SystabTraces, DoNotShowALastLineWithoutALineFeedWhichIsNotExamined) {
   EXPECT_EQ(traces_, std::string(kNoLegacy) + "ACPI=1\n");
 }
 
+// It comes in pieces, each of which is shown as it is.
+TEST_F(SystabTraces, ShowALineThatIsLongerThanTheBuffer) {
+  const std::string line(2000, 'x');
+  EXPECT_EQ(search(line + "\nACPI=1\n"), kNotFound);
+  EXPECT_EQ(traces_, kNoLegacy + line + "\nACPI=1\n");
+}
+
 TEST_F(SystabTraces, ShowAnAddressWithoutAnEntryPointWhoseCodeIsReturned) {
   EXPECT_EQ(search("SMBIOS=0x110000\n"), kNotFound);
   EXPECT_EQ(traces_, std::string(kNoLegacy) +
