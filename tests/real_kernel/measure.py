@@ -1,9 +1,9 @@
 """What qorx costs beside the other tools that read slots and cards: time, system calls, reads of configuration space."""
 
-import subprocess
+import shutil
 
 from debian_packages import NotAvailable
-import shutil
+from programs import shared_libraries
 
 COMMANDS = (
     ("qorx -a", "qorx -a"),
@@ -41,11 +41,6 @@ def loop():
     return LOOP.replace("RUNS", str(RUNS)) + "".join(f"measure '{name}' '{command}'\n" for name, command in COMMANDS)
 
 
-def shared_libraries(program):
-    listed = subprocess.run(["ldd", program], capture_output=True, text=True, check=False).stdout
-    return {word for line in listed.splitlines() for word in line.split() if word.startswith("/")}
-
-
 def programs():
     """-> {path in the guest: file} of the other tools, strace, and what these load."""
     files = {}
@@ -54,7 +49,7 @@ def programs():
         if not program:
             raise NotAvailable(f"nothing to compare with: there is no {name} (package {package})")
         files[f"usr/bin/{name}"] = program
-        files |= {library.lstrip("/"): library for library in shared_libraries(program)}
+        files |= shared_libraries(program)
     names = "/usr/share/misc/pci.ids"
     return {**files, names.lstrip("/"): names}
 

@@ -30,6 +30,20 @@ def build_for_arm64(folder):
     return folder / "cli" / "qorx"
 
 
+def shared_libraries(program):
+    """-> {path in the guest: file} of what a program of this machine loads."""
+    listed = subprocess.run(["ldd", program], capture_output=True, text=True, check=False).stdout
+    files = {word for line in listed.splitlines() for word in line.split() if word.startswith("/")}
+    return {file.lstrip("/"): file for file in files}
+
+
+def qorx_inspect(options):
+    """-> {path in the guest: file}"""
+    if not options.inspect or not Path(options.inspect).exists():
+        raise NotAvailable(f"no qorx-inspect: there is no {options.inspect}")
+    return {"usr/sbin/qorx-inspect": options.inspect, **shared_libraries(options.inspect)}
+
+
 def qorx_for(machine, options):
     if machine.architecture != LOCAL:
         return build_for_arm64(options.arm64_build)

@@ -16,6 +16,7 @@ class SetUp:
     stories: tuple                  # transcripts in the folder of the appliance, told in this order
     replayed: tuple = ()            # those of the stories that must go the same way on what the guest recorded
     hot_plug: tuple = ()            # root ports whose cards are pulled and plugged
+    inspected: bool = False         # what qorx-inspect says is compared with the table, in the guest and of the recording
     measured: bool = False          # what qorx costs beside other tools is printed
     long: bool = False              # only in a long check
 
@@ -35,6 +36,7 @@ SET_UPS = (
     SetUp("none", machines.WITHOUT_SMBIOS, RACK, ("source-none", "without-records"), replayed=("without-records",),
           long=True),
     SetUp("arm64", machines.ARM64, RACK, ("source-arm64", *WITHOUT_ADAPTER), replayed=WITHOUT_ADAPTER, long=True),
+    SetUp("inspect", machines.UEFI, RACK, ("operations", "inspect"), inspected=True, long=True),
     SetUp("cost", machines.BIOS, RACK, ("operations",), measured=True, long=True),
     SetUp("many", machines.BIOS, MANY, ("operations",), measured=True, long=True),
 )
