@@ -2,6 +2,7 @@
 
 #include <string_view>
 
+#include "records/origins.h"
 #include "records/state.h"
 
 namespace qorx {
@@ -20,6 +21,7 @@ std::int32_t qorx_handle_hybrid_WMX() {
   for (DeviceRecord& record : device_records()) {
     if (record.device_id == kFibrePortDeviceId && is_hybrid(record.model)) {
       record.feature = QORX_FEATURE_NA;
+      origin_of(record).feature = Writer::kPortRule;
     }
   }
   return 0;

@@ -4,6 +4,7 @@
 #include "base/messages.h"
 #include "ident/model_lookup.h"
 #include "records/name_column.h"
+#include "records/origins.h"
 #include "records/state.h"
 
 namespace qorx {
@@ -44,6 +45,7 @@ std::int32_t qorx_handle_legacy_WMX() {
     if (const SlotRecord* const slot = named_slot(names, record)) {
       copy_text(record.model, slot->model_name);
       record.feature = slot->feature;
+      origin_of(record).model = origin_of(record).feature = Writer::kLegacyTable;
     }
   }
   return 0;

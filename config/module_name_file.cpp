@@ -15,6 +15,7 @@
 #include "ident/features.h"
 #include "ident/strings.h"
 #include "records/name_column.h"
+#include "records/origins.h"
 #include "records/state.h"
 
 namespace qorx {
@@ -30,6 +31,7 @@ struct FittedModule {
   std::string_view name;
   std::string_view short_form;  // empty: none yet
   std::uint8_t feature;
+  std::uint32_t line;
 
   [[nodiscard]] bool is_in(std::string_view candidates) const {
     return candidates.find(name) != std::string_view::npos ||
@@ -51,12 +53,15 @@ bool is_listed(const DeviceRecord& record, std::string_view name) {
 void confirm_candidate(DeviceRecord& record, const FittedModule& module) {
   if (record.module_name_count == 0) {
     record.feature = module.feature;
+    origin_of(record).feature = origin_of(record).model = Writer::kModuleFile;
+    origin_of(record).feature_line = module.line;
     if (module.feature == QORX_FEATURE_A_BYPASS && carries_control(record)) {
       record.bypass_ctrl_flag = 1;
     }
   } else if (record.feature != module.feature) {
     // Two fitted candidates disagree: no feature is claimed.
     record.feature = QORX_FEATURE_NONE;
+    origin_of(record).conflict_line = module.line;
     record.bypass_ctrl_flag = 0;
   }
   if (record.module_name_count < QORX_MAX_MODULE_NAMES && !is_listed(record, module.name)) {
@@ -134,7 +139,7 @@ std::int32_t ModuleNames::take_line(const char* text, int line_number) {
     copy_text(short_form_, "/");
     append_text(short_form_, name.substr(kFamilyPrefix.size(), kShortDigits));
   }
-  candidates_.confirm({name, short_form_, *feature});
+  candidates_.confirm({name, short_form_, *feature, static_cast<std::uint32_t>(line_number)});
   return 0;
 }
 

@@ -3,6 +3,7 @@
 #include <string_view>
 
 #include "base/bounded_text.h"
+#include "records/origins.h"
 #include "records/state.h"
 
 namespace qorx {
@@ -26,6 +27,7 @@ std::int32_t qorx_assign_final_panel_name() {
     if (record.smbios_type == QORX_SMBIOS_ONBOARD_DEVICE) {
       copy_text(record.panel_name, record.slot_name);
       append_text(record.panel_name, " (*)");
+      origin_of(record).panel = Writer::kSlotName;
       continue;
     }
     const bool descending = record.model == kDescendingModel;
@@ -34,6 +36,8 @@ std::int32_t qorx_assign_final_panel_name() {
       counter = descending ? kDescendingStart : kAscendingStart;
     }
     format_text(record.panel_name, sizeof record.panel_name, "%x (*)", counter);
+    origin_of(record).panel = Writer::kCounter;
+    origin_of(record).panel_number = counter;
     counter = static_cast<std::uint8_t>(descending ? counter - 1 : counter + 1);
   }
   return 0;

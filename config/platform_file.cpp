@@ -8,6 +8,7 @@
 #include "config/platform_lines.h"
 #include "ident/features.h"
 #include "records/name_column.h"
+#include "records/origins.h"
 #include "records/state.h"
 
 namespace qorx {
@@ -19,6 +20,11 @@ constexpr std::size_t kValueFields = 4;
 constexpr std::size_t kRequiredFields = 3;
 
 constexpr std::string_view kControlWord = "A_BYPASS-C";
+
+void note_panel(const DeviceRecord& record, const PlatformLine& line) {
+  origin_of(record).panel = Writer::kPlatformFile;
+  origin_of(record).panel_line = static_cast<std::uint32_t>(line.number);
+}
 
 class FeaturePass final : public PlatformPass {
  public:
@@ -71,6 +77,7 @@ std::int32_t FeaturePass::take_bus_order(const PlatformLine& line) {
   for_each_port(value.at[0], [&](DeviceRecord& record) {
     if (record.port_index == port_index) {
       copy_text(record.panel_name, value.at[1]);
+      note_panel(record, line);
     }
   });
   return 0;
@@ -97,13 +104,17 @@ void FeaturePass::apply_feature(DeviceRecord& record, std::uint8_t code, const V
   const std::string_view word = value.at[2];
   if (record.feature != QORX_FEATURE_NONE && record.feature != code && g_force_flag != 1) {
     record.feature |= QORX_FEATURE_MISMATCH;
+    origin_of(record).refused_line = static_cast<std::uint32_t>(line.number);
     error("CFG file feature (%.*s) is not matched with Vlm default feature. Slot Name (%s) CFG file line: %d\n",
           static_cast<int>(word.size()), word.data(), record.slot_name, line.number);
     error("If you want to overwrite please add -F command!\n");
     return;
   }
   copy_text(record.panel_name, value.at[1]);
+  note_panel(record, line);
   record.feature = code;
+  origin_of(record).feature = Writer::kPlatformFile;
+  origin_of(record).feature_line = static_cast<std::uint32_t>(line.number);
   record.bypass_ctrl_flag = word == kControlWord ? 1 : 0;
 }
 

@@ -11,6 +11,7 @@
 #include "config/platform_lines.h"
 #include "discovery/topology.h"
 #include "records/name_column.h"
+#include "records/origins.h"
 #include "records/state.h"
 
 namespace qorx {
@@ -26,20 +27,20 @@ class SlotPass final : public PlatformPass {
 
   std::int32_t take_line(const PlatformLine& line) override {
     if (line.key == PlatformKey::kRename) {
-      rename(line.value);
+      rename(line);
       return 0;
     }
     return line.key == PlatformKey::kSwitch ? take_switch(line) : 0;
   }
 
  private:
-  void rename(const char* new_name);
-  bool rename_all(const NameColumn<SlotRecord>& names, const char* new_name);
+  void rename(const PlatformLine& line);
+  bool rename_all(const NameColumn<SlotRecord>& names, const PlatformLine& line);
   std::int32_t take_switch(const PlatformLine& line);
   std::int32_t find_switch(const PlatformLine& line);
-  void retire_slot();
+  void retire_slot(const PlatformLine& line);
   std::int32_t append_ports(const PlatformLine& line);
-  void append_port(std::string_view slot_name, std::uint8_t dev);
+  void append_port(std::string_view slot_name, std::uint8_t dev, int line_number);
 
   NameColumn<SlotRecord> firmware_names_{slot_records(), &SlotRecord::smbios_slot_name};
   NameColumn<SlotRecord> names_{slot_records(), &SlotRecord::slot_name};
@@ -66,11 +67,13 @@ std::int32_t SlotPass::begin_block(const char* slot_name, const char* file, int 
   return 0;
 }
 
-bool SlotPass::rename_all(const NameColumn<SlotRecord>& names, const char* new_name) {
+bool SlotPass::rename_all(const NameColumn<SlotRecord>& names, const PlatformLine& line) {
   bool found = false;
   for (std::size_t i = names.find(block_name_), next = kNoRecord; i != kNoRecord; i = next) {
     next = names.find_next(i);
-    copy_text(qorx_smbios_t9_t41_mapping[i].slot_name, new_name);
+    SlotRecord& slot = qorx_smbios_t9_t41_mapping[i];
+    copy_text(slot.slot_name, line.value);
+    origin_of(slot).rename_line = static_cast<std::uint32_t>(line.number);
     names_.renew(i);
     found = true;
   }
@@ -78,10 +81,10 @@ bool SlotPass::rename_all(const NameColumn<SlotRecord>& names, const char* new_n
 }
 
 // The block keeps its old name: later lines of it still find the slot by the firmware's name.
-void SlotPass::rename(const char* new_name) {
-  debug("%s\n", new_name);
-  if (!rename_all(firmware_names_, new_name)) {
-    rename_all(names_, new_name);
+void SlotPass::rename(const PlatformLine& line) {
+  debug("%s\n", line.value);
+  if (!rename_all(firmware_names_, line)) {
+    rename_all(names_, line);
   }
 }
 
@@ -91,7 +94,7 @@ std::int32_t SlotPass::take_switch(const PlatformLine& line) {
     if (const std::int32_t code = find_switch(line); code != 0) {
       return code;
     }
-    retire_slot();
+    retire_slot(line);
   }
   return switch_found_ ? append_ports(line) : 0;
 }
@@ -111,7 +114,7 @@ std::int32_t SlotPass::find_switch(const PlatformLine& line) {
 }
 
 // The slot that holds the switch gives way to the switch's ports. A slot that was renamed before is no longer found.
-void SlotPass::retire_slot() {
+void SlotPass::retire_slot(const PlatformLine& line) {
   for (std::size_t i = names_.find(block_name_), next = kNoRecord; i != kNoRecord; i = next) {
     next = names_.find_next(i);
     SlotRecord& slot = qorx_smbios_t9_t41_mapping[i];
@@ -120,6 +123,7 @@ void SlotPass::retire_slot() {
     slot.bus = kAbsent;
     slot.dev = kAbsent;
     slot.fun = kAbsent;
+    origin_of(slot).retired_line = static_cast<std::uint32_t>(line.number);
     firmware_names_.renew(i);
     names_.renew(i);
   }
@@ -142,17 +146,18 @@ std::int32_t SlotPass::append_ports(const PlatformLine& line) {
     if (qorx_system_environment_info.eth_smbios_t9_t41_number == kAppendLimit) {
       dev = last;
     }
-    append_port(value.at[1], static_cast<std::uint8_t>(dev));
+    append_port(value.at[1], static_cast<std::uint8_t>(dev), line.number);
     if (dev == last) {
       return 0;
     }
   }
 }
 
-void SlotPass::append_port(std::string_view slot_name, std::uint8_t dev) {
+void SlotPass::append_port(std::string_view slot_name, std::uint8_t dev, int line_number) {
   std::uint32_t& count = qorx_system_environment_info.eth_smbios_t9_t41_number;
   const std::size_t index = std::min(count, kAppendLimit);
   SlotRecord& slot = fresh_slot_record(index);
+  origin_of(slot).switch_line = static_cast<std::uint32_t>(line_number);
   copy_text(slot.slot_name, slot_name);
   slot.type = QORX_SMBIOS_SYSTEM_SLOT;
   slot.bus = static_cast<std::uint8_t>(switch_.bus + 1);

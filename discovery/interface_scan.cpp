@@ -13,6 +13,7 @@
 #include "ident/subsystem_hooks.h"
 #include "ident/supported_devices.h"
 #include "records/device_ids.h"
+#include "records/origins.h"
 #include "records/record_order.h"
 #include "records/state.h"
 
@@ -56,6 +57,13 @@ void join_slot(DeviceRecord& record, SlotRecord& slot) {
   record.smbios_type = slot.type;
 }
 
+void note_match(const DeviceRecord& record, MatchPass pass, const SlotMatcher::Match& match) {
+  PortOrigin& origin = origin_of(record);
+  origin.slot = static_cast<std::uint16_t>(match.slot + 1);
+  origin.match_pass = static_cast<std::uint8_t>(pass);
+  origin.match_level = static_cast<std::uint8_t>(match.level);
+}
+
 // Finds the port's slot. Returns whether the port sits on the module that is recognised by a bridge above it, the
 // only USB ports that get a slot.
 bool match_slot(Scan& scan, DeviceRecord& record) {
@@ -73,6 +81,7 @@ bool match_slot(Scan& scan, DeviceRecord& record) {
       SlotRecord& slot = slot_records()[match->slot];
       trace_match(pass, *match, slot, text);
       join_slot(record, slot);
+      note_match(record, pass, *match);
       break;
     }
   }
@@ -83,6 +92,8 @@ bool match_slot(Scan& scan, DeviceRecord& record) {
 std::int32_t identify(Scan& scan, DeviceRecord& record) {
   copy_text(record.model, qorx_get_model_name(record.subsys_vendor_id, record.subsys_device_id));
   record.feature = default_feature(record.subsys_vendor_id, record.subsys_device_id);
+  origin_of(record).model = record.model[0] != '\0' ? Writer::kCardTable : Writer::kNobody;
+  origin_of(record).feature = record.feature != QORX_FEATURE_NONE ? Writer::kCardTable : Writer::kNobody;
   if (record.feature == QORX_FEATURE_A_BYPASS && carries_control(record) && record.subsys_device_id != kNoControlPort) {
     record.bypass_ctrl_flag = 1;
   }

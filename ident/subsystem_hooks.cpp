@@ -9,6 +9,7 @@
 #include "base/text_fields.h"
 #include "discovery/topology.h"
 #include "ident/supported_devices.h"
+#include "records/origins.h"
 
 namespace qorx {
 
@@ -87,6 +88,9 @@ bool is_shared_controller(std::uint32_t key) {
 
 void copy_identity(const DeviceRecord& first, DeviceRecord& other) {
   copy_text(other.model, first.model);
+  PortOrigin& origin = origin_of(other);
+  origin.model = origin.feature = Writer::kNeighbour;
+  origin.neighbour = static_cast<std::uint16_t>(index_of(first) + 1);
   if (first.subsys_device_id == kFirstPortOnly1pps) {
     other.feature = QORX_FEATURE_NA;
     return;
@@ -139,6 +143,8 @@ bool qorx_is_WMX_LH53(PciFunctions& functions, DeviceRecord& record) {
       copy_text(record.model, kModel);
       copy_text(record.panel_name, "N/A");
       record.feature = QORX_FEATURE_NA;
+      PortOrigin& origin = origin_of(record);
+      origin.model = origin.feature = origin.panel = Writer::kBridge;
       return true;
     }
   }
@@ -153,6 +159,7 @@ void post_subsystem_id_general_hook() {
     const std::uint32_t key = controller_of(record);
     if (record.subsys_device_id == kE822Onboard && (key == kE822Copper || key == kE822Fibre)) {
       record.feature = QORX_FEATURE_NA;
+      origin_of(record).feature = Writer::kPortRule;
     }
     if (record.subsys_device_id == kI226OnboardBypass) {
       keep_lowest_bus_flag(records, record);

@@ -1,6 +1,7 @@
 #include "output/bypass_segments.h"
 
 #include "base/messages.h"
+#include "records/origins.h"
 #include "records/state.h"
 
 namespace qorx {
@@ -46,6 +47,7 @@ struct Position {
 
 void assign_onboard(DeviceRecord& record, Position& position) {
   record.seg = static_cast<std::uint8_t>(position.onboard / kPortsPerSegment + kFirstOnboardSegment);
+  origin_of(record).segment_place = static_cast<std::uint16_t>(position.onboard + 1);
   ++position.onboard;
   debug("seg number %d\n", record.seg);
 }
@@ -62,6 +64,7 @@ void assign_in_slot(DeviceRecord& record, Position& position) {
     record.seg =
         static_cast<std::uint8_t>(position.in_slot / kPortsPerSegment + position.slot_number * kSegmentsPerSlot);
   }
+  origin_of(record).segment_place = static_cast<std::uint16_t>(position.in_slot + 1);
   ++position.in_slot;
   debug("seg number %d slot number %d\n", record.seg, position.slot_number);
 }

@@ -5,6 +5,8 @@
 #include <cstring>
 #include <numeric>
 
+#include "records/origins.h"
+
 namespace qorx {
 
 namespace {
@@ -23,6 +25,9 @@ void sort_records(DeviceRecord* records, std::size_t count, Comparator is_behind
   std::iota(order.begin(), order.end(), std::uint16_t{0});
   std::sort(order.begin(), order.end(),
             [&](std::uint16_t a, std::uint16_t b) { return is_behind(records[b], records[a]); });
+  if (records == qorx_eth_device_mapping) {
+    reorder_origins(order);
+  }
   for (std::size_t start = 0; start < order.size(); ++start) {
     if (order[start] == start) {
       continue;

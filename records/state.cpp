@@ -33,7 +33,6 @@ namespace qorx {
 std::int32_t g_qorx_init = -1;
 std::int32_t g_x86_i2c_root_port_number = -1;
 std::uint8_t wrong_seg_flag;
-SlotSource g_slot_source;
 
 namespace {
 
@@ -107,7 +106,10 @@ std::span<SlotRecord> slot_records() {
 }
 
 DeviceRecord& next_device_record() {
-  return fresh_record(qorx_eth_device_mapping, qorx_system_environment_info.eth_device_number, g_devices_touched);
+  DeviceRecord& record =
+      fresh_record(qorx_eth_device_mapping, qorx_system_environment_info.eth_device_number, g_devices_touched);
+  origin_of(record) = {};
+  return record;
 }
 
 std::size_t index_of(const DeviceRecord& record) {
@@ -115,7 +117,9 @@ std::size_t index_of(const DeviceRecord& record) {
 }
 
 SlotRecord& fresh_slot_record(std::size_t index) {
-  return fresh_record(qorx_smbios_t9_t41_mapping, index, g_slots_touched);
+  SlotRecord& record = fresh_record(qorx_smbios_t9_t41_mapping, index, g_slots_touched);
+  origin_of(record) = {};
+  return record;
 }
 
 std::int32_t clear_tables() {
