@@ -61,12 +61,12 @@ TEST_F(SystemInfo, ListsEveryOnboardPortThenEverySlot) {
   add_slot("S2", 9);
   copy_text(add_device("eth0", "LAN1", 41).model, "");
   copy_text(add_device("eth1", "S1", 9).model, "not listed");
-  copy_text(add_device("eth2", "LAN2", 41).model, "I210");
+  copy_text(add_device("eth2", "LAN2", 41).model, "I");
   add_device("eth3", "LAN1", 41);
   add_device("eth4", "", 41);
   EXPECT_EQ(report(),
             "Onboard_cnt: 3\nSlot_cnt: 2\n"
-            "LAN1: Onboard\nLAN2: I210\nLAN1: Onboard\n"
+            "LAN1: Onboard\nLAN2: I\nLAN1: Onboard\n"
             "S1: WMX-0119\nS2: \n");
 }
 
