@@ -46,6 +46,11 @@ def pci_bridge(address, *below):
     return Bridge(address, "pcie-pci-bridge", below)
 
 
+def host_bridge(address, *below):
+    """A second host bridge, as a second processor has one; the address is QEMU's own place for it."""
+    return Bridge(address, "pxb-pcie", below)
+
+
 def usb_controller(address, *below):
     return Bridge(address, "qemu-xhci", below)
 
@@ -115,6 +120,8 @@ def properties(thing, bus, siblings):
     if not isinstance(thing, UsbPort):
         options |= place(thing, siblings)
     if isinstance(thing, Bridge):
+        if thing.card == "pxb-pcie":
+            options["bus_nr"] = str(parse_address(thing.below[0].address)[0])
         if thing.card in ("pcie-root-port", "xio3130-downstream"):
             number = parse_address(thing.address)
             options["chassis"] = str(number[0] + 1)

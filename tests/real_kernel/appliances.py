@@ -1,7 +1,7 @@
 """The appliances, as data. The tables that qorx must print of them stand in the transcripts beside."""
 
-from appliance import (Appliance, Onboard, Port, Slot, UsbPort, pci_bridge, root_port, switch, switch_port,
-                       usb_controller)
+from appliance import (Appliance, Onboard, Port, Slot, UsbPort, host_bridge, pci_bridge, root_port, switch,
+                       switch_port, usb_controller)
 
 RACK = Appliance(
     name="rack",
@@ -66,5 +66,27 @@ MANY = Appliance(
     records=(
         *(Slot(f"WMX Slot {card + 1}", f"{card + 1:02x}:00.0") for card in range(8)),
         Slot("PCIE Slot 20", "0d:00.0"),
+    ),
+)
+
+# Two host bridges. One slot has a port on each of them, and one on the second has a switch.
+TWINS = Appliance(
+    name="twins",
+    bus_0=(
+        host_bridge("00:05.0",
+                    root_port("20:00.0", Port("21:00.0", "02", "13fe:0034")),
+                    root_port("20:01.0",
+                              switch("22:00.0",
+                                     switch_port("23:00.0", Port("24:00.0", "03", "13fe:2045")))),
+                    root_port("20:02.0", Port("25:00.0", "04", "13fe:3008"))),
+        root_port("00:1c.0", Port("01:00.0", "00", "13fe:201a")),
+        root_port("00:1c.1", Port("02:00.0", "01", "13fe:3008")),
+    ),
+    records=(
+        Slot("WMX Slot 1", "01:00.0"),
+        Slot("PCIE Slot 4", "02:00.0"),
+        Slot("WMX Slot 2", "21:00.0"),
+        Slot("SW Slot 3", "20:01.0"),
+        Slot("PCIE Slot 4", "25:00.0"),
     ),
 )

@@ -4,7 +4,7 @@ from dataclasses import dataclass
 
 import machines
 from appliance import Appliance
-from appliances import MANY, RACK
+from appliances import MANY, RACK, TWINS
 from machines import Machine
 
 
@@ -33,6 +33,7 @@ SET_UPS = (
     SetUp("lockdown", machines.BIOS_LOCKDOWN, RACK, ("source-lockdown", *ALL), replayed=ALL),
     SetUp("hotplug", machines.BIOS, RACK, ("operations",), hot_plug=("00:1d.0", "00:1c.0")),
     SetUp("i2c", machines.BIOS, RACK, ("multiplexers",), long=True),
+    SetUp("twins", machines.BIOS, TWINS, ("operations", "capture"), replayed=("operations",), long=True),
     SetUp("none", machines.WITHOUT_SMBIOS, RACK, ("source-none", "without-records"), replayed=("without-records",),
           long=True),
     SetUp("arm64", machines.ARM64, RACK, ("source-arm64", *WITHOUT_ADAPTER), replayed=WITHOUT_ADAPTER, long=True),
