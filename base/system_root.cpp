@@ -24,7 +24,7 @@ constexpr std::size_t kPathLimit = 4096;
 constexpr std::uint64_t kMapLimit = std::uint64_t{64} << 20;
 
 char g_root[kPathLimit];
-const KeptFolder* g_kept_folder;  // the last one that came
+KeptFolder* g_kept_folder;  // the last one that came
 
 // The path below the root; the path itself where no root is set.
 class RootedPath {
@@ -54,10 +54,28 @@ auto from_folder(const char* path, Call call) {
   return call(AT_FDCWD, RootedPath(path).c_str());
 }
 
+bool give_up_kept_folders() {
+  bool any = false;
+  for (KeptFolder* folder = g_kept_folder; folder != nullptr; folder = folder->outer()) {
+    any = folder->give_up() || any;
+  }
+  return any;
+}
+
+// Calls `open_one`, and once more without the kept folders when it fails because too many files are open.
+template <typename Open>
+int retried(Open open_one) {
+  const int descriptor = open_one();
+  const bool too_many = descriptor < 0 && (errno == EMFILE || errno == ENFILE);
+  return too_many && give_up_kept_folders() ? open_one() : descriptor;
+}
+
 // Non-blocking, so that a pipe in a recorded tree can't stop the tool; sysfs does not care.
 int open_rooted(const char* path, int flags) {
-  return from_folder(
-      path, [flags](int folder, const char* part) { return openat(folder, part, flags | O_CLOEXEC | O_NONBLOCK); });
+  return retried([&] {
+    return from_folder(
+        path, [flags](int folder, const char* part) { return openat(folder, part, flags | O_CLOEXEC | O_NONBLOCK); });
+  });
 }
 
 // A recorded machine's memory is copied rather than mapped: a file that shrinks under a map kills its reader.
@@ -154,6 +172,12 @@ KeptFolder::~KeptFolder() {
   g_kept_folder = outer_;
 }
 
+bool KeptFolder::give_up() {
+  const bool was_open = folder_.is_open();
+  folder_ = SystemFile();
+  return was_open;
+}
+
 const char* KeptFolder::part_below(const char* path) const {
   const bool is_below = folder_.is_open() && std::strncmp(path, path_.data(), path_.size()) == 0 &&
                         path[path_.size()] == '/' && path[path_.size() + 1] != '\0';
@@ -182,7 +206,13 @@ bool is_system_directory(const char* path) {
 }
 
 SystemDirectory open_system_directory(const char* path) {
-  return SystemDirectory(opendir(RootedPath(path).c_str()));
+  const RootedPath rooted(path);
+  DIR* directory = nullptr;
+  static_cast<void>(retried([&] {
+    directory = opendir(rooted.c_str());
+    return directory != nullptr ? 0 : -1;
+  }));
+  return SystemDirectory(directory);
 }
 
 long read_system_link(const char* path, std::span<char> buffer) {

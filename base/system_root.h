@@ -81,7 +81,8 @@ class SystemDirectory {
 };
 
 // Keeps a folder open as long as it lives: files and links below it are then reached from there, which spares the
-// kernel the way to it for each of them. They go in the reverse of the order in which they came.
+// kernel the way to it for each of them. Where the process may open no more files it is closed early: it only spares
+// time. They go in the reverse of the order in which they came.
 class KeptFolder {
  public:
   // `path` must outlive it.
@@ -94,12 +95,15 @@ class KeptFolder {
   [[nodiscard]] const char* part_below(const char* path) const;
 
   [[nodiscard]] int descriptor() const { return folder_.descriptor(); }
-  [[nodiscard]] const KeptFolder* outer() const { return outer_; }
+  [[nodiscard]] KeptFolder* outer() const { return outer_; }
+
+  // Closes the folder. False when it is closed already.
+  bool give_up();
 
  private:
   std::string_view path_;
   SystemFile folder_;
-  const KeptFolder* outer_;  // kept when this one came
+  KeptFolder* outer_;  // kept when this one came
 };
 
 // A read-only piece of /dev/mem.

@@ -25,7 +25,7 @@ void name_unknown_port(DeviceRecord& record) {
 }
 
 // Joins the confirmed names: "WMX-1813/8655". The prefix that is left out has four characters whatever the family,
-// so TOBR-2542 and TOBR-9284 give TOBR-2542/-9284: deliberate, the texts are known in the field.
+// so TOBR-2542 and TOBR-9284 give TOBR-2542/-9284: deliberate.
 void join_module_names(DeviceRecord& record) {
   const std::string_view first = record.module_names[0];
   copy_text(record.model, first);

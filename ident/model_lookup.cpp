@@ -27,7 +27,7 @@ struct LegacyModule {
 };
 
 // Several old modules share one controller; where the ports can't tell them apart the model is the list of
-// candidates. The features need not be those of the same model in the table of known cards (WMX-6473, WMX-5068).
+// candidates. The features need not be those of the same model in the table of known cards (WMX-6473).
 constexpr std::array kLegacyModules{
     LegacyModule{0x10E6, SecondId::kIgnored, 2, 0, "TOBR-2542", QORX_FEATURE_NA},
     LegacyModule{0x10E6, SecondId::kIgnored, 4, 0, "TOBR-2542", QORX_FEATURE_NA},

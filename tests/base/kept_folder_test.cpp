@@ -1,5 +1,6 @@
 // Files below a folder that is kept open are the same files as without it.
 #include <gtest/gtest.h>
+#include <sys/resource.h>
 #include <unistd.h>
 
 #include <array>
@@ -61,6 +62,23 @@ TEST_F(KeptFolders, ThatAreMissingChangeNothing) {
   const KeptFolder missing("/sys/missing");
   machine_.write("sys/missing/file", "late");
   EXPECT_EQ(content("/sys/missing/file"), "late");
+}
+
+TEST_F(KeptFolders, GiveWayWhereNoMoreFilesCanBeOpened) {
+  const KeptFolder a("/sys/a");
+  const KeptFolder inner("/sys/a/b");
+  const auto free = static_cast<rlim_t>(next_descriptor());
+  rlimit before{};
+  ASSERT_EQ(getrlimit(RLIMIT_NOFILE, &before), 0);
+  const rlimit few{free, before.rlim_max};
+  ASSERT_EQ(setrlimit(RLIMIT_NOFILE, &few), 0);
+  {
+    const SystemDirectory directory = open_system_directory("/sys/ab");
+    EXPECT_TRUE(directory.is_open());
+    EXPECT_EQ(content("/sys/a/file"), "outer");
+    EXPECT_EQ(content("/sys/a/b/file"), "inner");
+  }
+  ASSERT_EQ(setrlimit(RLIMIT_NOFILE, &before), 0);
 }
 
 TEST_F(KeptFolders, AreClosedWithTheirObject) {
