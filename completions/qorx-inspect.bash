@@ -38,7 +38,7 @@ _qorx_inspect() {
     local previous=${COMP_WORDS[COMP_CWORD - 1]} command=${COMP_WORDS[1]}
     COMPREPLY=()
     if [[ $COMP_CWORD -eq 1 ]]; then
-        _qorx_inspect_words 'json compare link draw --help --version'
+        _qorx_inspect_words 'json compare link draw explain --help --version'
         return
     fi
     if [[ $COMP_CWORD -gt 3 && ${COMP_WORDS[COMP_CWORD - 2]} == -diag ]]; then

@@ -16,9 +16,10 @@ struct CommandWord {
 };
 
 constexpr std::array kCommands{
-    CommandWord{"json", Command::kJson, nullptr},   CommandWord{"compare", Command::kCompare, "EXPECTED.json"},
-    CommandWord{"link", Command::kLink, nullptr},   CommandWord{"draw", Command::kDraw, nullptr},
-    CommandWord{"--help", Command::kHelp, nullptr}, CommandWord{"--version", Command::kVersion, nullptr},
+    CommandWord{"json", Command::kJson, nullptr},         CommandWord{"compare", Command::kCompare, "EXPECTED.json"},
+    CommandWord{"link", Command::kLink, nullptr},         CommandWord{"draw", Command::kDraw, nullptr},
+    CommandWord{"explain", Command::kExplain, "a port"},  CommandWord{"--help", Command::kHelp, nullptr},
+    CommandWord{"--version", Command::kVersion, nullptr},
 };
 
 enum class Word : std::uint8_t { kRoot, kOutput, kIgnore, kWith, kPrimary, kDryRun };
@@ -194,6 +195,7 @@ const char* const kUsage =
     "      --primary            as the name of the interface, not only as an alternative one\n"
     "      --dry-run            print, write nothing\n"
     "  draw [-o FILE.svg]       a drawing of the front, on the terminal or as SVG\n"
+    "  explain PORT             where the values of a port come from: its name, address or panel name\n"
     "\n"
     "  --root DIR|ARCHIVE       a recorded machine instead of this one\n"
     "  -config, -legacy, ...    as in qorx(8)\n"

@@ -13,6 +13,7 @@
 #include "inspect/arguments.h"
 #include "inspect/compare.h"
 #include "inspect/draw.h"
+#include "inspect/explain.h"
 #include "inspect/json.h"
 #include "inspect/library_session.h"
 #include "inspect/link_files.h"
@@ -75,6 +76,17 @@ int draw(const Request& request, const Machine& machine) {
   return file ? 0 : complain(printable(*request.output) + " can't be written: " + std::strerror(errno));
 }
 
+int print_explanation(const Request& request, const Machine& machine) {
+  const std::string text = explain(machine, request.operand);
+  if (text.empty()) {
+    const std::string why = explain_missing(request.operand);
+    return complain(!why.empty() ? why
+                                 : "no port has the name, address or panel name '" + printable(request.operand) + "'");
+  }
+  print(text);
+  return 0;
+}
+
 int report(const Request& request, const Machine& machine) {
   switch (request.command) {
     case Command::kJson:
@@ -86,8 +98,10 @@ int report(const Request& request, const Machine& machine) {
       return write_link_files(request, machine);
     case Command::kDraw:
       return draw(request, machine);
+    case Command::kExplain:
+      return print_explanation(request, machine);
     default:
-      return complain("not there yet");
+      return kTrouble;
   }
 }
 

@@ -13,8 +13,9 @@ from machines import run
 COMPLETIONS = machines.SOURCE / "completions"
 LIBRARY_OPTIONS = {"-config", "-smbios_cfg", "-legacy", "-sys_WMX_cfg", "-F", "-sort_slotname", "-novlan", "-vm", "-diag",
                    "-ML"}
-COMMANDS = {"json", "compare", "link", "draw", "--help", "--version"}
-OWN = {"json": set(), "compare": {"--ignore", "--with"}, "link": {"-o", "--primary", "--dry-run"}, "draw": {"-o"}}
+COMMANDS = {"json", "compare", "link", "draw", "explain", "--help", "--version"}
+OWN = {"json": set(), "compare": {"--ignore", "--with"}, "link": {"-o", "--primary", "--dry-run"}, "draw": {"-o"},
+       "explain": set()}
 
 
 class Shell:
@@ -51,6 +52,7 @@ class Shell:
         self.assertNotIn("-legacy", self.offered("json", "-legacy", ""))
 
     def test_values(self):
+        self.assertEqual(self.offered("explain", ""), {"eth0", "br0"})
         self.assertEqual(self.offered("compare", "x", "--ignore", ""), {"slot", "model", "feature", "panel", "segment"})
         self.assertEqual(self.offered("compare", "x", "--with", ""), {"eth_name", "address", "ids", "mac"})
         self.assertEqual(self.offered("json", "-ML", ""), {"0", "1", "2"})
