@@ -133,7 +133,7 @@ std::string_view SlotMatcher::searched_text(MatchPass pass, std::string_view net
 }
 
 // The first record of which the level's text begins at the place.
-std::size_t SlotMatcher::first_at(const Place& place, const MatchLevel& level) const {
+std::size_t SlotMatcher::first_at(std::string_view text, const Place& place, const MatchLevel& level) const {
   const Index& index = indexes_[static_cast<std::size_t>(level.part)];
   const int bus = place.bus - level.add_bus;
   if (level.part == AddressPart::kBus) {
@@ -143,12 +143,13 @@ std::size_t SlotMatcher::first_at(const Place& place, const MatchLevel& level) c
     return kNone;
   }
   std::size_t first = kNone;
-  for (const Number& dev : Numbers(place.behind_bus, 2)) {
+  const std::string_view behind_bus = text_behind(text, place.behind_bus);
+  for (const Number& dev : Numbers(behind_bus, 2)) {
     if (level.part == AddressPart::kDevice) {
       first = std::min(first, index.find(bus, dev.value - level.add_dev, 0));
       continue;
     }
-    const std::string_view behind_dev = text_behind(place.behind_bus, dev.length);
+    const std::string_view behind_dev = text_behind(behind_bus, dev.length);
     if (!behind_dev.starts_with('.')) {
       continue;
     }
@@ -162,22 +163,22 @@ std::size_t SlotMatcher::first_at(const Place& place, const MatchLevel& level) c
 std::optional<SlotMatcher::Match> SlotMatcher::find(MatchPass pass, std::string_view text) const {
   std::array<Place, kSearchedPathLength> storage;  // NOLINT(cppcoreguidelines-pro-type-member-init): filled below
   std::size_t count = 0;
-  for (std::size_t colon = text.find(':'); colon != kMissing && count < storage.size();
-       colon = text.find(':', colon + 1)) {
-    const std::string_view behind_colon = text_behind(text, colon + 1);
-    const std::size_t end = behind_colon.substr(0, Numbers::kMostDigits + 1).find(':');
-    for (const Number& bus : Numbers(end != kMissing ? behind_colon.substr(0, end) : "", 2)) {
-      if (bus.length == end) {
+  for (std::size_t colon = text.find(':'); colon != kMissing && count < storage.size();) {
+    const std::string_view behind = text_behind(text, colon + 1);
+    const std::size_t length = behind.find(':');
+    for (const Number& bus : Numbers(length <= Numbers::kMostDigits ? behind.substr(0, length) : "", 2)) {
+      if (bus.length == length) {
         storage[count++] = {.bus = bus.value,
                             .has_slots = indexes_[0].find(bus.value, 0, 0) != kNone,
-                            .behind_bus = text_behind(behind_colon, end + 1)};
+                            .behind_bus = colon + 1 + length + 1};
       }
     }
+    colon = length != kMissing ? colon + 1 + length : kMissing;
   }
   for (const MatchLevel& level : levels(pass)) {
     std::size_t first = kNone;
     for (const Place& place : std::span(storage).first(count)) {
-      first = std::min(first, first_at(place, level));
+      first = std::min(first, first_at(text, place, level));
     }
     if (first != kNone) {
       return Match{first, level.number};

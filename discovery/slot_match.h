@@ -60,11 +60,11 @@ class SlotMatcher {
   static void format_pattern(MatchPass pass, int number, const SlotRecord& slot, char (&pattern)[16]);
 
  private:
-  // A place in a path where a pattern can begin: a bus number between colons, and the text behind.
+  // A place in a path where a pattern can begin: a bus number between colons.
   struct Place {
     int bus;
-    bool has_slots;  // on that very bus
-    std::string_view behind_bus;
+    bool has_slots;          // on that very bus
+    std::size_t behind_bus;  // where the text behind the second colon begins
   };
 
   // The first record of each address, by the part of it that some levels compare.
@@ -86,7 +86,7 @@ class SlotMatcher {
     std::array<std::uint16_t, kMaxRecords> next_;  // by record: one with another address in the same bucket
   };
 
-  [[nodiscard]] std::size_t first_at(const Place& place, const MatchLevel& level) const;
+  [[nodiscard]] std::size_t first_at(std::string_view text, const Place& place, const MatchLevel& level) const;
 
   std::array<Index, 3> indexes_;  // by AddressPart
 };
