@@ -134,7 +134,7 @@ int current_directory() {
 }  // namespace
 
 Machine::Machine(Bytes sections) : root_(scratch_directory() + "/root") {
-  const std::string work = scratch_directory() + "/work";
+  const std::string work = scratch_directory() + "/user";
   require(current_directory() >= 0, "the current directory can be returned to");
   made().directory(work);
   made().directory(root_ + "/sys/class/net");
@@ -160,7 +160,7 @@ Machine::Machine(Bytes sections) : root_(scratch_directory() + "/root") {
 
 Machine::~Machine() {
   require(fchdir(current_directory()) == 0, "the current directory can be returned to");
-  empty_directory(scratch_directory() + "/work");
+  empty_directory(scratch_directory() + "/user");
   made().remove_all();
 }
 
@@ -202,7 +202,7 @@ void Machine::add_section(char letter, const std::string& content) {
   }
   const auto file = std::ranges::find(kUserFiles, letter, &UserFile::letter);
   if (file != kUserFiles.end()) {
-    made().file(scratch_directory() + "/work/" + file->name, content);
+    made().file(scratch_directory() + "/user/" + file->name, content);
   }
 }
 
