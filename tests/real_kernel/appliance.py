@@ -1,7 +1,7 @@
 """What an appliance is made of, and the QEMU arguments and firmware records that make it so."""
 
 import struct
-from dataclasses import dataclass, field
+from dataclasses import dataclass
 
 MAC_PREFIX = "00:00:5e:00:53:"      # reserved for documentation
 
@@ -75,7 +75,6 @@ class Appliance:
     bus_0: tuple                    # what hangs on the root complex
     records: tuple = ()             # of the firmware, in table order
     root_bus: str = "pcie.0"
-    files: tuple = field(default=())
 
 
 def parse_address(text):
@@ -85,13 +84,17 @@ def parse_address(text):
     return int(bus, 16), int(device, 16), int(function, 16)
 
 
-def ports(things):
-    """Every port below these things, in the order of the description."""
+def everything(things):
+    """These things and all that is below them, in the order of the description."""
     for thing in things:
+        yield thing
         if isinstance(thing, Bridge):
-            yield from ports(thing.below)
-        else:
-            yield thing
+            yield from everything(thing.below)
+
+
+def ports(things):
+    """Every port among them."""
+    return (thing for thing in everything(things) if not isinstance(thing, Bridge))
 
 
 # ---- QEMU's arguments ----

@@ -1,6 +1,7 @@
 """Debian's packages, downloaded and unpacked into a cache, never installed: the guests' kernels and busybox."""
 
 import fcntl
+import lzma
 import os
 import re
 import shutil
@@ -81,7 +82,13 @@ def content_of(package):
 
 
 def module_name(path):
-    return Path(path).name.removesuffix(".ko").replace("-", "_")
+    """The name of the module in a file, empty for other files. Newer packages compress them."""
+    name = Path(path).name.removesuffix(".xz")
+    return name.removesuffix(".ko").replace("-", "_") if name.endswith(".ko") else ""
+
+
+def module_content(path, content):
+    return lzma.decompress(content) if path.endswith(".xz") else content
 
 
 def needed_by(module):
@@ -94,13 +101,16 @@ def unpack_kernel(package, modules, folder):
     """Takes the kernel and these modules, with all that they need."""
     with content_of(package) as archive:
         files = {member.name: member for member in archive if member.isfile()}
-        objects = {module_name(name): name for name in files if name.endswith(".ko")}
+        objects = {module_name(name): name for name in files if module_name(name)}
         wanted = list(modules)
         for name in wanted:
             if name in objects:
-                content = archive.extractfile(files[objects[name]]).read()
+                path = objects[name]
+                content = module_content(path, archive.extractfile(files[path]).read())
                 (folder / f"{name}.ko").write_bytes(content)
                 wanted += [other for other in needed_by(content) if other not in wanted]
+        if not (folder / "e1000e.ko").exists():
+            raise NotAvailable(f"{package.name} has no module e1000e that can be read")
         kernel = next(name for name in files if name.startswith("./boot/vmlinuz"))
         (folder / "vmlinuz").write_bytes(archive.extractfile(files[kernel]).read())
     release = kernel.rsplit("/vmlinuz-", 1)[1]
@@ -112,22 +122,25 @@ def unpack_busybox(package, folder):
         (folder / "busybox").write_bytes(archive.extractfile("./bin/busybox").read())
 
 
+def download(apt):
+    """-> the files of the kernel's and of busybox's package"""
+    return apt.download(apt.kernel_package()), apt.download("busybox-static")
+
+
 def fetch(architecture, modules, folder):
     """Fills the folder with a kernel, its modules and a busybox for the architecture."""
     with tempfile.TemporaryDirectory(dir=folder.parent) as work:
         apt = Apt(architecture, Path(work))
         try:
-            kernel = apt.kernel_package()
-            files = apt.download(kernel), apt.download("busybox-static")
+            kernel, busybox = download(apt)
         except NotAvailable:
             apt.use_own_lists()
-            kernel = apt.kernel_package()
-            files = apt.download(kernel), apt.download("busybox-static")
+            kernel, busybox = download(apt)
         made = Path(work) / "made"
         made.mkdir()
-        unpack_kernel(files[0], modules, made)
-        unpack_busybox(files[1], made)
-        (made / "package").write_text(files[0].name + "\n", encoding="ascii")
+        unpack_kernel(kernel, modules, made)
+        unpack_busybox(busybox, made)
+        (made / "package").write_text(kernel.name + "\n", encoding="ascii")
         shutil.rmtree(folder, ignore_errors=True)
         made.rename(folder)
 
