@@ -14,6 +14,9 @@ OPERATIONS = (
     ("tovix", "qorx -tovix.cfg", "tovix.cfg"),
 )
 
+# Seconds that a card stays; half of them it is away. Short ones pull it while its driver still takes it.
+PAUSES = (0.1, 1.5, 0.4, 0.9, 0.2, 1.2, 0.7)
+
 # Keeps the status of every run, and each outcome that was not there before.
 LOOP = """\
 mkdir -p /out/plug /plug
@@ -72,9 +75,9 @@ def pull_and_plug(machine, set_up):
         card = cards[times % len(cards)]
         times += 1
         pull(machine, card)
-        time.sleep(0.5)
+        time.sleep(PAUSES[times % len(PAUSES)] / 2)
         plug(machine, card)
-        time.sleep(1.5)
+        time.sleep(PAUSES[times % len(PAUSES)])
     return times
 
 
