@@ -48,17 +48,6 @@ bool contains(const std::vector<std::string>& list, std::string_view word) {
   return std::find(list.begin(), list.end(), word) != list.end();
 }
 
-// Whether two ports have the same value; bytes that are no UTF-8 count.
-bool same(const Json& a, const Json& b, const char* key) {
-  const auto bytes = [&](const Json& port) { return port["bytes"].contains(key) ? port["bytes"][key] : Json(); };
-  return a[key] == b[key] && bytes(a) == bytes(b);
-}
-
-bool same(const Json& a, const Json& b, const Field& field) {
-  return std::all_of(field.keys.begin(), field.keys.end(),
-                     [&](const char* key) { return key == nullptr || same(a, b, key); });
-}
-
 std::string shown(const Json& value) {
   if (value.is_string()) {
     return printable(value.get<std::string>());
@@ -91,7 +80,7 @@ std::string label(const Json& port) {
     return port["address"].is_null() ? "interface " + shown(port["name"])
                                      : "port without slot at " + shown(port["address"]);
   }
-  const std::string slot = shown(port["slot"]);
+  std::string slot = shown(port["slot"]);
   if (port["panel"].is_null() || port["panel"] == port["slot"]) {
     return slot;
   }
@@ -105,19 +94,49 @@ std::string summary(const Json& port) {
   return port["feature"].is_null() ? model : model + " with " + feature_shown(port);
 }
 
+// What a port has for a key, bytes that are no UTF-8 included: prepared once, ports are compared with many others.
+std::string value_of(const Json& port, const char* key) {
+  const Json& bytes = port["bytes"];
+  return port[key].dump() + (bytes.contains(key) ? bytes[key].dump() : "");
+}
+
+// The ports of one machine, with the values that decide which is which.
+class Ports {
+ public:
+  explicit Ports(const Json& list) : list_(list) {
+    for (const Json& port : list) {
+      for (std::size_t k = 0; k < kIdentity.size(); ++k) {
+        values_[k].push_back(value_of(port, kIdentity.at(k)));
+      }
+    }
+  }
+
+  enum Key : std::size_t { kSlot, kAddress, kPanel, kName };
+
+  [[nodiscard]] std::size_t size() const { return list_.size(); }
+  [[nodiscard]] const Json& operator[](std::size_t i) const { return list_[i]; }
+  [[nodiscard]] const std::string& value(std::size_t i, Key key) const { return values_.at(key).at(i); }
+
+ private:
+  static constexpr std::array kIdentity{"slot", "address", "panel", "name"};
+
+  const Json& list_;
+  std::array<std::vector<std::string>, kIdentity.size()> values_;
+};
+
 // The ports of two machines, and which of them are the same one.
 class Pairing {
  public:
-  Pairing(const Json& expected, const Json& found)
+  Pairing(const Ports& expected, const Ports& found)
       : expected_(expected), found_(found), partner_(expected.size()), is_taken_(found.size()) {}
 
-  // Pairs what is left and agrees in all these keys.
-  void pair_by(const std::vector<const char*>& keys) {
+  // Pairs what is left and agrees in all these keys. Only a slot may be absent on both sides.
+  void pair_by(const std::vector<Ports::Key>& keys) {
     for (std::size_t i = 0; i < expected_.size(); ++i) {
       for (std::size_t k = 0; k < found_.size() && !partner_[i]; ++k) {
-        const bool agrees = !is_taken_[k] && std::all_of(keys.begin(), keys.end(), [&](const char* key) {
-          const bool may_be_absent = std::string_view(key) == "slot";
-          return same(expected_[i], found_[k], key) && (may_be_absent || !found_[k][key].is_null());
+        const bool agrees = !is_taken_[k] && std::all_of(keys.begin(), keys.end(), [&](Ports::Key key) {
+          return expected_.value(i, key) == found_.value(k, key) &&
+                 (key == Ports::kSlot || found_.value(k, key) != "null");
         });
         if (agrees) {
           partner_[i] = k;
@@ -131,35 +150,54 @@ class Pairing {
   [[nodiscard]] bool is_taken(std::size_t found) const { return is_taken_[found]; }
 
  private:
-  const Json& expected_;
-  const Json& found_;
+  const Ports& expected_;
+  const Ports& found_;
   std::vector<std::optional<std::size_t>> partner_;
   std::vector<bool> is_taken_;
 };
 
-std::vector<std::string> differences(const Json& expected, const Json& found, const std::vector<std::string>& fields) {
+Pairing pair_ports(const Ports& expected, const Ports& found, bool by_slot) {
   Pairing pairing(expected, found);
-  if (contains(fields, "slot")) {
-    pairing.pair_by({"slot", "address"});
-    pairing.pair_by({"slot", "panel"});
-    pairing.pair_by({"slot", "name"});
+  if (by_slot) {
+    pairing.pair_by({Ports::kSlot, Ports::kAddress});
+    pairing.pair_by({Ports::kSlot, Ports::kPanel});
+    pairing.pair_by({Ports::kSlot, Ports::kName});
   } else {
-    pairing.pair_by({"address"});
-    pairing.pair_by({"name"});
+    pairing.pair_by({Ports::kAddress});
+    pairing.pair_by({Ports::kName});
   }
+  return pairing;
+}
+
+bool same(const Json& a, const Json& b, const Field& field) {
+  const bool is_utf8 = a["bytes"].empty() && b["bytes"].empty();
+  return std::all_of(field.keys.begin(), field.keys.end(), [&](const char* key) {
+    return key == nullptr || (a[key] == b[key] && (is_utf8 || value_of(a, key) == value_of(b, key)));
+  });
+}
+
+void add_field_differences(const Json& expected, const Json& found, const std::vector<std::string>& fields,
+                           std::vector<std::string>& lines) {
+  for (const std::string& word : fields) {
+    const Field& field = *find_field(word);
+    if (!same(expected, found, field)) {
+      lines.push_back(label(expected) + ": " + word + ": expected " + value_shown(expected, field) + ", found " +
+                      value_shown(found, field));
+    }
+  }
+}
+
+std::vector<std::string> differences(const Json& expected_list, const Json& found_list,
+                                     const std::vector<std::string>& fields) {
+  const Ports expected(expected_list);
+  const Ports found(found_list);
+  const Pairing pairing = pair_ports(expected, found, contains(fields, "slot"));
   std::vector<std::string> lines;
   for (std::size_t i = 0; i < expected.size(); ++i) {
-    const auto partner = pairing.partner(i);
-    if (!partner) {
+    if (const auto partner = pairing.partner(i)) {
+      add_field_differences(expected[i], found[*partner], fields, lines);
+    } else {
       lines.push_back(label(expected[i]) + ": expected " + summary(expected[i]) + ", found no port");
-      continue;
-    }
-    for (const std::string& word : fields) {
-      const Field& field = *find_field(word);
-      if (!same(expected[i], found[*partner], field)) {
-        lines.push_back(label(expected[i]) + ": " + word + ": expected " + value_shown(expected[i], field) +
-                        ", found " + value_shown(found[*partner], field));
-      }
     }
   }
   for (std::size_t k = 0; k < found.size(); ++k) {
@@ -212,7 +250,11 @@ std::string read_document(const std::string& file, Json& document) {
   if (!stream || stream.bad() || content.str().empty()) {
     return stream.is_open() && errno == 0 ? "is empty" : std::string("can't be read: ") + std::strerror(errno);
   }
-  document = Json::parse(content.str(), nullptr, false);
+  // The library's records are not compared: they need not be kept.
+  const auto keep = [](int /*depth*/, Json::parse_event_t event, const Json& value) {
+    return event != Json::parse_event_t::key || value != "raw";
+  };
+  document = Json::parse(content.str(), keep, false);
   return document.is_discarded() ? "is not JSON" : wrong_with(document);
 }
 
@@ -245,7 +287,7 @@ Comparison compare_with_file(const Machine& machine, const std::string& file, co
   }
   Json found = Json::array();
   for (const Port& port : machine.ports) {
-    found.push_back(json_port(port));
+    found.push_back(json_port(port, PortDetail::kWithoutRaw));
   }
   comparison.differences = differences(expected["ports"], found, fields);
   return comparison;

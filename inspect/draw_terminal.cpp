@@ -4,6 +4,7 @@
 #include <algorithm>
 #include <array>
 #include <clocale>
+#include <cstdint>
 #include <cstdlib>
 #include <string>
 #include <string_view>
@@ -24,7 +25,7 @@ constexpr std::size_t kMargin = 2;
 constexpr std::size_t kPortLines = 6;  // four texts and the border
 constexpr std::size_t kJoinLine = 2;
 
-enum class Colour { kNone, kTitle, kName, kBypass, kFeature, kMark };
+enum class Colour : std::uint8_t { kNone, kTitle, kName, kBypass, kFeature, kMark };
 
 const char* escape_for(Colour colour) {
   switch (colour) {
@@ -71,10 +72,22 @@ class Canvas {
         cells.resize(column + width);
       }
       for (std::size_t i = 0; i < width; ++i) {
-        cells[column + i] = {i == 0 ? character : "", colour};
+        cells[column + i] = Cell(i == 0 ? character : "", colour);
       }
       column += width;
     }
+  }
+
+  // One character of one column, for the borders.
+  void put_border(std::size_t column, std::size_t line, const char* character) {
+    if (lines_.size() <= line) {
+      lines_.resize(line + 1);
+    }
+    std::vector<Cell>& cells = lines_[line];
+    if (cells.size() <= column) {
+      cells.resize(column + 1);
+    }
+    cells[column] = Cell(character, Colour::kNone);
   }
 
   [[nodiscard]] std::string text(bool is_coloured) const {
@@ -88,7 +101,7 @@ class Canvas {
           line += cell.colour == Colour::kNone ? "" : escape_for(cell.colour);
           current = cell.colour;
         }
-        line += cell.character;
+        line += cell.text();
       }
       line.erase(line.find_last_not_of(' ') + 1);
       all += line + (current != Colour::kNone ? escape_for(Colour::kNone) : "") + "\n";
@@ -97,9 +110,24 @@ class Canvas {
   }
 
  private:
-  struct Cell {
-    std::string character = " ";
-    Colour colour = Colour::kNone;
+  // A character with its combining ones; "?" for a heap of these.
+  class Cell {
+   public:
+    Cell() : Cell(" ", Colour::kNone) {}
+    Cell(std::string_view character, Colour of) : colour(of) {
+      if (character.size() > bytes_.size()) {
+        character = "?";
+      }
+      length_ = static_cast<std::uint8_t>(character.copy(bytes_.data(), bytes_.size()));
+    }
+
+    [[nodiscard]] std::string_view text() const { return {bytes_.data(), length_}; }
+
+    Colour colour;
+
+   private:
+    std::array<char, 14> bytes_{};
+    std::uint8_t length_ = 0;
   };
   std::vector<std::vector<Cell>> lines_;
 };
@@ -144,17 +172,17 @@ class TerminalDrawing {
 
   void draw_frame(std::size_t column, std::size_t line, std::size_t width, std::size_t height) {
     for (std::size_t i = 1; i + 1 < width; ++i) {
-      canvas_.put(column + i, line, border_.horizontal);
-      canvas_.put(column + i, line + height - 1, border_.horizontal);
+      canvas_.put_border(column + i, line, border_.horizontal);
+      canvas_.put_border(column + i, line + height - 1, border_.horizontal);
     }
     for (std::size_t i = 1; i + 1 < height; ++i) {
-      canvas_.put(column, line + i, border_.vertical);
-      canvas_.put(column + width - 1, line + i, border_.vertical);
+      canvas_.put_border(column, line + i, border_.vertical);
+      canvas_.put_border(column + width - 1, line + i, border_.vertical);
     }
-    canvas_.put(column, line, border_.corners[0]);
-    canvas_.put(column + width - 1, line, border_.corners[1]);
-    canvas_.put(column, line + height - 1, border_.corners[2]);
-    canvas_.put(column + width - 1, line + height - 1, border_.corners[3]);
+    canvas_.put_border(column, line, border_.corners[0]);
+    canvas_.put_border(column + width - 1, line, border_.corners[1]);
+    canvas_.put_border(column, line + height - 1, border_.corners[2]);
+    canvas_.put_border(column + width - 1, line + height - 1, border_.corners[3]);
   }
 
   // The title in the upper border, the model in the lower one.

@@ -29,13 +29,18 @@ Json list_of(const Values& values, Convert convert) {
 // An object with texts. Those that are no UTF-8 stand in it as if they were Latin-1, and under "bytes" in hexadecimal.
 class TextObject {
  public:
-  void put(const char* key, Json value) { json_.push_back({key, std::move(value)}); }
+  TextObject() { members().reserve(kManyKeys); }
+
+  // The keys of an object are different: they need not be searched for.
+  void put(const char* key, Json value) { members().emplace_back(key, std::move(value)); }
 
   void put_text(const char* key, std::string_view bytes) {
-    put(key, as_utf8(bytes));
-    if (!is_utf8(bytes)) {
-      bytes_.push_back({key, hexadecimal(bytes)});
+    if (is_utf8(bytes)) {
+      put(key, bytes);
+      return;
     }
+    put(key, as_utf8(bytes));
+    bytes_.push_back({key, hexadecimal(bytes)});
   }
 
   void put_optional(const char* key, const OptionalText& bytes) {
@@ -64,6 +69,10 @@ class TextObject {
   }
 
  private:
+  static constexpr std::size_t kManyKeys = 32;
+
+  Json::object_t::Container& members() { return json_.get_ref<Json::object_t&>(); }
+
   Json json_ = Json::object();
   Json bytes_ = Json::object();
 };
@@ -182,7 +191,7 @@ Json raw_record(const DeviceRecord& record) {
 
 }  // namespace
 
-Json json_port(const Port& port) {
+Json json_port(const Port& port, PortDetail detail) {
   const DeviceRecord& record = *port.record;
   const bool has_slot = port.place != Place::kNone;
   TextObject object;
@@ -207,7 +216,9 @@ Json json_port(const Port& port) {
   object.put_texts("candidates", module_names(record));
   object.put("marks", marks_of(port));
   object.put_name("sysfs_path", record.net_path);
-  object.put("raw", raw_record(record));
+  if (detail == PortDetail::kAll) {
+    object.put("raw", raw_record(record));
+  }
   return object.finish();
 }
 
@@ -313,24 +324,59 @@ Json virtual_interface_value(const VirtualInterface& interface) {
   return object.finish();
 }
 
+// The document, a line for each key, port and slot. Each value is printed as soon as it is made: machines with hundreds
+// of ports have a megabyte of it.
+class Lines {
+ public:
+  explicit Lines(std::size_t expected) { text_.reserve(kLongLine * expected); }
+
+  void add(const char* key, const Json& value) {
+    begin(key);
+    text_ += printed(value);
+  }
+
+  template <typename Values, typename Convert>
+  void add_list(const char* key, const Values& values, Convert convert) {
+    begin(key);
+    text_ += '[';
+    const char* between = "\n    ";
+    for (const auto& value : values) {
+      text_ += between;
+      text_ += printed(convert(value));
+      between = ",\n    ";
+    }
+    text_ += values.empty() ? "]" : "\n  ]";
+  }
+
+  std::string finish() { return std::move(text_) + "\n}\n"; }
+
+ private:
+  static constexpr std::size_t kLongLine = 1600;
+
+  static std::string printed(const Json& value) { return value.dump(-1, ' ', true); }
+
+  void begin(const char* key) {
+    text_ += text_.empty() ? "{\n  \"" : ",\n  \"";
+    text_ += key;
+    text_ += "\": ";
+  }
+
+  std::string text_;
+};
+
 }  // namespace
 
-Json json_document(const Machine& machine) {
-  Json document = Json::object();
-  document["schema"] = kSchema;
-  document["versions"] = {{"qorx", version_text(kToolVersion)}, {"libqorx", version_text(kLibraryVersion)}};
-  document["options"] = options_value();
-  document["sources"] = sources_value(machine);
-  document["counts"] = counts_value(machine);
-  document["ports"] = list_of(machine.ports, json_port);
-  document["virtual_interfaces"] = list_of(machine.virtual_interfaces, virtual_interface_value);
-  document["slots"] = list_of(machine.slots, [](const SlotRecord* slot) { return slot_value(*slot); });
-  return document;
-}
-
 std::string json_text(const Machine& machine) {
-  constexpr int kIndent = 2;
-  return json_document(machine).dump(kIndent, ' ', true) + "\n";
+  Lines lines(machine.ports.size() + machine.slots.size());
+  lines.add("schema", kSchema);
+  lines.add("versions", {{"qorx", version_text(kToolVersion)}, {"libqorx", version_text(kLibraryVersion)}});
+  lines.add("options", options_value());
+  lines.add("sources", sources_value(machine));
+  lines.add("counts", counts_value(machine));
+  lines.add_list("ports", machine.ports, [](const Port& port) { return json_port(port, PortDetail::kAll); });
+  lines.add_list("virtual_interfaces", machine.virtual_interfaces, virtual_interface_value);
+  lines.add_list("slots", machine.slots, [](const SlotRecord* slot) { return slot_value(*slot); });
+  return lines.finish();
 }
 
 }  // namespace qorx::inspect

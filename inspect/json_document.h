@@ -1,7 +1,8 @@
-// The machine as a JSON document in memory.
+// A port as a JSON value in memory.
 #ifndef QORX_INSPECT_JSON_DOCUMENT_H
 #define QORX_INSPECT_JSON_DOCUMENT_H
 
+#include <cstdint>
 #include <nlohmann/json.hpp>
 
 #include "inspect/machine.h"
@@ -11,10 +12,11 @@ namespace qorx::inspect {
 using Json = nlohmann::ordered_json;
 
 // As qorx-inspect-1.schema.json describes it.
-Json json_document(const Machine& machine);
-
-// One of its ports.
-Json json_port(const Port& port);
+enum class PortDetail : std::uint8_t {
+  kAll,
+  kWithoutRaw,  // without the library's record
+};
+Json json_port(const Port& port, PortDetail detail);
 
 }  // namespace qorx::inspect
 

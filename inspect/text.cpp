@@ -84,6 +84,15 @@ std::size_t width_of(std::uint32_t number) {
   return is_in(number, kWideRanges) ? 2 : 1;
 }
 
+bool is_ascii(std::string_view text) {
+  return std::all_of(text.begin(), text.end(), [](char c) { return static_cast<std::uint8_t>(c) < 0x80; });
+}
+
+bool is_ascii_control(char character) {
+  const auto byte = static_cast<std::uint8_t>(character);
+  return byte < 0x20 || byte == 0x7F;
+}
+
 bool is_digit(char character) {
   return character >= '0' && character <= '9';
 }
@@ -104,6 +113,10 @@ std::string_view take_number(std::string_view& text) {
 }  // namespace
 
 bool is_utf8(std::string_view bytes) {
+  // Nearly all are ASCII.
+  if (is_ascii(bytes)) {
+    return true;
+  }
   while (!bytes.empty()) {
     const std::size_t length = character_length(bytes);
     if (length == 0) {
@@ -144,6 +157,9 @@ std::string hexadecimal(std::string_view bytes) {
 }
 
 std::size_t columns_of(std::string_view utf8) {
+  if (is_ascii(utf8)) {
+    return utf8.size();
+  }
   std::size_t columns = 0;
   while (!utf8.empty()) {
     const std::size_t length = std::max<std::size_t>(character_length(utf8), 1);
@@ -185,6 +201,9 @@ std::string shortened(std::string_view utf8, std::size_t columns, std::string_vi
 }
 
 std::string printable(std::string_view bytes) {
+  if (is_ascii(bytes) && std::none_of(bytes.begin(), bytes.end(), is_ascii_control)) {
+    return std::string(bytes);
+  }
   std::string text = as_utf8(bytes);
   std::string shown;
   for (std::size_t i = 0; i < text.size(); ++i) {
