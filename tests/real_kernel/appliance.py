@@ -177,22 +177,24 @@ def structure(kind, handle, body, designation):
     return struct.pack("<BBH", kind, 4 + len(body), handle) + body + designation.encode("ascii") + b"\0\0"
 
 
-def record(thing, handle):
+def record(thing, handle, instance=1):
     bus, device, function = parse_address(thing.address)
     where = struct.pack("<HBB", 0, bus, device << 3 | function)
     if isinstance(thing, Slot):
         # designation, PCI Express x8, 8 lanes, in use, long, slot id, 3.3 V, hot-plug
         return structure(9, handle, struct.pack("<BBBBBHBB", 1, 0xB2, 0x0B, 4, 4, handle & 0xFF, 0x0C, 0x02) + where,
                          thing.designation)
-    # designation, Ethernet and enabled, first of its kind
-    return structure(41, handle, struct.pack("<BBB", 1, 0x85, 1) + where, thing.designation)
+    # designation, Ethernet and enabled, which one of this kind (udev makes names of it, so they must differ)
+    return structure(41, handle, struct.pack("<BBB", 1, 0x85, instance) + where, thing.designation)
 
 
 def record_arguments(appliance, folder):
     """Writes the records into files in the folder; -> the arguments that give them to the firmware."""
     arguments = []
+    onboard = 0
     for number, thing in enumerate(appliance.records):
+        onboard += isinstance(thing, Onboard)
         path = folder / f"record{number}"
-        path.write_bytes(record(thing, 0x0900 + number))
+        path.write_bytes(record(thing, 0x0900 + number, onboard))
         arguments += ["-smbios", f"file={path}"]
     return arguments

@@ -38,6 +38,8 @@ BIOS = q35()
 BIOS_SMBIOS3 = q35(",smbios-entry-point-type=64")
 BIOS_LOCKDOWN = q35(kernel="lockdown=confidentiality")
 UEFI = q35(firmware=("/usr/share/OVMF/OVMF_CODE.fd", "/usr/share/OVMF/OVMF_VARS.fd"), firmware_package="ovmf")
+# Without udev's names for interfaces: it sets only those that files tell it.
+UEFI_OLD_NAMES = q35(kernel="net.ifnames=0", firmware=UEFI.firmware, firmware_package="ovmf")
 
 # Has a BIOS that makes no SMBIOS tables, no SMBus, and no clock that Linux would measure the processor's speed by.
 WITHOUT_SMBIOS = Machine(

@@ -44,6 +44,20 @@ def qorx_inspect(options):
     return {"usr/sbin/qorx-inspect": options.inspect, **shared_libraries(options.inspect)}
 
 
+UDEV = "/bin/udevadm"
+UDEV_FILES = ("/usr/lib/udev/rules.d/75-net-description.rules", "/usr/lib/udev/rules.d/80-net-setup-link.rules",
+              "/usr/lib/systemd/network/99-default.link")
+
+
+def udev():
+    """-> {path in the guest: file} of udev, as much as names interfaces; it is the daemon, too, by that name."""
+    for file in (UDEV, *UDEV_FILES):
+        if not Path(file).exists():
+            raise NotAvailable(f"no udev: there is no {file} (package udev)")
+    return {"usr/sbin/udevadm": UDEV, "usr/sbin/systemd-udevd": UDEV, **shared_libraries(UDEV),
+            **{file.lstrip("/"): file for file in UDEV_FILES}}
+
+
 def qorx_for(machine, options):
     if machine.architecture != LOCAL:
         return build_for_arm64(options.arm64_build)

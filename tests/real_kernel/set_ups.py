@@ -37,7 +37,7 @@ SET_UPS = (
     SetUp("none", machines.WITHOUT_SMBIOS, RACK, ("source-none", "without-records"), replayed=("without-records",),
           long=True),
     SetUp("arm64", machines.ARM64, RACK, ("source-arm64", *WITHOUT_ADAPTER), replayed=WITHOUT_ADAPTER, long=True),
-    SetUp("inspect", machines.UEFI, RACK, ("operations", "inspect"), inspected=True, long=True),
+    SetUp("inspect", machines.UEFI_OLD_NAMES, RACK, ("operations", "inspect"), inspected=True, long=True),
     SetUp("cost", machines.BIOS, RACK, ("operations",), measured=True, long=True),
     SetUp("many", machines.BIOS, MANY, ("operations",), measured=True, long=True),
 )
