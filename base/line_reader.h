@@ -17,11 +17,14 @@ using FilePtr = std::unique_ptr<std::FILE, FileCloser>;
 // Opens a file that the user named, for reading. Null when it can't be opened or is a directory.
 FilePtr open_text_file(const char* path);
 
+// After a read that failed: true when only a signal interrupted it, and reading can go on. Any other error is noted.
+bool went_on_after_signal(std::FILE* file);
+
 class LineReader {
  public:
   static constexpr std::size_t kLineSize = 1024;
 
-  // No text input of this tool is larger; what lies behind is not read, so an endless device ends too.
+  // What lies behind counts as not there, so an endless device ends too.
   static constexpr std::size_t kFileLimit = std::size_t{16} << 20;
 
   explicit LineReader(FilePtr file) : file_(std::move(file)) {}
@@ -45,6 +48,8 @@ class LineReader {
   char* text() { return text_.data(); }
 
  private:
+  int next_byte();
+
   FilePtr file_;
   std::array<char, kLineSize> text_{};
   std::size_t total_ = 0;

@@ -12,6 +12,8 @@
 #include <limits>
 
 #include "base/bounded_text.h"
+#include "base/interrupted.h"
+#include "base/shortage.h"
 
 namespace qorx {
 
@@ -19,8 +21,7 @@ namespace {
 
 constexpr std::size_t kPathLimit = 4096;
 
-// No structure table is larger. A firmware that announces more is not believed: the walk would read through
-// device registers.
+// As much of a table is brought into memory; what lies behind counts as not there.
 constexpr std::uint64_t kMapLimit = std::uint64_t{64} << 20;
 
 char g_root[kPathLimit];
@@ -71,24 +72,29 @@ int retried(Open open_one) {
 }
 
 // Non-blocking, so that a pipe in a recorded tree can't stop the tool; sysfs does not care.
-int open_rooted(const char* path, int flags) {
-  return retried([&] {
-    return from_folder(
-        path, [flags](int folder, const char* part) { return openat(folder, part, flags | O_CLOEXEC | O_NONBLOCK); });
+int try_open(const char* path, int flags) {
+  return from_folder(path, [flags](int folder, const char* part) {
+    return retry_interrupted(-1, [&] { return openat(folder, part, flags | O_CLOEXEC | O_NONBLOCK); });
   });
+}
+
+int open_rooted(const char* path, int flags) {
+  const int descriptor = retried([&] { return try_open(path, flags); });
+  if (descriptor < 0) {
+    note_error(errno);
+  }
+  return descriptor;
 }
 
 // A recorded machine's memory is copied rather than mapped: a file that shrinks under a map kills its reader.
 MemoryMap load_regular_file(const SystemFile& file, std::uint64_t file_size, std::uint64_t base, std::uint64_t extent) {
-  const std::uint64_t present = std::min(extent, file_size > base ? file_size - base : 0);
+  const std::uint64_t present = std::min({extent, kMapLimit, file_size > base ? file_size - base : 0});
   if (present == 0) {
     return {nullptr, 0, extent};
   }
-  if (present > kMapLimit) {
-    return {};
-  }
   void* const memory = mmap(nullptr, present, PROT_READ | PROT_WRITE, MAP_PRIVATE | MAP_ANONYMOUS, -1, 0);
   if (memory == MAP_FAILED) {
+    note_error(errno);
     return {};
   }
   const long count = file.read_at(base, {static_cast<std::uint8_t*>(memory), present});
@@ -97,6 +103,12 @@ MemoryMap load_regular_file(const SystemFile& file, std::uint64_t file_size, std
     return {};
   }
   return {memory, present, extent};
+}
+
+// What a read returns that has just failed.
+long read_failure() {
+  note_error(errno);
+  return errno == EISDIR ? SystemFile::kIsDirectory : SystemFile::kUnreadable;
 }
 
 }  // namespace
@@ -110,13 +122,11 @@ SystemFile::~SystemFile() {
 long SystemFile::read_at(std::uint64_t offset, std::span<std::uint8_t> bytes) const {
   std::size_t done = 0;
   while (done < bytes.size()) {
-    const ssize_t count =
-        pread(descriptor_, bytes.data() + done, bytes.size() - done, static_cast<off_t>(offset + done));
-    if (count < 0 && errno == EINTR) {
-      continue;
-    }
+    const ssize_t count = retry_interrupted(ssize_t{-1}, [&] {
+      return pread(descriptor_, bytes.data() + done, bytes.size() - done, static_cast<off_t>(offset + done));
+    });
     if (count < 0 && done == 0) {
-      return errno == EISDIR ? kIsDirectory : kUnreadable;
+      return read_failure();
     }
     if (count <= 0) {
       break;
@@ -127,19 +137,17 @@ long SystemFile::read_at(std::uint64_t offset, std::span<std::uint8_t> bytes) co
 }
 
 long SystemFile::read(std::span<char> bytes) const {
-  ssize_t count = 0;
-  do {
-    count = ::read(descriptor_, bytes.data(), bytes.size());
-  } while (count < 0 && errno == EINTR);
-  return count < 0 && errno == EISDIR ? kIsDirectory : count;
+  const ssize_t count = retry_interrupted(ssize_t{-1}, [&] { return ::read(descriptor_, bytes.data(), bytes.size()); });
+  return count < 0 ? read_failure() : count;
 }
 
 const char* SystemDirectory::next_entry() {
   for (;;) {
-    errno = 0;
-    const dirent* const entry = readdir(directory_.get());
+    const dirent* const entry =
+        retry_interrupted(static_cast<dirent*>(nullptr), [this] { return readdir(directory_.get()); });
     if (entry == nullptr) {
       failed_ = errno != 0;
+      note_error(errno);
       return nullptr;
     }
     const std::string_view name = entry->d_name;
@@ -164,7 +172,7 @@ bool set_system_root(std::string_view directory) {
 }
 
 KeptFolder::KeptFolder(const char* path)
-    : path_(path), folder_(open_rooted(path, O_PATH | O_DIRECTORY)), outer_(g_kept_folder) {
+    : path_(path), folder_(try_open(path, O_PATH | O_DIRECTORY)), outer_(g_kept_folder) {
   g_kept_folder = this;
 }
 
@@ -197,6 +205,8 @@ FilePtr open_system_text(const char* path) {
   FilePtr stream(fdopen(file.descriptor(), "r"));
   if (stream) {
     file.release();
+  } else {
+    note_error(errno);
   }
   return stream;
 }
@@ -209,15 +219,29 @@ SystemDirectory open_system_directory(const char* path) {
   const RootedPath rooted(path);
   DIR* directory = nullptr;
   static_cast<void>(retried([&] {
-    directory = opendir(rooted.c_str());
+    directory = retry_interrupted(static_cast<DIR*>(nullptr), [&rooted] { return opendir(rooted.c_str()); });
     return directory != nullptr ? 0 : -1;
   }));
+  if (directory == nullptr) {
+    note_error(errno);
+  }
   return SystemDirectory(directory);
 }
 
 long read_system_link(const char* path, std::span<char> buffer) {
-  return from_folder(
-      path, [buffer](int folder, const char* part) { return readlinkat(folder, part, buffer.data(), buffer.size()); });
+  const long length = from_folder(path, [buffer](int folder, const char* part) {
+    return retry_interrupted(ssize_t{-1}, [&] { return readlinkat(folder, part, buffer.data(), buffer.size()); });
+  });
+  if (length < 0) {
+    note_error(errno);
+  }
+  return length;
+}
+
+bool is_memory_recorded() {
+  const SystemFile file(open_rooted("/dev/mem", O_RDONLY));
+  struct stat status {};
+  return file.is_open() && fstat(file.descriptor(), &status) == 0 && S_ISREG(status.st_mode);
 }
 
 MemoryMap map_system_memory(std::uint64_t base, std::uint64_t length) {
@@ -230,7 +254,7 @@ MemoryMap map_system_memory(std::uint64_t base, std::uint64_t length) {
   if (extent > kFileEnd - base) {
     return {};
   }
-  // Read-write is what opens /dev/mem on every kernel; a machine that refuses it may still allow reading.
+  // Deliberately read-write first, though nothing is ever written: a machine that refuses it may still allow reading.
   SystemFile file(open_rooted("/dev/mem", O_RDWR));
   if (!file.is_open()) {
     file = SystemFile(open_rooted("/dev/mem", O_RDONLY));
@@ -244,14 +268,17 @@ MemoryMap map_system_memory(std::uint64_t base, std::uint64_t length) {
   }
   // Mapping anything else, /dev/zero say, can succeed and kill the reader at the first byte.
   const bool is_memory = S_ISCHR(status.st_mode) && status.st_rdev == makedev(1, 1);
-  if (!is_memory || length > kMapLimit) {
+  if (!is_memory) {
     return {};
   }
-  void* const memory = mmap(nullptr, length, PROT_READ, MAP_SHARED, file.descriptor(), static_cast<off_t>(base));
+  const auto present = static_cast<std::size_t>(std::min(extent, kMapLimit));
+  void* const memory = mmap(nullptr, std::min<std::uint64_t>(length, present), PROT_READ, MAP_SHARED, file.descriptor(),
+                            static_cast<off_t>(base));
   if (memory == MAP_FAILED) {
+    note_error(errno);
     return {};
   }
-  return {memory, static_cast<std::size_t>(extent), extent};
+  return {memory, present, extent};
 }
 
 }  // namespace qorx

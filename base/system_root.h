@@ -126,8 +126,7 @@ class MemoryMap {
     return {static_cast<const std::uint8_t*>(address_), present_};
   }
 
-  // How far the map goes, in bytes: whole pages. Where a recorded machine's file ends earlier, the bytes from
-  // there to here count as 0x00.
+  // How far the map goes, in bytes: whole pages. Where fewer are present, the bytes from there to here count as 0x00.
   [[nodiscard]] std::uint64_t extent() const { return extent_; }
 
  private:
@@ -149,7 +148,11 @@ SystemDirectory open_system_directory(const char* path);
 // Reads at most buffer.size() bytes of a link's target, without a NUL. Returns their number, -1 on failure.
 long read_system_link(const char* path, std::span<char> buffer);
 
-// Maps `length` bytes of /dev/mem from `base`, a multiple of the page size. Not mapped on failure.
+// Whether /dev/mem is a regular file: the recorded memory of a machine, not this machine's own.
+bool is_memory_recorded();
+
+// Maps `length` bytes of /dev/mem from `base`, a multiple of the page size; of more than 64 MiB only the front, and
+// what lies behind counts as 0x00. Not mapped on failure.
 MemoryMap map_system_memory(std::uint64_t base, std::uint64_t length);
 
 }  // namespace qorx

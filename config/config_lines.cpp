@@ -16,11 +16,12 @@ std::int32_t open_config_file(const char* path, FilePtr& file) {
     return code_byte(QORX_ERR_PARAM_NULL_POINTER);
   }
   file = open_text_file(path);
-  if (!file) {
-    error("Error: Open file %s failed.\n", path);
-    return code_byte(QORX_ERR_OPEN_FILE);
-  }
-  return 0;
+  return file ? 0 : unreadable_config_file(path);
+}
+
+std::int32_t unreadable_config_file(const char* path) {
+  error("Error: Open file %s failed.\n", path);
+  return code_byte(QORX_ERR_OPEN_FILE);
 }
 
 int qorx_is_string_format_correct(char* line, const char* key) {

@@ -13,6 +13,10 @@ namespace qorx {
 // name or QORX_ERR_OPEN_FILE, as bytes.
 std::int32_t open_config_file(const char* path, FilePtr& file);
 
+// What a file that can't be opened, or opened and not be read to its end, ends with: says so (error level) and returns
+// QORX_ERR_OPEN_FILE as a byte.
+std::int32_t unreadable_config_file(const char* path);
+
 // Whether a line without blanks around it says nothing.
 constexpr bool is_blank_or_comment(std::string_view line) {
   return line.empty() || line.starts_with('#');

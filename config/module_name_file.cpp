@@ -166,11 +166,14 @@ std::int32_t qorx_check_WMX_name_file(const char* name_file) {
       return code;
     }
   }
+  if (lines.failed()) {
+    return unreadable_config_file(name_file);
+  }
   if (!names.any()) {
     error("Can't find WMX NAME in %s\n", name_file);
     return code_byte(QORX_ERR_CONF_FILE_FORMAT);
   }
-  return lines.failed() ? code_byte(QORX_ERR_OPEN_FILE) : std::uint8_t{0};
+  return 0;
 }
 
 }  // namespace qorx

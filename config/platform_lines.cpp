@@ -98,7 +98,7 @@ std::int32_t read_platform_file(const char* file, PlatformPass& pass) {
   }
   LineReader lines(std::move(opened));
   if (!skip_leading_lines(lines)) {
-    return missing_slot_name(file, lines.line_number());
+    return lines.failed() ? unreadable_config_file(file) : missing_slot_name(file, lines.line_number());
   }
   while (!lines.at_end()) {
     if (qorx_is_string_format_correct(lines.text(), kSlotNameKey) == 0) {
@@ -113,7 +113,7 @@ std::int32_t read_platform_file(const char* file, PlatformPass& pass) {
       return code;
     }
   }
-  return lines.failed() ? code_byte(QORX_ERR_OPEN_FILE) : std::uint8_t{0};
+  return lines.failed() ? unreadable_config_file(file) : 0;
 }
 
 }  // namespace qorx

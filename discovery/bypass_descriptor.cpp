@@ -109,16 +109,19 @@ std::int32_t find_host_adapter(I2cAdapters& adapters, const DeviceRecord& record
 
 // Where the kernel drives a switch, its channel has an adapter of its own: that becomes the bus, and the switch is
 // no longer on the way.
-void resolve_switch(I2cAdapters& adapters, DeviceRecord& record, int number, std::uint8_t parent,
-                    std::uint8_t& switch_port) {
+// Deliberately no error where the adapters can't be listed; only where reading them fails, which could hide that
+// adapter.
+std::int32_t resolve_switch(I2cAdapters& adapters, DeviceRecord& record, int number, std::uint8_t parent,
+                            std::uint8_t& switch_port) {
   std::uint32_t port = kAdapterNotFound;
-  static_cast<void>(get_i2c_mux_port_number(adapters, &port, parent, switch_port));
+  const std::int32_t code = get_i2c_mux_port_number(adapters, &port, parent, switch_port);
   if (port != kAdapterNotFound) {
     debug("[%s] I2C switch driver for switch %d detected. Overwrite root port. (%d)\n", record.eth_name, number,
           static_cast<int>(port));
     record.bypass_bus = static_cast<std::uint8_t>(port);
     switch_port = kAbsent;
   }
+  return adapters.failed() ? code : 0;
 }
 
 std::int32_t correct_host_bus(I2cAdapters& adapters, DeviceRecord& record) {
@@ -128,15 +131,16 @@ std::int32_t correct_host_bus(I2cAdapters& adapters, DeviceRecord& record) {
   if (g_x86_i2c_root_port_number != kAdapterNotFound) {
     record.bypass_bus = static_cast<std::uint8_t>(g_x86_i2c_root_port_number);
   }
+  std::int32_t code = 0;
   if (record.bypass_switch1 < kAbsent) {
-    resolve_switch(adapters, record, 1, record.bypass_bus, record.bypass_switch1);
+    code = resolve_switch(adapters, record, 1, record.bypass_bus, record.bypass_switch1);
   }
-  if (record.bypass_switch2 < kAbsent) {
+  if (code == 0 && record.bypass_switch2 < kAbsent) {
     // With switch 1 still on the way its port number is passed where an adapter is expected: deliberate, and kept.
     const std::uint8_t parent = record.bypass_switch1 == kAbsent ? record.bypass_bus : record.bypass_switch1;
-    resolve_switch(adapters, record, 2, parent, record.bypass_switch2);
+    code = resolve_switch(adapters, record, 2, parent, record.bypass_switch2);
   }
-  return 0;
+  return code;
 }
 
 }  // namespace

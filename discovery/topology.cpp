@@ -112,6 +112,11 @@ void fill_record(DeviceRecord& record, const char* name, std::string_view link) 
   debug("addr: %s\n", record.mac_addr);
 }
 
+std::int32_t missing_switch() {
+  error("Can't find PCIe switch, please check the config file!\n");
+  return code_byte(QORX_ERR_CONF_FILE_FORMAT);
+}
+
 }  // namespace
 
 PathTokens split_path(const char* net_path) {
@@ -155,8 +160,7 @@ std::int32_t get_pcie_switch_bus(PciAddress& address, char (&path)[QORX_NAME_SIZ
   debug("get_pcie_switch_bus\n%s\n", path);
   SystemDirectory directory = open_system_directory(path);
   if (!directory.is_open()) {
-    error("Can't find PCIe switch, please check the config file!\n");
-    return code_byte(QORX_ERR_CONF_FILE_FORMAT);
+    return missing_switch();
   }
   while (const char* const entry = directory.next_entry()) {
     const std::string_view name = entry;
@@ -167,7 +171,7 @@ std::int32_t get_pcie_switch_bus(PciAddress& address, char (&path)[QORX_NAME_SIZ
       return 1;
     }
   }
-  return 0;
+  return directory.failed() ? missing_switch() : 0;
 }
 
 void assign_bus_high_low() {

@@ -12,6 +12,7 @@
 #include <functional>
 
 #include "base/messages.h"
+#include "base/shortage.h"
 #include "base/system_root.h"
 #include "records/state.h"
 #include "tests/support/reset_library.h"

@@ -14,12 +14,14 @@ namespace qorx {
 
 namespace {
 
-// Writes the first line of an adapter's name file into `name`; empty when it can't be read.
-void read_adapter_name(const char* entry, std::span<char> name) {
+// Writes the first line of an adapter's name file into `name`; empty when there is no such file. False when it can't be
+// read.
+bool read_adapter_name(const char* entry, std::span<char> name) {
   const SystemFile file = open_system_file(PathText{I2cAdapters::kFolder, "/", entry, "/name"}.c_str());
   const long count = file.is_open() ? file.read(name.first(name.size() - 1)) : 0;
   const std::string_view text(name.data(), count > 0 ? static_cast<std::size_t>(count) : 0);
   name[std::min(text.size(), text.find_first_of(std::string_view("\n\0", 2)))] = '\0';
+  return count != SystemFile::kUnreadable;
 }
 
 }  // namespace
@@ -40,14 +42,15 @@ bool I2cAdapters::rewind() {
 bool I2cAdapters::read_next() {
   const char* const entry = state_ == Folder::kOpen ? folder_.next_entry() : nullptr;
   if (entry == nullptr) {
+    failed_ = failed_ || folder_.failed();
     state_ = Folder::kEnded;
     return false;
   }
   const std::span<char> room = std::span(texts_).subspan(position_);
   const std::string_view entry_name = entry;
   copy_text(room.data(), room.size(), entry_name);
-  read_adapter_name(room.data(), room.subspan(entry_name.size() + 1, kNameSize));
-  return true;
+  failed_ = !read_adapter_name(room.data(), room.subspan(entry_name.size() + 1, kNameSize));
+  return !failed_;
 }
 
 bool I2cAdapters::next(Adapter& adapter) {
@@ -70,10 +73,18 @@ bool I2cAdapters::next(Adapter& adapter) {
   return true;
 }
 
+namespace {
+
+std::int32_t cannot_access() {
+  error("Error: Cannot access %s\n", I2cAdapters::kFolder);
+  return code_byte(QORX_ERR_OPEN_DIR);
+}
+
+}  // namespace
+
 std::int32_t get_x86_i2c_port_number(I2cAdapters& adapters, std::uint32_t* port, const char* pattern) {
   if (!adapters.rewind()) {
-    error("Error: Cannot access %s\n", I2cAdapters::kFolder);
-    return code_byte(QORX_ERR_OPEN_DIR);
+    return cannot_access();
   }
   for (I2cAdapters::Adapter adapter; adapters.next(adapter);) {
     debug("%s/%s/name, %s\n", I2cAdapters::kFolder, adapter.entry, adapter.entry);
@@ -85,9 +96,9 @@ std::int32_t get_x86_i2c_port_number(I2cAdapters& adapters, std::uint32_t* port,
     if (const std::size_t dash = entry.rfind('-'); dash != std::string_view::npos) {
       *port = static_cast<std::uint32_t>(parse_decimal(text_behind(entry, dash + 1)));
     }
-    break;
+    return 0;
   }
-  return 0;
+  return adapters.failed() ? cannot_access() : 0;
 }
 
 std::int32_t get_i2c_mux_port_number(I2cAdapters& adapters, std::uint32_t* port, std::uint32_t parent,

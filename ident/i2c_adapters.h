@@ -27,8 +27,11 @@ class I2cAdapters {
   // Goes back to the first adapter. False when the folder can't be opened.
   bool rewind();
 
-  // The next adapter, valid until the next call; false behind the last one.
+  // The next adapter, valid until the next call; false behind the last one, and where reading failed.
   bool next(Adapter& adapter);
+
+  // True when the folder or a name could be opened and not be read: the adapter that is looked for may be there.
+  [[nodiscard]] bool failed() const { return failed_; }
 
  private:
   static constexpr std::size_t kNameSize = 100;  // of an adapter's name, with its NUL
@@ -46,10 +49,11 @@ class I2cAdapters {
   std::size_t position_ = 0;  // of the next adapter
   std::size_t kept_ = 0;      // adapters
   bool is_past_kept_ = false;
+  bool failed_ = false;
 };
 
 // Stores in *port the number of the first adapter whose name contains `pattern`; *port stays when there is none.
-// Returns 0, or QORX_ERR_OPEN_DIR as a byte when the adapters can't be listed.
+// Returns 0, or QORX_ERR_OPEN_DIR as a byte, after saying so (error level), when the adapters can't be listed or read.
 std::int32_t get_x86_i2c_port_number(I2cAdapters& adapters, std::uint32_t* port, const char* pattern);
 
 // The same for the adapter that the kernel made for one channel of an I2C multiplexer on adapter `parent`.

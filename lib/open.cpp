@@ -2,6 +2,7 @@
 #include <array>
 
 #include "base/messages.h"
+#include "base/shortage.h"
 #include "config/stages.h"
 #include "discovery/interface_scan.h"
 #include "discovery/topology.h"
@@ -61,13 +62,18 @@ constexpr std::array kStages{
 
 }  // namespace qorx
 
-// Runs the stages in their order, up to the first that fails.
+// Runs the stages in their order, up to the first that fails, or that might have said something else with more
+// descriptors or memory.
 std::int32_t qorx_open() {
   using namespace qorx;
   g_qorx_init = -1;
   for (const Stage& stage : kStages) {
     const bool is_wanted = stage.option == nullptr || *stage.option != 0;
-    if (const std::uint8_t code = is_wanted ? code_byte(stage.run()) : std::uint8_t{0}; code != 0) {
+    const std::uint8_t code = is_wanted ? code_byte(stage.run()) : std::uint8_t{0};
+    if (take_shortage()) {
+      return code_byte(QORX_ERR_OPEN_FILE);
+    }
+    if (code != 0) {
       return code;
     }
   }

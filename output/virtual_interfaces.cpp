@@ -3,6 +3,7 @@
 #include <string_view>
 
 #include "base/messages.h"
+#include "base/shortage.h"
 #include "base/system_root.h"
 #include "discovery/port_identity.h"
 #include "discovery/topology.h"
@@ -33,6 +34,9 @@ std::int32_t for_each_virtual_interface(const char* eth_name, TakeVirtualInterfa
       static_cast<void>(get_eth_device_mac_address(entry, mac));
       take(context, entry, mac);
     }
+  }
+  if (take_shortage()) {
+    return QORX_ERR_OPEN_FILE;
   }
   if (!interfaces.is_open() || interfaces.failed()) {
     report_inaccessible_folder(kInterfaces);

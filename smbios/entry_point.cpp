@@ -20,8 +20,11 @@ namespace {
 constexpr std::size_t kEntrySize = 32;
 
 #if defined(__x86_64__) || defined(__i386__)
-constexpr std::uint64_t kLegacyArea = 0xF0000;
+constexpr bool kHasLegacyArea = true;
+#else
+constexpr bool kHasLegacyArea = false;
 #endif
+constexpr std::uint64_t kLegacyArea = 0xF0000;
 constexpr std::uint64_t kScanLength = 0x10000;
 constexpr std::uint64_t kScanStep = 16;
 constexpr std::uint64_t kScanLast = kScanLength - 0x18;
@@ -79,13 +82,10 @@ std::uint64_t read_systab(LineReader& lines) {
   return 0;
 }
 
+// Elsewhere than on x86 this is no BIOS area, and touching it can reset the machine. A recording is read everywhere.
 std::int32_t search_legacy_area() {
-#if defined(__x86_64__) || defined(__i386__)
-  return Search_SMBIOS_entry_point_mem1(kLegacyArea);
-#else
-  // Elsewhere this is no BIOS area; touching it can reset the machine.
-  return code_byte(kSmbiosNotFound);
-#endif
+  return kHasLegacyArea || is_memory_recorded() ? Search_SMBIOS_entry_point_mem1(kLegacyArea)
+                                                : code_byte(kSmbiosNotFound);
 }
 
 }  // namespace

@@ -1,16 +1,18 @@
 #include "smbios/file_image.h"
 
 #include <algorithm>
+#include <cerrno>
 
 #include "base/line_reader.h"
 #include "base/messages.h"
+#include "base/shortage.h"
 #include "base/system_root.h"
 
 namespace qorx {
 
 namespace {
 
-// No file that is loaded whole is larger; an endless one is given up as too large for memory.
+// As much of a file is loaded; what lies behind counts as not there, so that an endless one ends too.
 constexpr std::size_t kFileLimit = std::size_t{16} << 20;
 
 FilePtr open_text(const char* path, FileOrigin origin) {
@@ -19,25 +21,35 @@ FilePtr open_text(const char* path, FileOrigin origin) {
 
 }  // namespace
 
+bool FileImage::fill(std::FILE* file) {
+  while (size_ < capacity_) {
+    const std::size_t count = std::fread(bytes_.get() + size_, 1, capacity_ - size_, file);
+    size_ += count;
+    if (std::ferror(file) != 0) {
+      if (!went_on_after_signal(file)) {
+        return false;
+      }
+    } else if (count == 0) {
+      break;
+    }
+  }
+  return true;
+}
+
 FileImage File_map(const char* path, FileOrigin origin, std::size_t limit) {
   const FilePtr file = open_text(path, origin);
   if (!file) {
     debug("3Can't get %s\n", path);
     return {};
   }
-  const std::size_t capacity = std::min(limit, kFileLimit);
-  FileImage image(capacity);
+  FileImage image(std::min(limit, kFileLimit));
   if (!image.is_loaded()) {
+    note_error(ENOMEM);
     debug("4Can't get %s\n", path);
     return {};
   }
-  image.fill(file.get());
-  if (std::ferror(file.get()) != 0) {
+  if (!image.fill(file.get())) {
     debug("5Can't get %s\n", path);
-    return {};
-  }
-  if (limit > capacity && image.bytes().size() == capacity && std::fgetc(file.get()) != EOF) {
-    debug("4Can't get %s\n", path);
     return {};
   }
   return image;

@@ -22,8 +22,8 @@ class FileImage {
 
   [[nodiscard]] bool is_loaded() const { return bytes_ != nullptr; }
 
-  // Reads until the file ends or the room is full.
-  void fill(std::FILE* file) { size_ = std::fread(bytes_.get(), 1, capacity_, file); }
+  // Reads until the file ends or the room is full. False when it can't be read.
+  bool fill(std::FILE* file);
 
   [[nodiscard]] std::span<const std::uint8_t> bytes() const { return {bytes_.get(), size_}; }
 
@@ -39,7 +39,8 @@ class FileImage {
 // Where a recorded file lies: named by the user, or part of the machine.
 enum class FileOrigin : std::uint8_t { kUser, kSystem };
 
-// Loads a file, or its first `limit` bytes. Not loaded when it can't be opened, read or held in memory.
+// Loads a file, or its first `limit` bytes. Not loaded when it can't be opened, read or held in memory. At most
+// 16 MiB are loaded.
 FileImage File_map(const char* path, FileOrigin origin, std::size_t limit);
 
 }  // namespace qorx

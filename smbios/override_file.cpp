@@ -114,6 +114,9 @@ std::int32_t Search_SMBIOS_cfg(const char* file) {
       code = store_slot(triple, file, lines.line_number());
     }
   }
+  if (code == 0 && lines.failed()) {
+    return unreadable_config_file(file);
+  }
   const bool is_incomplete = triple.lines != 0;
   if (code == 0 && (!triple.any || is_incomplete)) {
     return missing_line(triple, file, lines.line_number());
@@ -123,7 +126,7 @@ std::int32_t Search_SMBIOS_cfg(const char* file) {
   }
   // Deliberately also after an error that left no slot half read.
   debug("smbios cfg file read OK!\n");
-  return code == 0 && lines.failed() ? code_byte(QORX_ERR_OPEN_FILE) : code;
+  return code;
 }
 
 }  // namespace qorx

@@ -96,7 +96,19 @@ void trace_empty_structures(std::uint64_t count) {
   }
 }
 
+// More zeros than this at the end of a table are those of a device that never ends.
+constexpr std::size_t kLongZeros = std::size_t{1} << 20;
+
 }  // namespace
+
+// Zeros at the end are what counts behind the bytes anyway. Many of them are left out, and so not walked one by one.
+std::span<const std::uint8_t> TableBytes::without_long_zeros(std::span<const std::uint8_t> bytes) {
+  std::size_t size = bytes.size();
+  while (size != 0 && bytes[size - 1] == 0) {
+    --size;
+  }
+  return bytes.size() - size > kLongZeros ? bytes.first(size) : bytes;
+}
 
 std::int32_t Parse_struct_table(const TableBytes& table, std::uint32_t table_len) {
   qorx_system_environment_info.eth_smbios_t9_t41_number = 0;

@@ -43,7 +43,10 @@ class TableBytes {
   [[nodiscard]] std::uint64_t extent() const { return extent_; }
 
  private:
-  TableBytes(std::span<const std::uint8_t> bytes, std::uint64_t extent) : bytes_(bytes), extent_(extent) {}
+  TableBytes(std::span<const std::uint8_t> bytes, std::uint64_t extent)
+      : bytes_(without_long_zeros(bytes)), extent_(extent) {}
+
+  static std::span<const std::uint8_t> without_long_zeros(std::span<const std::uint8_t> bytes);
 
   std::span<const std::uint8_t> bytes_;
   std::uint64_t extent_;

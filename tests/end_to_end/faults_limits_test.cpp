@@ -108,13 +108,35 @@ QORX_ROWS(Limits, Limit{"sixteen descriptors for a large machine", true, RLIMIT_
           Limit{"eight megabytes of addresses", false, RLIMIT_AS, std::size_t{8} << 20},
           Limit{"a small stack for a large machine", true, RLIMIT_STACK, std::size_t{256} << 10});
 
-// What can't be opened counts as missing.
-TEST(FewDescriptors, WithoutOneForFilesOnlyTheLinksTell) {
-  const FaultMachine machine;
-  Rows rows;
-  rows.lose_identities();
-  rows["br0"].mac = "N/A";
-  EXPECT_EQ(run_limited(machine, {"-a"}, RLIMIT_NOFILE, 4), said(rows.table()));
+// A lack of descriptors never makes another result: the run says and writes the same, or it fails and leaves the file
+// that was there alone.
+TEST(FewDescriptors, GiveTheSameResultOrNone) {
+  FaultMachine machine;
+  const auto outcome = [&](const Words& words, rlim_t descriptors) {
+    machine.user_file("result", "old");
+    machine.user_file("tovix.cfg", "old");
+    const ToolRun run = descriptors == 0 ? machine.run(words) : run_limited(machine, words, RLIMIT_NOFILE, descriptors);
+    return std::pair(run,
+                     Texts{run.output, read_file(machine.work() / "result"), read_file(machine.work() / "tovix.cfg")});
+  };
+  for (const Words& words : every_operation()) {
+    for (const Words& options : {Words{}, Words{"-config", "qorx.cfg"}, Words{"-smbios_cfg", "smbios.cfg"}}) {
+      const Words all = joined(words, options);
+      SCOPED_TRACE(testing::PrintToString(all));
+      const auto [free_run, free_texts] = outcome(all, 0);
+      // With three the C library can't be loaded.
+      for (rlim_t descriptors = 4; descriptors <= 12; ++descriptors) {
+        const auto [run, texts] = outcome(all, descriptors);
+        if (run.status == 0) {
+          EXPECT_EQ(texts, free_texts) << descriptors;
+        } else {
+          EXPECT_EQ(run.status, 128) << descriptors;
+          EXPECT_TRUE(run.output.ends_with("Error: QORX_ERR_OPEN_FILE (0x80)\n")) << descriptors;
+          EXPECT_EQ(texts[1] + texts[2], "oldold") << descriptors;
+        }
+      }
+    }
+  }
 }
 
 class Descriptors : public RunsHere {

@@ -33,7 +33,7 @@ class UserFileFaults : public FaultTest {
  protected:
   [[nodiscard]] ToolRun expected(const UserFile& file) const {
     const Fault fault = GetParam();
-    if (cant_be_opened(fault) || fault == Fault::kDirectory) {
+    if (cant_be_opened(fault) || fault == Fault::kDirectory || fault == Fault::kReadError) {
       return said("Error: Open file " + file.name + " failed.\nError: QORX_ERR_OPEN_FILE (0x80)\n", 128);
     }
     const std::string line = fault == Fault::kEndless ? kLastLineOfEndlessFile : "1";

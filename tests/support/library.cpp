@@ -8,6 +8,7 @@
 
 #include "base/bounded_text.h"
 #include "base/messages.h"
+#include "base/shortage.h"
 #include "ident/model_lookup.h"
 #include "ident/subsystem_hooks.h"
 #include "ident/supported_devices.h"
