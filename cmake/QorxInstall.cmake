@@ -21,6 +21,10 @@ install(FILES completions/_qorx DESTINATION ${QORX_ZSH_COMPLETION_DIR} COMPONENT
 if(TARGET qorx-inspect)
   install(TARGETS qorx-inspect RUNTIME DESTINATION ${CMAKE_INSTALL_SBINDIR} COMPONENT Tool)
   install(FILES inspect/qorx-inspect-1.schema.json DESTINATION ${CMAKE_INSTALL_DATADIR}/qorx COMPONENT Tool)
+  install(PROGRAMS examples/fleet/qorx.fact examples/fleet/qorx-textfile
+    DESTINATION ${CMAKE_INSTALL_DOCDIR}/examples/fleet COMPONENT Tool)
+  install(FILES examples/fleet/README.md examples/fleet/differences.yml
+    DESTINATION ${CMAKE_INSTALL_DOCDIR}/examples/fleet COMPONENT Tool)
   install(FILES completions/qorx-inspect.bash DESTINATION ${QORX_BASH_COMPLETION_DIR} RENAME qorx-inspect COMPONENT Tool)
   install(FILES completions/_qorx-inspect DESTINATION ${QORX_ZSH_COMPLETION_DIR} COMPONENT Tool)
 endif()

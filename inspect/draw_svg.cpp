@@ -128,7 +128,7 @@ class Picture {
 
   void rectangle(const char* kind, int x, int y, int width, int height, const std::string& tip = "") {
     body_ << "<rect class=\"" << kind << "\" x=\"" << x << "\" y=\"" << y << "\" width=\"" << width << "\" height=\""
-          << height << "\" rx=\"4\"";
+          << height << R"(" rx="4")";
     if (tip.empty()) {
       body_ << "/>\n";
     } else {
@@ -144,7 +144,7 @@ class Picture {
     }
     body_ << "<text class=\"" << kind << "\" x=\"" << x << "\" y=\"" << y << "\" textLength=\""
           << static_cast<int>(columns_of(shown)) * kCharacterWidth
-          << "\" lengthAdjust=\"spacingAndGlyphs\" xml:space=\"preserve\">" << escaped(shown) << "</text>\n";
+          << R"(" lengthAdjust="spacingAndGlyphs" xml:space="preserve">)" << escaped(shown) << "</text>\n";
   }
 
   void draw_box(const FrontBox& box, int height) {
@@ -199,7 +199,7 @@ class Picture {
     const int text_width = static_cast<int>(port.segment.size()) * kCharacterWidth;
     constexpr int kLabelHeight = 22;
     const int label_width = text_width + 10;
-    body_ << "<line class=\"join\" x1=\"" << x << "\" y1=\"" << y << "\" x2=\"" << x + kJoinWidth << "\" y2=\"" << y
+    body_ << R"(<line class="join" x1=")" << x << "\" y1=\"" << y << "\" x2=\"" << x + kJoinWidth << "\" y2=\"" << y
           << "\"/>\n";
     rectangle("segment", x + (kJoinWidth - label_width) / 2, y - kLabelHeight / 2, label_width, kLabelHeight);
     text("title", x + (kJoinWidth - text_width) / 2, y + kFontSize / 3 + 1, port.segment, text_width);

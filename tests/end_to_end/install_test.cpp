@@ -74,6 +74,9 @@ TEST_F(Install, PutsEveryFileInItsPlace) {
   if (kWithInspect) {
     expected.insert({"sbin/qorx-inspect", "share/qorx/qorx-inspect-1.schema.json",
                      QORX_BASH_COMPLETION_DIR "/qorx-inspect", QORX_ZSH_COMPLETION_DIR "/_qorx-inspect"});
+    for (const char* const name : {"README.md", "differences.yml", "qorx-textfile", "qorx.fact"}) {
+      expected.insert(std::string("share/doc/qorx/examples/fleet/") + name);
+    }
   }
   add_pages(expected);
   std::set<std::string> installed;
