@@ -1,79 +1,74 @@
 // The built programs and the shared library, read with readelf: what they load, and what makes a fault in them harder
 // to exploit.
+#include <gmock/gmock.h>
 #include <gtest/gtest.h>
 
-#include <ostream>
 #include <string>
+#include <string_view>
 #include <vector>
 
 #include "tests/end_to_end/system_tools.h"
-#include "tests/support/tool_run.h"
+#include "tests/support/rows.h"
 
 namespace qorx::test {
 namespace {
 
-using testing::TestParamInfo;
+using testing::AllOf;
+using testing::AnyOf;
+using testing::Each;
+using testing::ElementsAre;
+using testing::HasSubstr;
+using testing::IsEmpty;
+using testing::Not;
+using testing::SizeIs;
 
 struct Binary {
-  const char* name;
+  std::string_view rule;
   const char* path;
   bool is_program;
-
-  friend void PrintTo(const Binary& binary, std::ostream* stream) { *stream << binary.path; }
 };
 
-class Hardening : public testing::TestWithParam<Binary> {
+class Hardening : public RowTest<Binary> {
  protected:
   void SetUp() override { QORX_SKIP_WITHOUT("readelf"); }
 
-  static bool is_static() { return GetParam().is_program && readelf("-l", "INTERP").empty(); }
+  static bool is_static() { return row().is_program && readelf("-l", "INTERP").empty(); }
 
   // The lines of readelf's output that hold `text`.
   static std::vector<std::string> readelf(const std::string& option, const std::string& text) {
-    const ToolRun run = run_command({"readelf", "-W", option, GetParam().path});
+    const ToolRun run = run_command({"readelf", "-W", option, row().path});
     EXPECT_EQ(run.status, 0) << run.errors;
-    std::vector<std::string> found;
-    for (const std::string& line : lines_of(run.output)) {
-      if (line.find(text) != std::string::npos) {
-        found.push_back(line);
-      }
-    }
+    std::vector<std::string> found = lines_of(run.output);
+    std::erase_if(found, [&](const std::string& line) { return line.find(text) == std::string::npos; });
     return found;
   }
 };
 
 TEST_P(Hardening, CanBeLoadedAnywhere) {
-  const auto type = readelf("-h", "Type:");
-  ASSERT_EQ(type.size(), 1U);
-  EXPECT_NE(type[0].find("DYN"), std::string::npos) << type[0];
-  if (GetParam().is_program) {
-    const auto flags = readelf("-d", "(FLAGS_1)");
-    ASSERT_EQ(flags.size(), 1U);
-    EXPECT_NE(flags[0].find("PIE"), std::string::npos) << flags[0];
+  EXPECT_THAT(readelf("-h", "Type:"), ElementsAre(HasSubstr("DYN")));
+  if (row().is_program) {
+    EXPECT_THAT(readelf("-d", "(FLAGS_1)"), ElementsAre(HasSubstr("PIE")));
   }
-  EXPECT_TRUE(readelf("-d", "TEXTREL").empty()) << "code that must be patched at load time stays writable";
+  EXPECT_THAT(readelf("-d", "TEXTREL"), IsEmpty()) << "code that must be patched at load time stays writable";
 }
 
 TEST_P(Hardening, ItsTablesOfAddressesAreReadOnly) {
-  EXPECT_EQ(readelf("-l", "GNU_RELRO").size(), 1U);
-  EXPECT_EQ(readelf("-d", "BIND_NOW").size(), 1U) << "without it part of the tables stays writable";
+  EXPECT_THAT(readelf("-l", "GNU_RELRO"), SizeIs(1));
+  EXPECT_THAT(readelf("-d", "BIND_NOW"), SizeIs(1)) << "without it part of the tables stays writable";
 }
 
 TEST_P(Hardening, ItsStackIsNotExecutable) {
-  const auto stack = readelf("-l", "GNU_STACK");
-  ASSERT_EQ(stack.size(), 1U);
-  EXPECT_NE(stack[0].find(" RW "), std::string::npos) << stack[0];
-  EXPECT_EQ(stack[0].find("RWE"), std::string::npos) << stack[0];
+  EXPECT_THAT(readelf("-l", "GNU_STACK"), ElementsAre(AllOf(HasSubstr(" RW "), Not(HasSubstr("RWE")))));
 }
 
 TEST_P(Hardening, NoSegmentIsWritableAndExecutable) {
-  EXPECT_FALSE(readelf("-l", "LOAD").empty());
-  EXPECT_TRUE(readelf("-l", " RWE ").empty());
+  EXPECT_THAT(readelf("-l", "LOAD"), Not(IsEmpty()));
+  EXPECT_THAT(readelf("-l", " RWE "), IsEmpty());
 }
 
 TEST_P(Hardening, ItLooksForLibrariesInNoFolderOfItsOwn) {
-  EXPECT_TRUE(readelf("-d", "RPATH").empty());
-  EXPECT_TRUE(readelf("-d", "RUNPATH").empty());
+  EXPECT_THAT(readelf("-d", "RPATH"), IsEmpty());
+  EXPECT_THAT(readelf("-d", "RUNPATH"), IsEmpty());
 }
 
 TEST_P(Hardening, ItLoadsNothingButTheCLibrary) {
@@ -83,22 +78,18 @@ TEST_P(Hardening, ItLoadsNothingButTheCLibrary) {
   if (is_static()) {
     GTEST_SKIP() << "it is fully static";
   }
-  const auto needed = readelf("-d", "(NEEDED)");
-  EXPECT_FALSE(needed.empty());
-  for (const std::string& line : needed) {
-    // The loader is a part of the C library.
-    EXPECT_TRUE(line.find("[libc.so") != std::string::npos || line.find("[ld-") != std::string::npos) << line;
-  }
+  // The loader is a part of the C library.
+  EXPECT_THAT(readelf("-d", "(NEEDED)"), AllOf(Not(IsEmpty()), Each(AnyOf(HasSubstr("[libc.so"), HasSubstr("[ld-")))));
 }
 
 TEST_P(Hardening, ReleaseBuildsCheckBuffersAndTheStack) {
   if (!kReleaseBuild || is_static()) {
     GTEST_SKIP() << "only release builds are compiled so, and a fully static one does not show it";
   }
-  EXPECT_FALSE(readelf("--dyn-syms", "__stack_chk_fail").empty());
-  EXPECT_FALSE(readelf("--dyn-syms", "printf_chk").empty()) << "_FORTIFY_SOURCE has no effect";
+  EXPECT_THAT(readelf("--dyn-syms", "__stack_chk_fail"), Not(IsEmpty()));
+  EXPECT_THAT(readelf("--dyn-syms", "printf_chk"), Not(IsEmpty())) << "_FORTIFY_SOURCE has no effect";
 #if !defined(__clang__)  // which can't check a call with a variable number of arguments
-  EXPECT_TRUE(readelf("--dyn-syms", " printf@").empty()) << "an unchecked printf is left";
+  EXPECT_THAT(readelf("--dyn-syms", " printf@"), IsEmpty()) << "an unchecked printf is left";
 #endif
 }
 
@@ -110,23 +101,19 @@ TEST_P(Hardening, ReleaseBuildsMarkTheTargetsOfIndirectJumps) {
   QORX_SKIP_WITHOUT("objdump");
   const ToolRun run =
       run_command({"objdump", "-d", "--no-show-raw-insn",
-                   std::string("--disassemble=") + (GetParam().is_program ? "main" : "qorx_open"), GetParam().path});
+                   std::string("--disassemble=") + (row().is_program ? "main" : "qorx_open"), row().path});
   EXPECT_EQ(run.status, 0) << run.errors;
-  EXPECT_NE(run.output.find("endbr64"), std::string::npos) << run.output;
+  EXPECT_THAT(run.output, HasSubstr("endbr64"));
 }
 #endif
 
-#if defined(QORX_INSPECT_PROGRAM)
-INSTANTIATE_TEST_SUITE_P(BuiltForPrograms, Hardening,
-                         testing::Values(Binary{"qorx_inspect", QORX_INSPECT_PROGRAM, true}),
-                         [](const TestParamInfo<Binary>& built) { return std::string(built.param.name); });
-#endif
+QORX_ROWS(Hardening, {"qorx", QORX_PROGRAM, true}, {"qorx_replay", QORX_REPLAY_PROGRAM, true},
+          {"libqorx", QORX_SHARED_LIBRARY, false});
 
-INSTANTIATE_TEST_SUITE_P(Built, Hardening,
-                         testing::Values(Binary{"qorx", QORX_PROGRAM, true},
-                                         Binary{"qorx_replay", QORX_REPLAY_PROGRAM, true},
-                                         Binary{"libqorx", QORX_SHARED_LIBRARY, false}),
-                         [](const TestParamInfo<Binary>& built) { return std::string(built.param.name); });
+#if defined(QORX_INSPECT_PROGRAM)
+INSTANTIATE_TEST_SUITE_P(Inspect, Hardening, Hardening::values({{"qorx_inspect", QORX_INSPECT_PROGRAM, true}}),
+                         Hardening::row_name);
+#endif
 
 }  // namespace
 }  // namespace qorx::test

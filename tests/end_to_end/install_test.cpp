@@ -9,7 +9,7 @@
 #include <vector>
 
 #include "tests/end_to_end/system_tools.h"
-#include "tests/support/fake_machine.h"
+#include "tests/support/rows.h"
 
 namespace qorx::test {
 namespace {
@@ -35,19 +35,6 @@ class Install : public testing::Test {
   const fs::path prefix_ = directory_.path() / "prefix";
   const fs::path libraries_ = prefix_ / kLibDir;
 };
-
-void add_pages(std::set<std::string>& files) {
-  if (!fs::is_directory(kSource / "doc/man")) {
-    return;
-  }
-  for (const auto& page : fs::directory_iterator(kSource / "doc/man")) {
-    const std::string name = page.path().filename().string();
-    if (!kWithInspect && name.starts_with("qorx-inspect")) {
-      continue;
-    }
-    files.insert("share/man/man" + name.substr(name.size() - 1) + "/" + name);
-  }
-}
 
 TEST_F(Install, PutsEveryFileInItsPlace) {
   std::set<std::string> expected{"sbin/qorx",
@@ -78,13 +65,14 @@ TEST_F(Install, PutsEveryFileInItsPlace) {
       expected.insert(std::string("share/doc/qorx/examples/fleet/") + name);
     }
   }
-  add_pages(expected);
-  std::set<std::string> installed;
-  for (const std::string& file : files_below(prefix_)) {
-    if (!file.starts_with(kLibDir + "/cmake/qorx/")) {  // named by the build type; find_package is tested below
-      installed.insert(file);
+  for (const std::string& name : files_below(kSource / "doc/man")) {
+    if (kWithInspect || !name.starts_with("qorx-inspect")) {
+      expected.insert("share/man/man" + name.substr(name.size() - 1) + "/" + name);
     }
   }
+  std::set<std::string> installed = files_below(prefix_);
+  // Named by the build type; find_package is tested below.
+  std::erase_if(installed, [](const std::string& file) { return file.starts_with(kLibDir + "/cmake/qorx/"); });
   EXPECT_EQ(installed, expected);
 }
 
@@ -106,11 +94,7 @@ TEST_F(Install, ProgramsLoadTheLibraryByItsFirstVersion) {
 std::set<std::string> declared_names() {
   const std::string header = read_file(kSource / "lib/qorx.h");
   const std::regex declaration(R"(\n(?:extern )?QORX_API [^;#]*?(\w+)(\(|\[|;))");
-  std::set<std::string> names;
-  for (std::sregex_iterator match(header.begin(), header.end(), declaration), end; match != end; ++match) {
-    names.insert((*match)[1].str());
-  }
-  return names;
+  return {std::sregex_token_iterator(header.begin(), header.end(), declaration, 1), std::sregex_token_iterator()};
 }
 
 TEST_F(Install, TheSharedLibraryExportsWhatTheHeaderDeclaresAndNothingElse) {
@@ -172,46 +156,55 @@ class InstallForUsers : public Install {
     EXPECT_EQ(run.status, 0) << program;
   }
 
-  // Compiles user.<suffix> with what pkg-config says.
-  void build_by_pkg_config(const std::string& compiler, const std::string& suffix, const std::string& more = "") const {
-    const ToolRun run =
-        run_command({"PKG_CONFIG_PATH=" + (libraries_ / "pkgconfig").string(), "sh", "-ec",
-                     compiler + " -Wall -Wextra -Wpedantic -Werror " + (more.empty() ? "" : "-static ") + "user." +
-                         suffix + " -o user $(pkg-config --cflags --libs " + more + " qorx)"},
-                    directory_.path());
+  // Runs cmake, which must succeed.
+  void cmake(std::vector<std::string> words) const {
+    words.insert(words.begin(), QORX_CMAKE);
+    const ToolRun run = run_command(words);
     ASSERT_EQ(run.status, 0) << run.output << run.errors;
   }
+
+  // Configures a project of users with this CMakeLists.txt.
+  void configure(const std::string& lists) const {
+    std::ofstream(directory_.path() / "CMakeLists.txt") << "cmake_minimum_required(VERSION 3.16)\n" << lists;
+    cmake({"-S", directory_.path(), "-B", build_, "-DCMAKE_PREFIX_PATH=" + prefix_.string(),
+           "-DCMAKE_C_COMPILER=" QORX_C_COMPILER, "-DCMAKE_CXX_COMPILER=" QORX_CXX_COMPILER});
+  }
+
+  [[nodiscard]] ToolRun run_with_pkg_config(const std::string& script) const {
+    return run_command({"PKG_CONFIG_PATH=" + (libraries_ / "pkgconfig").string(), "sh", "-ec", script},
+                       directory_.path());
+  }
+
+  const fs::path build_ = directory_.path() / "build";
 };
 
-TEST_F(InstallForUsers, ACProgramByPkgConfig) {
+struct Compilation {
+  std::string_view rule;
+  std::string command;
+  std::string pkg_config_option;
+};
+
+class InstallForPkgConfig : public RowTest<Compilation, InstallForUsers> {};
+
+TEST_P(InstallForPkgConfig, IsBuiltAndRuns) {
   QORX_SKIP_WITHOUT("pkg-config");
-  build_by_pkg_config(QORX_C_COMPILER, "c");
+  const ToolRun run = run_with_pkg_config(row().command + " -Wall -Wextra -Wpedantic -Werror -o user " +
+                                          "$(pkg-config --cflags --libs " + row().pkg_config_option + " qorx)");
+  ASSERT_EQ(run.status, 0) << run.output << run.errors;
   expect_runs("user");
 }
 
-TEST_F(InstallForUsers, ACppProgramByPkgConfig) {
-  QORX_SKIP_WITHOUT("pkg-config");
-  build_by_pkg_config(QORX_CXX_COMPILER, "cpp");
-  expect_runs("user");
-}
-
-TEST_F(InstallForUsers, AStaticCProgramByPkgConfig) {
-  QORX_SKIP_WITHOUT("pkg-config");
-  build_by_pkg_config(QORX_C_COMPILER, "c", "--static");
-  expect_runs("user");
-}
+QORX_ROWS(InstallForPkgConfig, {"a C program", QORX_C_COMPILER " user.c", ""},
+          {"a Cpp program", QORX_CXX_COMPILER " user.cpp", ""},
+          {"a static C program", QORX_C_COMPILER " -static user.c", "--static"});
 
 TEST_F(InstallForUsers, PkgConfigNamesTheVersionOfTheLibrary) {
   QORX_SKIP_WITHOUT("pkg-config");
-  EXPECT_EQ(
-      run_command({"PKG_CONFIG_PATH=" + (libraries_ / "pkgconfig").string(), "pkg-config", "--modversion", "qorx"})
-          .output,
-      "1.36\n");
+  EXPECT_EQ(run_with_pkg_config("pkg-config --modversion qorx").output, "1.36\n");
 }
 
 TEST_F(InstallForUsers, CAndCppProgramsByFindPackage) {
-  std::ofstream(directory_.path() / "CMakeLists.txt") << R"(cmake_minimum_required(VERSION 3.16)
-project(user LANGUAGES C CXX)
+  configure(R"(project(user LANGUAGES C CXX)
 find_package(qorx 1.30 REQUIRED)
 add_executable(user_c user.c)
 target_link_libraries(user_c qorx::qorx)
@@ -219,31 +212,21 @@ add_executable(user_cpp user.cpp)
 target_link_libraries(user_cpp qorx::qorx)
 add_executable(user_static user.c)
 target_link_libraries(user_static qorx::qorx_static)
-)";
-  const fs::path build = directory_.path() / "build";
-  const ToolRun configured =
-      run_command({QORX_CMAKE, "-S", directory_.path(), "-B", build, "-DCMAKE_PREFIX_PATH=" + prefix_.string(),
-                   "-DCMAKE_C_COMPILER=" QORX_C_COMPILER, "-DCMAKE_CXX_COMPILER=" QORX_CXX_COMPILER});
-  ASSERT_EQ(configured.status, 0) << configured.output << configured.errors;
-  const ToolRun built = run_command({QORX_CMAKE, "--build", build});
-  ASSERT_EQ(built.status, 0) << built.output << built.errors;
+)");
+  cmake({"--build", build_});
   for (const char* const program : {"build/user_c", "build/user_cpp", "build/user_static"}) {
     expect_runs(program);
   }
 }
 
 TEST_F(InstallForUsers, FindPackageRefusesAnotherMajorVersion) {
-  std::ofstream(directory_.path() / "CMakeLists.txt") << R"(cmake_minimum_required(VERSION 3.16)
-project(user LANGUAGES NONE)
+  configure(R"(project(user LANGUAGES NONE)
 find_package(qorx 2.0 QUIET)
 if(qorx_FOUND)
   message(FATAL_ERROR "found ${qorx_VERSION}")
 endif()
 find_package(qorx REQUIRED)
-)";
-  const ToolRun configured = run_command({QORX_CMAKE, "-S", directory_.path(), "-B", directory_.path() / "build",
-                                          "-DCMAKE_PREFIX_PATH=" + prefix_.string()});
-  EXPECT_EQ(configured.status, 0) << configured.output << configured.errors;
+)");
 }
 
 }  // namespace

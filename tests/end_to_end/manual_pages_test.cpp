@@ -2,14 +2,15 @@
 #include <gtest/gtest.h>
 
 #include <algorithm>
-#include <array>
 #include <filesystem>
+#include <iterator>
 #include <regex>
 #include <set>
 #include <string>
 #include <vector>
 
 #include "tests/end_to_end/manual_page.h"
+#include "tests/end_to_end/system_tools.h"
 #include "tests/support/rows.h"
 
 namespace qorx::test {
@@ -18,44 +19,31 @@ namespace {
 namespace fs = std::filesystem;
 
 const fs::path kSource = QORX_SOURCE_DIR;
+const fs::path kPages = documents() / "man";
 
-// The first of these that is installed; empty when none is.
-fs::path installed(const std::string& tool) {
-  for (const char* const directory : {"/usr/bin", "/usr/local/bin", "/bin"}) {
-    if (fs::exists(fs::path(directory) / tool)) {
-      return fs::path(directory) / tool;
-    }
-  }
-  return {};
+// What groups of a pattern take in a text, match after match.
+Lines taken(const std::string& text, const std::string& pattern, const std::vector<int>& groups = {1}) {
+  const std::regex regex(pattern);
+  return {std::sregex_token_iterator(text.begin(), text.end(), regex, groups), std::sregex_token_iterator()};
 }
 
 class ManualPage : public testing::TestWithParam<fs::path> {};
 
 TEST_P(ManualPage, IsCleanForGroff) {
-  const fs::path groff = installed("groff");
-  if (groff.empty()) {
-    GTEST_SKIP() << "groff is not installed";
-  }
-  const ToolRun run = run_program(groff, {"-ww", "-mandoc", "-Tutf8", "-z", GetParam().string()}, documents());
-  EXPECT_EQ(run.status, 0);
-  EXPECT_EQ(run.output + run.errors, "");
+  QORX_SKIP_WITHOUT("groff");
+  EXPECT_EQ(run_command({"groff", "-ww", "-mandoc", "-Tutf8", "-z", GetParam()}, documents()), said(""));
 }
 
 // mandoc looks for the pages that are referred to among the installed ones: those of this project need not be there,
 // but they must exist here.
 bool refers_to_our_page(const std::string& complaint) {
-  static const std::regex reference(R"(referenced manual not found: Xr (\S+) (\d))");
-  std::smatch match;
-  return std::regex_search(complaint, match, reference) &&
-         fs::exists(documents() / "man" / (match[1].str() + "." + match[2].str()));
+  const Lines page = taken(complaint, R"(referenced manual not found: Xr (\S+) (\d))", {1, 2});
+  return !page.empty() && fs::exists(kPages / (page[0] + "." + page[1]));
 }
 
 TEST_P(ManualPage, IsCleanForMandoc) {
-  const fs::path mandoc = installed("mandoc");
-  if (mandoc.empty()) {
-    GTEST_SKIP() << "mandoc is not installed";
-  }
-  const ToolRun run = run_program(mandoc, {"-Tlint", GetParam().string()}, documents());
+  QORX_SKIP_WITHOUT("mandoc");
+  const ToolRun run = run_command({"mandoc", "-Tlint", GetParam()}, documents());
   for (const std::string& complaint : page_lines(run.output + run.errors)) {
     EXPECT_TRUE(refers_to_our_page(complaint)) << complaint;
   }
@@ -64,23 +52,19 @@ TEST_P(ManualPage, IsCleanForMandoc) {
 INSTANTIATE_TEST_SUITE_P(All, ManualPage, testing::ValuesIn(manual_pages()), kNamedByFile);
 
 TEST(Manual, HasAPageForEveryCommandFileAndLibrary) {
-  std::set<std::string> names;
-  for (const fs::path& page : manual_pages()) {
-    names.insert(page.filename().string());
-  }
-  EXPECT_EQ(names,
+  EXPECT_EQ(files_below(kPages),
             (std::set<std::string>{"qorx.8", "qorx.cfg.5", "wmx_name.cfg.5", "smbios.cfg.5", "tovix.cfg.5", "libqorx.3",
                                    "qorx-replay.1", "qorx-capture.1", "qorx-inspect.8", "qorx-inspect.json.5"}));
 }
 
-// All matches of a pattern's first group in the product's sources.
-std::vector<std::string> found_in_sources(const std::vector<std::string>& folders, const std::regex& pattern) {
-  std::vector<std::string> found;
+// What a pattern takes in the product's sources.
+Lines found_in_sources(const Lines& folders, const std::string& pattern) {
+  Lines found;
   for (const std::string& folder : folders) {
     for (const auto& entry : fs::directory_iterator(kSource / folder)) {
-      const std::string text = entry.path().extension() == ".cpp" ? read_file(entry.path()) : "";
-      for (std::sregex_iterator match(text.begin(), text.end(), pattern), end; match != end; ++match) {
-        found.push_back((*match)[1].str());
+      if (entry.path().extension() == ".cpp") {
+        const Lines more = taken(read_file(entry.path()), pattern);
+        found.insert(found.end(), more.begin(), more.end());
       }
     }
   }
@@ -88,7 +72,7 @@ std::vector<std::string> found_in_sources(const std::vector<std::string>& folder
 }
 
 Lines plain_lines(const std::string& page) {
-  Lines lines = page_lines(read_file(documents() / "man" / page));
+  Lines lines = page_lines(read_file(kPages / page));
   std::transform(lines.begin(), lines.end(), lines.begin(), without_escapes);
   return lines;
 }
@@ -96,11 +80,7 @@ Lines plain_lines(const std::string& page) {
 // The pieces of a printf format between its conversions.
 Lines fixed_pieces(const std::string& format) {
   static const std::regex conversion(R"(%(?:\.\*|\.\d)?[sdx]|\\n|\\")");
-  Lines pieces;
-  for (std::sregex_token_iterator piece(format.begin(), format.end(), conversion, -1), end; piece != end; ++piece) {
-    pieces.push_back(piece->str());
-  }
-  return pieces;
+  return {std::sregex_token_iterator(format.begin(), format.end(), conversion, -1), std::sregex_token_iterator()};
 }
 
 bool holds_in_order(const std::string& line, const Lines& pieces) {
@@ -119,9 +99,9 @@ bool holds_in_order(const std::string& line, const Lines& pieces) {
 const std::set<std::string> kUnreachable{"Error: *conf_file is NULL pointer.\\n", "Can't open %s.\\n"};
 
 TEST(Manual, ExplainsEveryErrorLine) {
-  const std::regex message(R"re(\berror\("((?:[^"\\]|\\.)*)")re");
-  const auto formats =
-      found_in_sources({"base", "cli", "config", "discovery", "ident", "lib", "output", "records", "smbios"}, message);
+  const Lines formats =
+      found_in_sources({"base", "cli", "config", "discovery", "ident", "lib", "output", "records", "smbios"},
+                       R"re(\berror\("((?:[^"\\]|\\.)*)")re");
   EXPECT_GT(formats.size(), 25U) << "the sources are written differently: adapt the pattern";
   Lines lines = plain_lines("qorx.8");
   const Lines library_lines = plain_lines("libqorx.3");
@@ -135,17 +115,16 @@ TEST(Manual, ExplainsEveryErrorLine) {
 }
 
 TEST(Manual, ExplainsEveryOperationAndOption) {
-  const std::regex word(R"re(\b(?:Operation|Option)\{"-([^"]+)")re");
-  const auto words = found_in_sources({"cli"}, word);
+  const Lines words = found_in_sources({"cli"}, R"re(\b(?:Operation|Option)\{"-([^"]+)")re");
   EXPECT_EQ(words.size(), 19U) << "nine operations and ten options";
-  const std::string page = read_file(documents() / "man/qorx.8");
+  const std::string page = read_file(kPages / "qorx.8");
   for (const std::string& name : words) {
     EXPECT_TRUE(std::regex_search(page, std::regex("\n\\.It Fl " + name + "[ \n]"))) << name;
   }
 }
 
 TEST(Manual, ExplainsEveryColumnAndMark) {
-  const std::string page = read_file(documents() / "man/qorx.8");
+  const std::string page = read_file(kPages / "qorx.8");
   const Lines table = page_lines(doc_example("all-ports").output);
   ASSERT_FALSE(table.empty());
   std::string header = table.front();
@@ -171,30 +150,23 @@ TEST(Manual, ExplainsEveryColumnAndMark) {
 
 // The feature words of a vocabulary, as the source of the words lists them.
 TEST(Manual, ListsTheFeatureWordsOfEachFile) {
-  const std::string words = read_file(kSource / "ident/features.cpp");
-  const std::string platform_page = read_file(documents() / "man/qorx.cfg.5");
-  const std::string module_page = read_file(documents() / "man/wmx_name.cfg.5");
-  const std::regex entry(R"re(FeatureWord\{"([^"]+)", \w+, ([^}]+)\})re");
-  int checked = 0;
-  for (std::sregex_iterator match(words.begin(), words.end(), entry), end; match != end; ++match, ++checked) {
-    const std::string word = (*match)[1].str();
-    const std::string vocabularies = (*match)[2].str();
-    EXPECT_EQ(platform_page.find("\n.It " + word + "\n") != std::string::npos,
-              vocabularies.find("kPlatform") != std::string::npos)
-        << word;
-    const std::regex listed("\nThe feature words[^.]*[\\s:]" + word + "\\b(?!-)");
-    EXPECT_EQ(std::regex_search(module_page, listed), vocabularies.find("kModule") != std::string::npos) << word;
+  const std::string platform_page = read_file(kPages / "qorx.cfg.5");
+  const std::string module_page = read_file(kPages / "wmx_name.cfg.5");
+  const Lines words =
+      taken(read_file(kSource / "ident/features.cpp"), R"re(FeatureWord\{"([^"]+)", \w+, ([^}]+)\})re", {1, 2});
+  EXPECT_GE(words.size(), 20U) << "ten words and their vocabularies";
+  for (auto word = words.begin(); word != words.end(); word += 2) {
+    const auto is_in = [&](const char* vocabulary) { return word[1].find(vocabulary) != std::string::npos; };
+    EXPECT_EQ(platform_page.find("\n.It " + *word + "\n") != std::string::npos, is_in("kPlatform")) << *word;
+    const std::regex listed("\nThe feature words[^.]*[\\s:]" + *word + "\\b(?!-)");
+    EXPECT_EQ(std::regex_search(module_page, listed), is_in("kModule")) << *word;
   }
-  EXPECT_GE(checked, 10);
 }
 
 std::vector<fs::path> all_documents() {
   std::vector<fs::path> found{kSource / "README.md", kSource / "CONTRIBUTING.md"};
-  for (const auto& entry : fs::directory_iterator(documents())) {
-    if (entry.path().extension() == ".md") {
-      found.push_back(entry.path());
-    }
-  }
+  std::copy_if(fs::directory_iterator(documents()), {}, std::back_inserter(found),
+               [](const fs::path& path) { return path.extension() == ".md"; });
   std::sort(found.begin(), found.end());
   return found;
 }
@@ -204,9 +176,7 @@ class Document : public testing::TestWithParam<fs::path> {};
 TEST_P(Document, LinksLeadSomewhere) {
   const std::string text = read_file(GetParam());
   EXPECT_NE(text, "");
-  const std::regex link(R"re(\]\(([^)#\s]+)\))re");
-  for (std::sregex_iterator match(text.begin(), text.end(), link), end; match != end; ++match) {
-    const std::string target = (*match)[1].str();
+  for (const std::string& target : taken(text, R"re(\]\(([^)#\s]+)\))re")) {
     if (target.find("://") == std::string::npos) {
       EXPECT_TRUE(fs::exists(GetParam().parent_path() / target)) << target;
     }
@@ -215,11 +185,10 @@ TEST_P(Document, LinksLeadSomewhere) {
 
 // Files of the source tree in `code` style: their folder, a slash and a name.
 TEST_P(Document, NamesFilesThatExist) {
-  const std::string text = read_file(GetParam());
-  const std::regex name(
-      R"re(`((?:cli|cmake|config|discovery|doc|examples|ident|lib|output|smbios|tests|tools)/[\w./-]*)`)re");
-  for (std::sregex_iterator match(text.begin(), text.end(), name), end; match != end; ++match) {
-    EXPECT_TRUE(fs::exists(kSource / (*match)[1].str())) << (*match)[1].str();
+  for (const std::string& name :
+       taken(read_file(GetParam()),
+             R"re(`((?:cli|cmake|config|discovery|doc|examples|ident|lib|output|smbios|tests|tools)/[\w./-]*)`)re")) {
+    EXPECT_TRUE(fs::exists(kSource / name)) << name;
   }
 }
 

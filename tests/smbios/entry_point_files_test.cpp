@@ -13,9 +13,6 @@
 namespace qorx::test {
 namespace {
 
-constexpr std::int32_t kNotFound = 0x91;
-constexpr std::int32_t kChecksum = 0x92;
-constexpr std::int32_t kNoMap = 0x97;
 const Outcome kNoSmbios{"Can't find SMBIOS!\n", kNotFound};
 const std::string kEntryFile = "/sys/firmware/dmi/tables/smbios_entry_point";
 const std::string kTableFile = "/sys/firmware/dmi/tables/DMI";
@@ -45,12 +42,6 @@ TEST_P(FilePair, IsSearched) {
   EXPECT_EQ(names(), row().names);
 }
 
-std::string with_wrong_sum() {
-  std::string entry = kTwoSlots.entry_point2();
-  entry[4] = static_cast<char>(entry[4] + 1);
-  return entry;
-}
-
 QORX_ROWS(FilePair, {"version 2 is read", kTwoSlots.entry_point2(), kTwoSlots.bytes(), kBoth},
           {"version 3 is read", kTwoSlots.entry_point3(), kTwoSlots.bytes(), kBoth},
           {"the address in the entry point is not used", kTwoSlots.entry_point3(0xFFFFFFFFFFFFFFFF), kTwoSlots.bytes(),
@@ -76,23 +67,23 @@ QORX_ROWS(FilePair, {"version 2 is read", kTwoSlots.entry_point2(), kTwoSlots.by
           {"zeros are no entry point", std::string(31, '\0'), kTwoSlots.bytes(), {}, kNoSmbios},
           {"other bytes are no entry point", std::string(31, 'x'), kTwoSlots.bytes(), {}, kNoSmbios},
           {"a wrong checksum prints only its own message",
-           with_wrong_sum(),
+           spoiled(kTwoSlots.entry_point2(), 4),
            kTwoSlots.bytes(),
            {},
-           {"SMBIOS entry point structure checksum is NOT 0!\n", kChecksum}},
+           kWrongSum2},
           {"a truncated entry point goes on with zeros", kTwoSlots.entry_point3().substr(0, 16), kTwoSlots.bytes(),
            kBoth},
           {"a truncated address makes a wrong checksum",
            kTwoSlots.entry_point3(0x1000000000000000).substr(0, 16),
            kTwoSlots.bytes(),
            {},
-           {"SMBIOS3 entry point structure checksum is NOT 0!\n", kChecksum}},
+           kWrongSum3},
           {"an empty table file gives no records", kTwoSlots.entry_point2(), "", {}},
           {"an abnormal table keeps the records before",
            kTwoSlots.entry_point2(0, 39),
            kTwoSlots.bytes().substr(0, 39),
            {"A"},
-           {"SMBIOS structure abnormal! NO valid slot name and panel name can be shown!\n", kNotFound}});
+           kAbnormal});
 
 class FileSearch : public MachineTest {
  protected:

@@ -15,9 +15,6 @@
 namespace qorx::test {
 namespace {
 
-constexpr std::int32_t kNotFound = 0x91;
-constexpr std::int32_t kChecksum = 0x92;
-constexpr std::int32_t kNoMap = 0x97;
 constexpr std::uint64_t kBiosArea = 0xF0000;
 constexpr std::uint32_t kTable = 0xE0010;
 
@@ -70,8 +67,7 @@ std::string with_two_entry_points() {
 }
 
 std::string with_a_wrong_checksum_before() {
-  std::string bad = kSlot.entry_point2(0xE8000);
-  bad[20] = static_cast<char>(bad[20] + 1);
+  std::string bad = spoiled(kSlot.entry_point2(0xE8000), 20);
   fix_checksum(bad, 4, 0, 30);
   return put(kSlot.memory2(0xF0030, kTable), 0xF0010, bad);
 }
@@ -81,15 +77,13 @@ SmbiosTable abnormal_table() {
 }
 
 const SmbiosTable kNameless = SmbiosTable().structure(slot_area(0, 7, 0), {});
-const Outcome kNothing{"", kNotFound};
-const Outcome kAbnormal{"SMBIOS structure abnormal! NO valid slot name and panel name can be shown!\n", kNotFound};
 
 QORX_ROWS(
     MemorySearch, {"the first entry point that passes", with_two_entry_points(), kFound},
     {"an entry point behind one with a wrong checksum",
      with_a_wrong_checksum_before(),
      kFound,
-     {"SMBIOS entry point structure intermediate checksum is NOT 0!\n", 0}},
+     {kWrongIntermediate.printed, 0}},
     {"nothing in an empty memory", "", {}, kNothing},
     // The last byte of the address is missing; it is 0.
     {"an entry point that the memory cuts", kSlot.memory3(0xF0000, kTable).substr(0, 0xF0000 + 23), kFound},
@@ -136,12 +130,10 @@ TEST_F(MemoryArea, HoldsNoEntryPointElsewhere) {
 }
 
 TEST_F(MemoryArea, GivesTheCodeOfTheLastBoundaryWhereNothingIsFound) {
-  std::string bad = kSlot.entry_point3(kTable);
-  bad[5] = static_cast<char>(bad[5] + 1);
-  const std::string message = "SMBIOS3 entry point structure checksum is NOT 0!\n";
+  const std::string bad = spoiled(kSlot.entry_point3(kTable), 5);
   for (const auto& [at, code] : {std::pair{0xFFFE0, kChecksum}, {0xFFFD0, kNotFound}, {0xF0000, kNotFound}}) {
     SCOPED_TRACE(at);
-    expect_found(put(std::string(0x100000, '\0'), static_cast<std::size_t>(at), bad), {}, {message, code});
+    expect_found(put(std::string(0x100000, '\0'), static_cast<std::size_t>(at), bad), {}, {kWrongSum3.printed, code});
   }
 }
 

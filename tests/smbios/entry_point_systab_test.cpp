@@ -10,8 +10,6 @@
 namespace qorx::test {
 namespace {
 
-constexpr std::int32_t kNotFound = 0x91;
-constexpr std::int32_t kNoMap = 0x97;
 constexpr std::int32_t kNoSystab = 0xFF;
 constexpr const char* kSystab = "sys/firmware/efi/systab";
 constexpr const char* kNoLegacy = "Can't find by legacy method.\n";

@@ -30,6 +30,23 @@ inline std::int32_t parse(const SmbiosTable& table) {
   return parse(table.bytes(), static_cast<std::uint32_t>(table.bytes().size()));
 }
 
+// Codes of a search, and what is said with them.
+inline constexpr std::int32_t kNotFound = 0x91;
+inline constexpr std::int32_t kChecksum = 0x92;
+inline constexpr std::int32_t kNoMap = 0x97;
+inline const Outcome kNothing{"", kNotFound};
+inline const Outcome kAbnormal{"SMBIOS structure abnormal! NO valid slot name and panel name can be shown!\n",
+                               kNotFound};
+inline const Outcome kWrongSum2{"SMBIOS entry point structure checksum is NOT 0!\n", kChecksum};
+inline const Outcome kWrongIntermediate{"SMBIOS entry point structure intermediate checksum is NOT 0!\n", kChecksum};
+inline const Outcome kWrongSum3{"SMBIOS3 entry point structure checksum is NOT 0!\n", kChecksum};
+
+// The bytes with one of them a little bigger.
+inline std::string spoiled(std::string bytes, std::size_t at) {
+  bytes[at] = static_cast<char>(bytes[at] + 1);
+  return bytes;
+}
+
 // The slot names of the valid slot records.
 inline Texts names() {
   return texts_of(slot_records(), &SlotRecord::slot_name);
