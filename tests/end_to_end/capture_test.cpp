@@ -15,37 +15,35 @@ namespace {
 
 namespace fs = std::filesystem;
 
-class CaptureOfAppliance : public testing::TestWithParam<std::string> {};
+class CaptureOfAppliance : public testing::TestWithParam<std::string> {
+ protected:
+  const Appliance machine_{GetParam()};
+  const Capture capture_{machine_.root()};
+};
 
 TEST_P(CaptureOfAppliance, EveryOperationOfTheGoldenCasesSaysTheSame) {
-  const Appliance machine(GetParam());
-  const Capture capture(machine.root());
-  EXPECT_EQ(capture.complaints(), "") << "all of it can be read";
-  EXPECT_GT(machine.cases().size(), 50U);
-  for (const std::string& name : machine.cases()) {
+  EXPECT_EQ(capture_.complaints(), "") << "all of it can be read";
+  EXPECT_GT(machine_.cases().size(), 50U);
+  for (const std::string& name : machine_.cases()) {
     SCOPED_TRACE(name);
-    const Transcript expected = machine.expected(name);
-    EXPECT_EQ(capture.expect_same(expected.arguments, machine.configuration()), expected.output);
+    const Transcript expected = machine_.expected(name);
+    EXPECT_EQ(capture_.expect_same(expected.arguments, machine_.configuration()), expected.output);
   }
 }
 
 TEST_P(CaptureOfAppliance, TheArchiveItselfSaysTheSame) {
-  const Appliance machine(GetParam());
-  const Capture capture(machine.root());
   for (const char* const name : {"all", "all-config", "sysinfo", "tovix"}) {
-    const Transcript expected = machine.expected(name);
-    const Transcript played = play(expected, machine.configuration(), [&](const fs::path& directory) {
-      return run_replay(capture.archive(), directory, expected.arguments);
+    const Transcript expected = machine_.expected(name);
+    const Transcript played = play(expected, machine_.configuration(), [&](const fs::path& directory) {
+      return run_replay(capture_.archive(), directory, expected.arguments);
     });
     EXPECT_EQ(text_of(played), text_of(expected));
   }
 }
 
 TEST_P(CaptureOfAppliance, TheSlotRecordsAreTheSame) {
-  const Appliance machine(GetParam());
-  const Capture capture(machine.root());
-  EXPECT_EQ(slot_trace(capture.archive()), slot_trace(machine.root()));
-  EXPECT_NE(slot_trace(capture.archive()), "");
+  EXPECT_EQ(slot_trace(capture_.archive()), slot_trace(machine_.root()));
+  EXPECT_NE(slot_trace(capture_.archive()), "");
 }
 
 INSTANTIATE_TEST_SUITE_P(Appliances, CaptureOfAppliance, testing::ValuesIn(Appliance::names()));

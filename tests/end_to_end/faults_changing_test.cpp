@@ -86,7 +86,7 @@ class Changing : public RunsHere {
   static constexpr unsigned kMost = 5000;
 
   // Runs the operations until both sides had their turns and a change was seen. A failure must be one of those given.
-  void expect_whole_runs(const Change& change, const std::set<int>& failures, const Words& options = {}) {
+  void expect_whole_runs(const Change& change, const std::set<int>& failures = {}, const Words& options = {}) {
     const Disturber disturber(change);
     std::map<Words, std::set<std::string>> seen;
     bool is_seen = false;
@@ -120,29 +120,25 @@ class Changing : public RunsHere {
 TEST_F(Changing, FilesOfAPort) {
   const std::string config = endpoint_config({.subsys_vendor = 0x13FE, .subsys_device = 0x0037});
   const std::string bridge = read_file(domain() / "0000:00:1c.2/config");
-  expect_whole_runs(
-      [&](unsigned i) {
-        disturb_file(card() / "config", config, i);
-        disturb_file(card() / "net/eth0/address", "02:00:00:00:00:01\n", i);
-        disturb_file(domain() / "0000:00:1c.2/config", bridge, i / 5);
-        disturb_file(domain() / "0000:00:14.0/usb2/2-1/2-1:1.0/uevent", "PRODUCT=bda/8153/3000\n", i / 25);
-      },
-      {});
+  expect_whole_runs([&](unsigned i) {
+    disturb_file(card() / "config", config, i);
+    disturb_file(card() / "net/eth0/address", "02:00:00:00:00:01\n", i);
+    disturb_file(domain() / "0000:00:1c.2/config", bridge, i / 5);
+    disturb_file(domain() / "0000:00:14.0/usb2/2-1/2-1:1.0/uevent", "PRODUCT=bda/8153/3000\n", i / 25);
+  });
 }
 
 TEST_F(Changing, InterfacesComeAndGo) {
   const fs::path net = machine_.root() / "sys/class/net";
-  expect_whole_runs(
-      [&](unsigned i) {
-        const fs::path link = net / ("eth" + std::to_string(i % 9));
-        const fs::path target = fs::read_symlink(link);
-        fs::remove(link);
-        fs::create_symlink("../../devices/virtual/net/br0", net / ("veth" + std::to_string(i % 50)));
-        fs::create_symlink(target, net / "between");
-        fs::rename(net / "between", link);
-        fs::remove(net / ("veth" + std::to_string((i + 25) % 50)));
-      },
-      {});
+  expect_whole_runs([&](unsigned i) {
+    const fs::path link = net / ("eth" + std::to_string(i % 9));
+    const fs::path target = fs::read_symlink(link);
+    fs::remove(link);
+    fs::create_symlink("../../devices/virtual/net/br0", net / ("veth" + std::to_string(i % 50)));
+    fs::create_symlink(target, net / "between");
+    fs::rename(net / "between", link);
+    fs::remove(net / ("veth" + std::to_string((i + 25) % 50)));
+  });
 }
 
 TEST_F(Changing, DirectoriesComeAndGo) {
@@ -162,12 +158,10 @@ TEST_F(Changing, FirmwareTables) {
   const std::string far_entry = FaultMachine::slots().entry_point3(0, 0xFFFFFFFF);
   const std::string table = FaultMachine::slots().bytes();
   const fs::path tables = machine_.root() / "sys/firmware/dmi/tables";
-  expect_whole_runs(
-      [&](unsigned i) {
-        disturb_file(tables / "smbios_entry_point", i % 2 == 0 ? entry : far_entry, i / 2);
-        disturb_file(tables / "DMI", i % 3 == 0 ? table : table.substr(0, table.size() - 3), i / 3);
-      },
-      {});
+  expect_whole_runs([&](unsigned i) {
+    disturb_file(tables / "smbios_entry_point", i % 2 == 0 ? entry : far_entry, i / 2);
+    disturb_file(tables / "DMI", i % 3 == 0 ? table : table.substr(0, table.size() - 3), i / 3);
+  });
 }
 
 // A map of a file that shrinks would kill its reader.
@@ -175,28 +169,24 @@ TEST_F(Changing, RecordedMemory) {
   machine_.write("sys/firmware/efi/systab", "SMBIOS=0x1000\n").make_directory("dev");
   const std::string memory = FaultMachine::slots().memory2(0x1000, 0x2000);
   const fs::path path = machine_.root() / "dev/mem";
-  expect_whole_runs(
-      [&](unsigned i) {
-        if (i % 100 == 0) {
-          put(path, memory);
-        }
-        fs::resize_file(path, i % 2 == 0 ? 0x2080 : 0);
-        fs::resize_file(path, memory.size());
-      },
-      {});
+  expect_whole_runs([&](unsigned i) {
+    if (i % 100 == 0) {
+      put(path, memory);
+    }
+    fs::resize_file(path, i % 2 == 0 ? 0x2080 : 0);
+    fs::resize_file(path, memory.size());
+  });
 }
 
 TEST_F(Changing, Adapters) {
   const fs::path adapters = machine_.root() / "sys/class/i2c-adapter";
-  expect_whole_runs(
-      [&](unsigned i) {
-        disturb_file(adapters / "i2c-4/name", "SMBus I801 adapter at efa0\n", i);
-        disturb_file(adapters / "i2c-9/name", "i2c-4-mux (chan_id 2)\n", i / 2);
-        const fs::path other = adapters / ("i2c-" + std::to_string(10 + i % 300));
-        fs::rename(adapters / "i2c-4", other);
-        fs::rename(other, adapters / "i2c-4");
-      },
-      {});
+  expect_whole_runs([&](unsigned i) {
+    disturb_file(adapters / "i2c-4/name", "SMBus I801 adapter at efa0\n", i);
+    disturb_file(adapters / "i2c-9/name", "i2c-4-mux (chan_id 2)\n", i / 2);
+    const fs::path other = adapters / ("i2c-" + std::to_string(10 + i % 300));
+    fs::rename(adapters / "i2c-4", other);
+    fs::rename(other, adapters / "i2c-4");
+  });
 }
 
 TEST_F(Changing, PlatformFile) {

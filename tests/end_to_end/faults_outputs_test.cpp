@@ -8,6 +8,7 @@
 #include <functional>
 #include <string>
 #include <tuple>
+#include <utility>
 #include <vector>
 
 #include "tests/end_to_end/faults.h"
@@ -167,12 +168,10 @@ TEST_F(OutputFaults, AScreenThatIsAFileWhichMayNotGrow) {
 }
 
 TEST_F(OutputFaults, ALostScreenKeepsTheStatusOfAnotherFailure) {
-  const auto status = [&](const Words& words) { return run_with_output(machine_, words, with_file_size(0)).status; };
-  EXPECT_EQ(status({}), 147);
-  EXPECT_EQ(status({"-d"}), 147);
-  EXPECT_EQ(status({"-x"}), 150);
-  EXPECT_EQ(status({"-a", "-config", "missing"}), 128);
-  EXPECT_EQ(status({"-V"}), 131);
+  for (const auto& [words, status] : std::vector<std::pair<Words, int>>{
+           {{}, 147}, {{"-d"}, 147}, {{"-x"}, 150}, {{"-a", "-config", "missing"}, 128}, {{"-V"}, 131}}) {
+    EXPECT_EQ(run_with_output(machine_, words, with_file_size(0)).status, status) << testing::PrintToString(words);
+  }
 }
 
 // Without slot numbers tovix.cfg comes with a warning and a table on the screen; the file is complete all the same.
