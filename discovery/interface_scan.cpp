@@ -26,7 +26,8 @@ constexpr std::uint32_t kNoControlPort = 0x302E;  // an A_BYPASS controller whos
 
 // What one scan needs, and forgets with its end.
 struct Scan {
-  Scan() {}  // so that nothing is zeroed that is filled as it is used
+  // Not defaulted: that one would be zeroed first, and most of it is filled only as it is used.
+  Scan() {}  // NOLINT(modernize-use-equals-default)
 
   SlotMatcher matcher{slot_records()};
   PciFunctions functions;

@@ -81,7 +81,7 @@ struct SubsystemReading {
 // The subsystem ids of functions named by their addresses, each read once in the life of this object.
 class PciFunctions {
  public:
-  PciFunctions() { first_.fill(kNone); }  // NOLINT(cppcoreguidelines-pro-type-member-init): filled when used
+  PciFunctions() { first_.fill(kNone); }
 
   // Valid until the next call.
   const SubsystemReading& subsystem_of(PciAddress address);

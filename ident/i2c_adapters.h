@@ -22,8 +22,6 @@ class I2cAdapters {
     std::string_view name;  // first line of its name file; empty when it can't be read
   };
 
-  I2cAdapters() {}  // NOLINT(cppcoreguidelines-pro-type-member-init): the texts are filled as far as they are used
-
   // Goes back to the first adapter. False when the folder can't be opened.
   bool rewind();
 
