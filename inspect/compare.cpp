@@ -170,9 +170,9 @@ Pairing pair_ports(const Ports& expected, const Ports& found, bool by_slot) {
 }
 
 bool same(const Json& a, const Json& b, const Field& field) {
-  const bool is_utf8 = a["bytes"].empty() && b["bytes"].empty();
+  const bool is_plain = a["bytes"].empty() && b["bytes"].empty();
   return std::all_of(field.keys.begin(), field.keys.end(), [&](const char* key) {
-    return key == nullptr || (a[key] == b[key] && (is_utf8 || value_of(a, key) == value_of(b, key)));
+    return key == nullptr || (a[key] == b[key] && (is_plain || value_of(a, key) == value_of(b, key)));
   });
 }
 
