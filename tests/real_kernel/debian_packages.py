@@ -31,7 +31,8 @@ def locked(folder):
 
 def output_of(command, folder, reason):
     try:
-        done = subprocess.run(command, cwd=folder, stdin=subprocess.DEVNULL, capture_output=True, text=True, timeout=600)
+        done = subprocess.run(command, cwd=folder, stdin=subprocess.DEVNULL, capture_output=True, text=True,
+                              timeout=600)
     except (OSError, subprocess.TimeoutExpired) as problem:
         raise NotAvailable(f"{reason}: {problem}") from problem
     if done.returncode != 0:

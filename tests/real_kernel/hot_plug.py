@@ -86,7 +86,8 @@ def pull_and_plug(machine, set_up):
 # Every status that qorx can have: 0, and the codes that its manual describes.
 STATUSES = {0, 128, 129, 131, 136, 140, *range(145, 155)}
 
-TOVIX_RECORD = re.compile(r"eth_name: \S+\nSEGMENT: \d+\n(?:TYPE: .*\n)?BUS: .*\n(?:DEV: ..\nFUN: .\n|MCU_SEGMENT: .\n)\n")
+TOVIX_RECORD = re.compile(
+    r"eth_name: \S+\nSEGMENT: \d+\n(?:TYPE: .*\n)?BUS: .*\n(?:DEV: ..\nFUN: .\n|MCU_SEGMENT: .\n)\n")
 
 
 def addresses(set_up):

@@ -1,4 +1,4 @@
-"""What qorx costs beside the other tools that read slots and cards: time, system calls, reads of configuration space."""
+"""What qorx costs beside other tools that read slots and cards: time, system calls, reads of configuration space."""
 
 import shutil
 

@@ -148,7 +148,8 @@ class Guests(unittest.TestCase):
                 "machine = VirtualMachine(['sleep', '60'], Path(sys.argv[1]), 60)\n"
                 "print(machine.process.pid, flush=True)\ntime.sleep(60)\n")
         with tempfile.TemporaryDirectory() as folder:
-            with subprocess.Popen([sys.executable, "-B", "-c", code, folder], cwd=HERE, stdout=subprocess.PIPE) as runner:
+            with subprocess.Popen([sys.executable, "-B", "-c", code, folder], cwd=HERE,
+                                  stdout=subprocess.PIPE) as runner:
                 guest = int(runner.stdout.readline())
                 self.assertTrue(is_running(guest))
                 runner.send_signal(signal.SIGKILL)

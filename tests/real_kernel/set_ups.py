@@ -16,7 +16,7 @@ class SetUp:
     stories: tuple                  # transcripts in the folder of the appliance, told in this order
     replayed: tuple = ()            # those of the stories that must go the same way on what the guest recorded
     hot_plug: tuple = ()            # root ports whose cards are pulled and plugged
-    inspected: bool = False         # what qorx-inspect says is compared with the table, in the guest and of the recording
+    inspected: bool = False         # what qorx-inspect says is compared with the table
     measured: bool = False          # what qorx costs beside other tools is printed
     long: bool = False              # only in a long check
 
