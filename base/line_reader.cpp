@@ -15,7 +15,7 @@ FilePtr open_text_file(const char* path) {
     note_error(errno);
   }
   struct stat status {};
-  if (file && (fstat(fileno(file.get()), &status) != 0 || S_ISDIR(status.st_mode))) {
+  if (file && (!read_status(fileno(file.get()), status) || S_ISDIR(status.st_mode))) {
     file.reset();
   }
   return file;

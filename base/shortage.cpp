@@ -17,6 +17,14 @@ void note_error(int error) {
   }
 }
 
+bool read_status(int descriptor, struct stat& status) {
+  const bool worked = fstat(descriptor, &status) == 0;
+  if (!worked) {
+    note_error(errno);
+  }
+  return worked;
+}
+
 bool take_shortage() {
   return std::exchange(g_is_short, false);
 }

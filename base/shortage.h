@@ -5,10 +5,15 @@
 #ifndef QORX_BASE_SHORTAGE_H
 #define QORX_BASE_SHORTAGE_H
 
+#include <sys/stat.h>
+
 namespace qorx {
 
 // Notes the error (errno) of a call that failed, if it is EMFILE, ENFILE or ENOMEM.
 void note_error(int error);
+
+// fstat that notes its error. False on failure.
+bool read_status(int descriptor, struct stat& status);
 
 // Whether one of them was noted since the last time that this was asked.
 bool take_shortage();

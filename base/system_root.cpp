@@ -199,7 +199,7 @@ SystemFile open_system_file(const char* path) {
 FilePtr open_system_text(const char* path) {
   SystemFile file = open_system_file(path);
   struct stat status {};
-  if (!file.is_open() || fstat(file.descriptor(), &status) != 0 || S_ISDIR(status.st_mode)) {
+  if (!file.is_open() || !read_status(file.descriptor(), status) || S_ISDIR(status.st_mode)) {
     return nullptr;
   }
   FilePtr stream(fdopen(file.descriptor(), "r"));
@@ -241,7 +241,7 @@ long read_system_link(const char* path, std::span<char> buffer) {
 bool is_memory_recorded() {
   const SystemFile file(open_rooted("/dev/mem", O_RDONLY));
   struct stat status {};
-  return file.is_open() && fstat(file.descriptor(), &status) == 0 && S_ISREG(status.st_mode);
+  return file.is_open() && read_status(file.descriptor(), status) && S_ISREG(status.st_mode);
 }
 
 MemoryMap map_system_memory(std::uint64_t base, std::uint64_t length) {
@@ -260,7 +260,7 @@ MemoryMap map_system_memory(std::uint64_t base, std::uint64_t length) {
     file = SystemFile(open_rooted("/dev/mem", O_RDONLY));
   }
   struct stat status {};
-  if (!file.is_open() || fstat(file.descriptor(), &status) != 0) {
+  if (!file.is_open() || !read_status(file.descriptor(), status)) {
     return {};
   }
   if (S_ISREG(status.st_mode)) {
