@@ -31,11 +31,13 @@ if(CMAKE_SYSTEM_PROCESSOR MATCHES "^(x86_64|AMD64|i[3-6]86)$")
   list(APPEND hardening -fcf-protection)
 endif()
 
-# The product: no exceptions and no run-time types, so that nothing but the C library is loaded at start.
+# The product: no exceptions, no run-time types and no guards of local statics (it has one thread), so that the static
+# library, too, needs nothing but the C library.
 add_library(qorx_product INTERFACE)
 target_include_directories(qorx_product INTERFACE ${PROJECT_SOURCE_DIR})
 target_compile_options(qorx_product INTERFACE
-  $<$<COMPILE_LANGUAGE:CXX>:-fno-exceptions> $<$<COMPILE_LANGUAGE:CXX>:-fno-rtti> -fvisibility=hidden
+  $<$<COMPILE_LANGUAGE:CXX>:-fno-exceptions> $<$<COMPILE_LANGUAGE:CXX>:-fno-rtti>
+  $<$<COMPILE_LANGUAGE:CXX>:-fno-threadsafe-statics> -fvisibility=hidden
   "$<$<CONFIG:Release,RelWithDebInfo,MinSizeRel>:${hardening}>")
 target_link_libraries(qorx_product INTERFACE qorx_warnings)
 

@@ -3,21 +3,28 @@
 
 include(CMakePackageConfigHelpers)
 
-if(EXISTS /etc/debian_version)
-  set(zsh_functions ${CMAKE_INSTALL_DATADIR}/zsh/vendor-completions)
-else()
-  set(zsh_functions ${CMAKE_INSTALL_DATADIR}/zsh/site-functions)
-endif()
 set(QORX_BASH_COMPLETION_DIR ${CMAKE_INSTALL_DATADIR}/bash-completion/completions
   CACHE STRING "Where bash looks for completions")
-set(QORX_ZSH_COMPLETION_DIR ${zsh_functions} CACHE STRING "Where zsh looks for completions")
 
-# The tool, with the tools for recorded machines, manuals, completions and sample files.
+# zsh looks in site-functions; only for what lies in /usr itself Debian's looks in vendor-completions instead. The prefix
+# is known when files are installed, and cpack installs them into a folder that ends in the prefix.
+set(QORX_ZSH_FUNCTIONS_DIR "" CACHE STRING "Where zsh looks for completions; empty: by the prefix")
+if(QORX_ZSH_FUNCTIONS_DIR)
+  set(zsh_functions ${QORX_ZSH_FUNCTIONS_DIR})
+else()
+  set(zsh_functions "\${qorx_zsh_functions}")
+  install(CODE "
+    set(qorx_zsh_functions ${CMAKE_INSTALL_DATADIR}/zsh/site-functions)
+    if(EXISTS /etc/debian_version AND CMAKE_INSTALL_PREFIX MATCHES [[^(.*/_CPack_Packages/.*/DEB/.*)?/usr/?$]]
+       AND NOT \"\$ENV{DESTDIR}\" MATCHES /_CPack_Packages/.*/RPM/)
+      set(qorx_zsh_functions ${CMAKE_INSTALL_DATADIR}/zsh/vendor-completions)
+    endif()" COMPONENT Tool)
+endif()
+
+# The tool, with the tools for recorded machines, manuals, completions and sample machines.
 install(TARGETS qorx RUNTIME DESTINATION ${CMAKE_INSTALL_SBINDIR} COMPONENT Tool)
 install(TARGETS qorx-replay RUNTIME DESTINATION ${CMAKE_INSTALL_BINDIR} COMPONENT Tool)
 install(PROGRAMS tools/qorx-capture DESTINATION ${CMAKE_INSTALL_BINDIR} COMPONENT Tool)
-install(FILES completions/qorx.bash DESTINATION ${QORX_BASH_COMPLETION_DIR} RENAME qorx COMPONENT Tool)
-install(FILES completions/_qorx DESTINATION ${QORX_ZSH_COMPLETION_DIR} COMPONENT Tool)
 if(TARGET qorx-inspect)
   install(TARGETS qorx-inspect RUNTIME DESTINATION ${CMAKE_INSTALL_SBINDIR} COMPONENT Tool)
   install(FILES inspect/qorx-inspect-1.schema.json DESTINATION ${CMAKE_INSTALL_DATADIR}/qorx COMPONENT Tool)
@@ -26,17 +33,41 @@ if(TARGET qorx-inspect)
   install(FILES examples/fleet/README.md examples/fleet/differences.yml
     DESTINATION ${CMAKE_INSTALL_DOCDIR}/examples/fleet COMPONENT Tool)
   install(FILES completions/qorx-inspect.bash DESTINATION ${QORX_BASH_COMPLETION_DIR} RENAME qorx-inspect COMPONENT Tool)
-  install(FILES completions/_qorx-inspect DESTINATION ${QORX_ZSH_COMPLETION_DIR} COMPONENT Tool)
+  install(FILES completions/_qorx-inspect DESTINATION ${zsh_functions} COMPONENT Tool)
 endif()
-file(GLOB samples CONFIGURE_DEPENDS RELATIVE ${PROJECT_SOURCE_DIR}
-  examples/appliances/*/qorx.cfg examples/appliances/*/wmx_name.cfg examples/appliances/*/smbios.cfg)
-foreach(sample ${samples})
-  get_filename_component(folder ${sample} DIRECTORY)
-  get_filename_component(appliance ${folder} NAME)
-  install(FILES ${sample} DESTINATION ${CMAKE_INSTALL_DOCDIR}/examples/${appliance} COMPONENT Tool)
+# bash looks for a file of the command's name.
+foreach(program qorx qorx-capture qorx-replay)
+  install(FILES completions/qorx.bash DESTINATION ${QORX_BASH_COMPLETION_DIR} RENAME ${program} COMPONENT Tool)
 endforeach()
-file(GLOB guides CONFIGURE_DEPENDS doc/*.md)
-install(FILES ${guides} DESTINATION ${CMAKE_INSTALL_DOCDIR} COMPONENT Tool)
+install(FILES completions/_qorx DESTINATION ${zsh_functions} COMPONENT Tool)
+
+# The sample machines as archives for qorx-replay, and their configuration files.
+foreach(machine edge legacy)
+  set(sample ${PROJECT_SOURCE_DIR}/examples/appliances/${machine})
+  set(archive ${PROJECT_BINARY_DIR}/examples/${machine}/machine.tar.gz)
+  file(GLOB_RECURSE recorded CONFIGURE_DEPENDS ${sample}/root/*)
+  add_custom_command(OUTPUT ${archive} DEPENDS ${recorded}
+    COMMAND tar --sort=name --mtime=@0 --owner=0 --group=0 --numeric-owner --mode=u=rwX,go=rX -C ${sample}/root
+      -cf machine.tar .
+    COMMAND gzip -9nf machine.tar
+    WORKING_DIRECTORY ${PROJECT_BINARY_DIR}/examples/${machine} VERBATIM)
+  file(MAKE_DIRECTORY ${PROJECT_BINARY_DIR}/examples/${machine})
+  list(APPEND archives ${archive})
+  install(FILES ${archive} ${sample}/qorx.cfg ${sample}/smbios.cfg ${sample}/wmx_name.cfg
+    DESTINATION ${CMAKE_INSTALL_DOCDIR}/examples/${machine} COMPONENT Tool)
+endforeach()
+add_custom_target(qorx_sample_machines ALL DEPENDS ${archives})
+
+# The guides for users. Their links to what is not installed beside them become plain text.
+foreach(guide doc/reliability.md doc/send-us-your-machine.md doc/troubleshooting.md CHANGELOG.md)
+  get_filename_component(name ${guide} NAME)
+  set_property(DIRECTORY APPEND PROPERTY CMAKE_CONFIGURE_DEPENDS ${PROJECT_SOURCE_DIR}/${guide})
+  file(READ ${guide} text)
+  string(REGEX REPLACE "\\[([^]]*)\\]\\([^)]*/[^)]*\\)" "\\1" text "${text}")
+  string(REGEX REPLACE "\\[([^]]*)\\]\\(architecture\\.md\\)" "\\1" text "${text}")
+  file(CONFIGURE OUTPUT ${PROJECT_BINARY_DIR}/guides/${name} CONTENT "${text}" @ONLY)
+  install(FILES ${PROJECT_BINARY_DIR}/guides/${name} DESTINATION ${CMAKE_INSTALL_DOCDIR} COMPONENT Tool)
+endforeach()
 
 # Manual pages: section 3 is for programmers.
 file(GLOB pages CONFIGURE_DEPENDS ${PROJECT_SOURCE_DIR}/doc/man/*.[0-9])
@@ -58,6 +89,19 @@ install(TARGETS qorx_shared qorx_static EXPORT qorxTargets
   LIBRARY DESTINATION ${CMAKE_INSTALL_LIBDIR} COMPONENT Library NAMELINK_COMPONENT Development
   ARCHIVE DESTINATION ${CMAKE_INSTALL_LIBDIR} COMPONENT Development)
 install(FILES lib/qorx.h DESTINATION ${CMAKE_INSTALL_INCLUDEDIR} COMPONENT Development)
+
+# A library in a folder that the loader knows is found once its cache is new. Only where this is the system itself: the
+# packages' own scripts do it for them.
+install(CODE [[
+  if(UNIX AND "$ENV{DESTDIR}" STREQUAL "" AND CMAKE_INSTALL_PREFIX MATCHES "^/usr(/local)?/?$")
+    find_program(qorx_ldconfig ldconfig PATHS /sbin /usr/sbin)
+    if(qorx_ldconfig)
+      execute_process(COMMAND ${qorx_ldconfig} RESULT_VARIABLE qorx_status ERROR_QUIET)
+      if(NOT qorx_status EQUAL 0)
+        message(STATUS "ldconfig failed: run it as root before programs that use the library")
+      endif()
+    endif()
+  endif()]] COMPONENT Library)
 
 # find_package(qorx)
 set(package_dir ${CMAKE_INSTALL_LIBDIR}/cmake/qorx)

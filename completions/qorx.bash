@@ -1,4 +1,4 @@
-# bash completion for qorx
+# bash completion for qorx, qorx-replay and qorx-capture
 
 # The addresses of the physical ports as -p takes them: bus:dev.fun of the last PCI device in each interface's path.
 _qorx_addresses() {
@@ -56,11 +56,9 @@ _qorx_options() {
     _qorx_words "${remaining[*]}"
 }
 
-_qorx() {
-    local words current previous
-    COMPREPLY=()
-    _qorx_split_words
-    previous=${words[-2]}
+# Behind words[0], a command line of qorx.
+_qorx_command() {
+    local previous=${words[-2]}
     if [[ ${#words[@]} -eq 2 ]]; then
         _qorx_words '-a -d -f -p -o -tovix.cfg -sysinfo -support -V'
         return
@@ -85,4 +83,45 @@ _qorx() {
     esac
 }
 
+_qorx() {
+    local words current
+    COMPREPLY=()
+    _qorx_split_words
+    _qorx_command
+}
+
+# The interfaces and addresses are those of the recorded machine where it is a directory.
+_qorx_replay() {
+    local words current
+    COMPREPLY=()
+    _qorx_split_words
+    if [[ ${#words[@]} -eq 2 ]]; then
+        if [[ $current == -* ]]; then _qorx_words --help; else _qorx_files; fi
+        return
+    fi
+    local QORX_COMPLETION_NET=${words[1]}/sys/class/net
+    words=(qorx "${words[@]:2}")
+    if [[ ${#words[@]} -gt 2 && ${words[1]} == -- ]]; then
+        words=(qorx "${words[@]:2}")
+    fi
+    _qorx_command
+}
+
+_qorx_capture() {
+    local words current option remaining=()
+    COMPREPLY=()
+    _qorx_split_words
+    case ${words[-2]} in
+        -o | --root) _qorx_files ;;
+        *)
+            for option in -o --root --anonymize --help; do
+                [[ " ${words[*]} " == *" $option "* ]] || remaining+=("$option")
+            done
+            _qorx_words "${remaining[*]}"
+            ;;
+    esac
+}
+
 complete -F _qorx qorx
+complete -F _qorx_replay qorx-replay
+complete -F _qorx_capture qorx-capture

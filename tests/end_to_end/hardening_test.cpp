@@ -82,6 +82,14 @@ TEST_P(Hardening, ItLoadsNothingButTheCLibrary) {
   EXPECT_THAT(readelf("-d", "(NEEDED)"), AllOf(Not(IsEmpty()), Each(AnyOf(HasSubstr("[libc.so"), HasSubstr("[ld-")))));
 }
 
+// libstdc++, which some of them carry, refers to it; only glibc 2.36 and later have it.
+TEST_P(Hardening, ItStartsWithOlderCLibraries) {
+  if (kSanitizedBuild) {
+    GTEST_SKIP() << "the sanitizers bring libraries";
+  }
+  EXPECT_TRUE(readelf("--dyn-syms", "arc4random").empty());
+}
+
 TEST_P(Hardening, ReleaseBuildsCheckBuffersAndTheStack) {
   if (!kReleaseBuild || is_static()) {
     GTEST_SKIP() << "only release builds are compiled so, and a fully static one does not show it";

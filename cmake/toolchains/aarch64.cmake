@@ -1,0 +1,15 @@
+# 64-bit ARM, by Debian's cross compiler (g++-aarch64-linux-gnu). Programs run here under qemu-aarch64, with its
+# libraries below /usr/aarch64-linux-gnu.
+set(CMAKE_SYSTEM_NAME Linux)
+set(CMAKE_SYSTEM_PROCESSOR aarch64)
+set(CMAKE_C_COMPILER aarch64-linux-gnu-gcc)
+set(CMAKE_CXX_COMPILER aarch64-linux-gnu-g++)
+set(CMAKE_LIBRARY_ARCHITECTURE aarch64-linux-gnu)
+set(CMAKE_FIND_ROOT_PATH /usr/aarch64-linux-gnu)
+set(CMAKE_FIND_ROOT_PATH_MODE_PROGRAM NEVER)
+set(CMAKE_FIND_ROOT_PATH_MODE_LIBRARY ONLY)
+set(CMAKE_FIND_ROOT_PATH_MODE_INCLUDE ONLY)
+find_program(emulator NAMES qemu-aarch64-static qemu-aarch64)
+if(emulator)
+  set(CMAKE_CROSSCOMPILING_EMULATOR ${emulator} -L /usr/aarch64-linux-gnu)
+endif()

@@ -1,0 +1,165 @@
+// What the scripts of the project say and do on systems that miss something. Each runs with a PATH of its own: the
+// few tools that it uses, and stand-ins for the rest.
+#include <gtest/gtest.h>
+
+#include <filesystem>
+#include <fstream>
+#include <string>
+#include <vector>
+
+#include "tests/end_to_end/system_tools.h"
+#include "tests/support/fake_machine.h"
+
+namespace qorx::test {
+namespace {
+
+namespace fs = std::filesystem;
+
+class Scripts : public testing::Test {
+ protected:
+  void SetUp() override {
+    for (const char* const tool : {"sh", "env", "sed", "grep", "sort", "head", "dirname", "find", "xargs"}) {
+      const ToolRun which = run_command({"sh", "-c", std::string("command -v ") + tool});
+      fs::create_symlink(lines_of(which.output).at(0), tools_.path() / tool);
+    }
+    tool("id", "echo 1000");
+    tool("dpkg-query", "exit 1");
+    tool("cmake", "echo 'cmake version 3.25.1'");
+    tool("ninja", "exit 0");
+    tool("c++", "exit 0");
+  }
+
+  void tool(const std::string& name, const std::string& script) const {
+    std::ofstream(tools_.path() / name) << "#!/bin/sh\n" << script << "\n";
+    fs::permissions(tools_.path() / name, fs::perms::owner_all);
+  }
+  void no_tool(const std::string& name) const { fs::remove(tools_.path() / name); }
+
+  // What was installed, one line for each run of apt-get.
+  void tool_apt_get() const { tool("apt-get", "echo \"$*\" >>'" + (tools_.path() / "apt-get.log").string() + "'"); }
+  std::string apt_get_log() const { return read_file(tools_.path() / "apt-get.log"); }
+
+  ToolRun run(const std::string& script, const std::vector<std::string>& arguments) const {
+    std::vector<std::string> words{"-i", "PATH=" + tools_.path().string(), kSource / script};
+    words.insert(words.end(), arguments.begin(), arguments.end());
+    return run_command(words);
+  }
+
+  const fs::path kSource = QORX_SOURCE_DIR;
+  const TemporaryDirectory tools_;
+};
+
+TEST_F(Scripts, NothingIsSaidOrDoneWhereNothingIsMissing) {
+  tool("dpkg-query", "echo 'install ok installed'");
+  tool_apt_get();
+  for (const char* const set : {"build", "check", "long"}) {
+    const ToolRun installed = run("scripts/install-packages", {set});
+    EXPECT_EQ(installed.output + installed.errors, "") << set;
+    EXPECT_EQ(installed.status, 0) << set;
+  }
+  EXPECT_EQ(apt_get_log(), "");
+}
+
+TEST_F(Scripts, RootInstallsWhatIsMissingAndSaysWhatThatIs) {
+  tool("id", "echo 0");
+  tool("dpkg-query", "case $* in *ninja-build) exit 1 ;; esac; echo 'install ok installed'");
+  tool_apt_get();
+  const ToolRun installed = run("scripts/install-packages", {"build"});
+  EXPECT_EQ(installed.output, "Installing: ninja-build\n");
+  EXPECT_EQ(installed.errors, "");
+  EXPECT_EQ(installed.status, 0);
+  EXPECT_EQ(apt_get_log(), "update -qq\ninstall -y -qq --no-install-recommends ninja-build\n");
+}
+
+TEST_F(Scripts, AnOrdinaryUserAsksSudo) {
+  tool_apt_get();
+  tool("sudo", "echo sudo; exec \"$@\"");
+  const ToolRun installed = run("scripts/install-packages", {"build"});
+  EXPECT_EQ(installed.output, "Installing: g++ cmake ninja-build nlohmann-json3-dev\nsudo\nsudo\n");
+  EXPECT_EQ(installed.status, 0);
+}
+
+TEST_F(Scripts, WithoutARightToInstallThePackagesAreNamedAndTheProgramsDo) {
+  tool_apt_get();
+  const ToolRun installed = run("scripts/install-packages", {"build"});
+  EXPECT_EQ(installed.output, "");
+  EXPECT_EQ(installed.errors,
+            "Packages of Debian and Ubuntu that are missing: g++ cmake ninja-build nlohmann-json3-dev (only root can, "
+            "and there is no sudo "
+            "here)\n");
+  EXPECT_EQ(installed.status, 0) << "the programs are there";
+  EXPECT_EQ(apt_get_log(), "");
+}
+
+TEST_F(Scripts, WithoutAptGetThePackagesAreNamedAndTheProgramsDo) {
+  const ToolRun installed = run("scripts/install-packages", {"build"});
+  EXPECT_EQ(installed.errors,
+            "Packages of Debian and Ubuntu that are missing: g++ cmake ninja-build nlohmann-json3-dev (there is no "
+            "apt-get here)\n");
+  EXPECT_EQ(installed.status, 0);
+}
+
+TEST_F(Scripts, WithoutTheProgramsThereIsNoGoingOn) {
+  no_tool("ninja");
+  no_tool("c++");
+  const ToolRun installed = run("scripts/install-packages", {"build"});
+  EXPECT_EQ(lines_of(installed.errors).back(), "Can't go on without: a C++ compiler ninja");
+  EXPECT_EQ(installed.status, 1);
+}
+
+TEST_F(Scripts, AnOlderCMakeIsNamedInOneLine) {
+  tool("dpkg-query", "echo 'install ok installed'");
+  tool("cmake", "echo 'cmake version 3.22.1'; echo 'CMake suite'; [ \"$1\" = --version ]");
+  for (const char* const script : {"demo", "check"}) {
+    const ToolRun run = this->run(script, {});
+    EXPECT_EQ(run.output, "") << script;
+    EXPECT_EQ(run.errors, "CMake is too old: 3.22.1; qorx needs 3.25 or newer.\n") << script;
+    EXPECT_EQ(run.status, 1) << script;
+  }
+}
+
+TEST_F(Scripts, TheLeastCMakeIsTheSameEverywhere) {
+  for (const char* const file : {"CMakeLists.txt", "fuzz/CMakeLists.txt"}) {
+    EXPECT_TRUE(read_file(kSource / file).find("cmake_minimum_required(VERSION 3.25)") != std::string::npos) << file;
+  }
+  EXPECT_NE(read_file(kSource / "scripts/install-packages").find("\nleast_cmake=3.25\n"), std::string::npos);
+  EXPECT_NE(read_file(kSource / "README.md").find("CMake 3.25"), std::string::npos);
+}
+
+TEST_F(Scripts, ChecksWhoseAnswerDependsOnTheToolAreSkippedForAnotherVersion) {
+  tool("clang-format", "echo 'Ubuntu clang-format version 18.1.3 (1ubuntu1)'");
+  tool("clang-tidy", "printf 'Debian LLVM version 19.1.7\\n  Optimized build.\\n'");
+  tool("cppcheck", "echo 'Cppcheck 2.17.1'");
+  for (const auto& [check, reason] :
+       {std::pair("format", "clang-format 14; here is 18.1.3"), std::pair("tidy", "clang-tidy 14; here is 19.1.7"),
+        std::pair("cppcheck", "cppcheck 2.10; here is 2.17.1")}) {
+    const ToolRun skipped = run("scripts/static-checks", {check, "build"});
+    EXPECT_EQ(skipped.output, std::string("skipped: the rules are written for ") + reason + "\n");
+    EXPECT_EQ(skipped.status, 77) << check;
+  }
+  no_tool("cppcheck");
+  EXPECT_EQ(run("scripts/static-checks", {"cppcheck", "build"}).output,
+            "skipped: the rules are written for cppcheck 2.10; here is none\n");
+}
+
+TEST_F(Scripts, ChecksOfTheRightVersionRun) {
+  tool("cppcheck", "case $1 in --version) echo 'Cppcheck 2.10' ;; *) echo \"$1\"; exit 1 ;; esac");
+  const ToolRun checked = run("scripts/static-checks", {"cppcheck", "build"});
+  EXPECT_EQ(checked.output, "--enable=warning,performance,portability,style\n");
+  EXPECT_EQ(checked.status, 1);
+  tool("clang-format-14", "case $1 in --version) echo 'clang-format version 14.0.6' ;; *) exit 1 ;; esac");
+  tool("clang-format", "echo 'clang-format version 19.1.7'");
+  EXPECT_NE(run("scripts/static-checks", {"format", "build"}).status, 77) << "by its name with the version";
+}
+
+TEST_F(Scripts, AreSoundShell) {
+  QORX_SKIP_WITHOUT("shellcheck");
+  for (const char* const script : {"check", "demo", "scripts/fresh-machine", "scripts/install-packages",
+                                   "scripts/run-tests", "scripts/static-checks", "fuzz/run"}) {
+    const ToolRun run = run_command({"shellcheck", (kSource / script).string()});
+    EXPECT_EQ(run.status, 0) << run.output;
+  }
+}
+
+}  // namespace
+}  // namespace qorx::test
