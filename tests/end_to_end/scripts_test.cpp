@@ -118,6 +118,16 @@ TEST_F(Scripts, AnOlderCMakeIsNamedInOneLine) {
   }
 }
 
+TEST_F(Scripts, AnOlderCompilerIsNamed) {
+  const TemporaryDirectory build;
+  const ToolRun run =
+      run_command({QORX_CMAKE, "-S", QORX_SOURCE_DIR, "-B", build.path(), "-DCMAKE_CXX_COMPILER_FORCED=ON",
+                   "-DCMAKE_CXX_COMPILER_ID=GNU", "-DCMAKE_CXX_COMPILER_VERSION=11.2"});
+  EXPECT_NE(run.status, 0);
+  EXPECT_NE(run.errors.find("The compiler is too old: GNU 11.2; qorx needs g++ 12 or clang 14\n"), std::string::npos)
+      << run.errors;
+}
+
 TEST_F(Scripts, TheLeastCMakeIsTheSameEverywhere) {
   for (const char* const file : {"CMakeLists.txt", "fuzz/CMakeLists.txt"}) {
     EXPECT_TRUE(read_file(kSource / file).find("cmake_minimum_required(VERSION 3.25)") != std::string::npos) << file;
