@@ -51,6 +51,6 @@ if(QORX_SANITIZE)
   add_link_options(-fsanitize=address,undefined)
 endif()
 if(QORX_COVERAGE)
-  add_compile_options(--coverage -O0)
+  add_compile_options(--coverage -O0 -fprofile-update=atomic)  # tests run several programs at once
   add_link_options(--coverage)
 endif()
