@@ -81,7 +81,8 @@ void print_cleaned(std::FILE* stream, const char* format, std::va_list arguments
       continue;
     }
     Piece piece;  // NOLINT(cppcoreguidelines-pro-type-member-init): the conversion fills it
-    for (const char character : convert(take_conversion(left), &rest, piece)) {
+    const std::string_view text = convert(take_conversion(left), &rest, piece);
+    for (const char character : text) {
       std::fputc(is_control(character) ? '?' : character, stream);
     }
   }

@@ -88,7 +88,7 @@ int open_rooted(const char* path, int flags) {
 
 // A recorded machine's memory is copied rather than mapped: a file that shrinks under a map kills its reader.
 MemoryMap load_regular_file(const SystemFile& file, std::uint64_t file_size, std::uint64_t base, std::uint64_t extent) {
-  const std::uint64_t present = std::min({extent, kMapLimit, file_size > base ? file_size - base : 0});
+  const auto present = static_cast<std::size_t>(std::min({extent, kMapLimit, file_size > base ? file_size - base : 0}));
   if (present == 0) {
     return {nullptr, 0, extent};
   }
@@ -272,8 +272,8 @@ MemoryMap map_system_memory(std::uint64_t base, std::uint64_t length) {
     return {};
   }
   const auto present = static_cast<std::size_t>(std::min(extent, kMapLimit));
-  void* const memory = mmap(nullptr, std::min<std::uint64_t>(length, present), PROT_READ, MAP_SHARED, file.descriptor(),
-                            static_cast<off_t>(base));
+  void* const memory = mmap(nullptr, static_cast<std::size_t>(std::min<std::uint64_t>(length, present)), PROT_READ,
+                            MAP_SHARED, file.descriptor(), static_cast<off_t>(base));
   if (memory == MAP_FAILED) {
     note_error(errno);
     return {};

@@ -50,7 +50,7 @@ std::int32_t find_entry_point(std::uint64_t physical_address, EntryPoint& entry)
   const ByteView area(memory.bytes());
   std::int32_t code = code_byte(kSmbiosNotFound);
   for (std::uint64_t offset = 0; offset <= kScanLast; offset += kScanStep) {
-    code = Check_SMBIOS_entry_point(area.from(offset), entry);
+    code = Check_SMBIOS_entry_point(area.from(static_cast<std::size_t>(offset)), entry);
     if (code == 0) {
       trace_entry(entry);
       break;

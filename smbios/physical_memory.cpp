@@ -18,7 +18,7 @@ PhysicalMemory::PhysicalMemory(std::uint64_t address, std::uint64_t length)
     : delta_(offset_in_page(address)), map_(map_system_memory(address - delta_, delta_ + length)) {}
 
 std::span<const std::uint8_t> PhysicalMemory::bytes() const {
-  return map_.bytes().subspan(std::min<std::uint64_t>(delta_, map_.bytes().size()));
+  return map_.bytes().subspan(static_cast<std::size_t>(std::min<std::uint64_t>(delta_, map_.bytes().size())));
 }
 
 }  // namespace qorx

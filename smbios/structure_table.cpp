@@ -60,7 +60,7 @@ void store_record(const TableBytes& table, std::uint64_t offset, std::uint64_t l
   // Every structure behind the 512th overwrites the last record.
   count = std::min<std::uint32_t>(count, kMaxRecords - 1);
   SlotRecord& record = fresh_slot_record(count);
-  const std::size_t kept = std::min<std::uint64_t>(length, sizeof record.raw);
+  const auto kept = static_cast<std::size_t>(std::min<std::uint64_t>(length, sizeof record.raw));
   for (std::size_t i = 0; i < kept; ++i) {
     record.raw[i] = table.at(offset + i);
   }

@@ -34,7 +34,7 @@ class TableBytes {
 
   [[nodiscard]] std::uint8_t at(std::uint64_t offset) const {
     if (offset < bytes_.size()) {
-      return bytes_[offset];
+      return bytes_[static_cast<std::size_t>(offset)];
     }
     return offset < extent_ ? 0x00 : 0xFF;
   }
