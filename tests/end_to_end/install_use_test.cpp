@@ -89,6 +89,9 @@ TEST(InstallUnderTheDefaultPrefix, EverythingIsFound) {
     GTEST_SKIP() << "this build has another prefix";
   }
   const TemporaryDirectory directory;
+  if (run_command({"unshare", "--mount", "--propagation", "private", "true"}).status != 0) {
+    GTEST_SKIP() << "no mount namespace can be made here";
+  }
   const ToolRun run =
       run_command({"unshare", "--mount", "--propagation", "private", "sh", "-ec", R"(
 root=$1/root build=$2 source=$3 cc=$4
