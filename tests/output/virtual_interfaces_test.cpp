@@ -67,6 +67,18 @@ TEST_F(VirtualInterfaces, WithoutAMacItIsNotAvailableAndALongOneIsShownWhole) {
   EXPECT_EQ(listed("ib0"), table_line({.eth_name = "ib0", .mac = infiniband}));
 }
 
+// The low byte of such a length is what marks a virtual interface.
+TEST_F(VirtualInterfaces, APortWhoseLinkHas254Or510BytesIsListedAmongThem) {
+  for (const std::size_t length : {253U, 254U, 509U, 510U}) {
+    const std::string name = "eth" + std::to_string(length);
+    const std::string head = "../../devices/pci0000:00/0000:00:01.0/";
+    const std::string tail = "/net/" + name;
+    machine_.add_raw_interface(name, head + std::string(length - head.size() - tail.size(), 'x') + tail);
+  }
+  EXPECT_EQ(sorted_lines(listed()),
+            (std::vector<std::string>{table_line({.eth_name = "eth254"}), table_line({.eth_name = "eth510"})}));
+}
+
 TEST_F(VirtualInterfaces, RowsGoToTheStreamThatIsGiven) {
   machine_.add_virtual("br0", "02:00:00:00:00:01");
   const std::string path = machine_.user_file("rows", "");
