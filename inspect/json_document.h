@@ -2,7 +2,6 @@
 #ifndef QORX_INSPECT_JSON_DOCUMENT_H
 #define QORX_INSPECT_JSON_DOCUMENT_H
 
-#include <cstdint>
 #include <nlohmann/json.hpp>
 
 #include "inspect/machine.h"
@@ -12,11 +11,7 @@ namespace qorx::inspect {
 using Json = nlohmann::ordered_json;
 
 // As qorx-inspect-1.schema.json describes it.
-enum class PortDetail : std::uint8_t {
-  kAll,
-  kWithoutRaw,  // without the library's record
-};
-Json json_port(const Port& port, PortDetail detail);
+Json json_port(const Port& port);
 
 }  // namespace qorx::inspect
 

@@ -101,6 +101,29 @@ std::string address_text(std::uint8_t bus, std::uint8_t dev, std::uint8_t fun) {
   return text.data();
 }
 
+OptionalText id_text(std::uint32_t id) {
+  if (id >= QORX_ID_UNKNOWN) {
+    return std::nullopt;
+  }
+  std::array<char, 8> text{};
+  std::snprintf(text.data(), text.size(), "%.4x", id);
+  return text.data();
+}
+
+const char* feature_state_word(FeatureState state) {
+  switch (state) {
+    case FeatureState::kKnown:
+      return "known";
+    case FeatureState::kNone:
+      return "none";
+    case FeatureState::kNeeded:
+      return "needs_configuration";
+    case FeatureState::kUnknown:
+      break;
+  }
+  return "unknown";
+}
+
 std::int32_t read_machine(Machine& machine) {
   machine.slot_source = g_slot_source;
   for (const DeviceRecord& record : device_records()) {

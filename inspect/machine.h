@@ -65,6 +65,12 @@ std::int32_t read_machine(Machine& machine);
 // "03:00.0"
 std::string address_text(std::uint8_t bus, std::uint8_t dev, std::uint8_t fun);
 
+// PCI and USB ids are written as everywhere: four hexadecimal digits.
+OptionalText id_text(std::uint32_t id);
+
+// "needs_configuration"
+const char* feature_state_word(FeatureState state);
+
 }  // namespace qorx::inspect
 
 #endif
