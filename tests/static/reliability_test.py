@@ -1,17 +1,24 @@
 #!/usr/bin/env python3
 """Every row of the tables in doc/reliability.md names a test, and every test that is named exists.
 
-Usage: reliability_test.py CTEST BUILD-DIRECTORY
+Usage: reliability_test.py BUILD-DIRECTORY
 """
-import json
 import pathlib
 import re
-import subprocess
 import sys
 import unittest
 
 PAGE = pathlib.Path(__file__).resolve().parents[2] / "doc/reliability.md"
-CTEST = BUILD = None
+BUILD = None
+
+
+def known_tests(build):
+    """The names in the files that ctest reads. (Asking ctest itself, while it runs, would wipe its log.)"""
+    names = set()
+    folder = pathlib.Path(build, "tests")
+    for path in [*folder.rglob("CTestTestfile.cmake"), *folder.rglob("*_tests*.cmake")]:
+        names.update(re.findall(r'add_test\(\s*(?:\[=*\[|"?)([^\]"\s]+)', path.read_text(errors="replace")))
+    return names
 
 
 def rows(page):
@@ -41,8 +48,7 @@ def complaints(page, names):
 
 class Reliability(unittest.TestCase):
     def test_every_row_names_a_test_that_exists(self):
-        listed = subprocess.run([CTEST, "--test-dir", BUILD, "--show-only=json-v1"], capture_output=True, check=True)
-        names = [test["name"] for test in json.loads(listed.stdout)["tests"]]
+        names = known_tests(BUILD)
         self.assertGreater(len(names), 1000)
         page = PAGE.read_text()
         self.assertGreater(len(list(rows(page))), 50)
@@ -56,5 +62,5 @@ class Reliability(unittest.TestCase):
 
 
 if __name__ == "__main__":
-    CTEST, BUILD = sys.argv[1:3]
+    BUILD = sys.argv[1]
     unittest.main(argv=sys.argv[:1], verbosity=2)
