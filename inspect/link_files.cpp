@@ -30,7 +30,7 @@ constexpr std::string_view kPrefix =
 constexpr std::string_view kSuffix = ".link";
 
 // Only the first .link file that matches an interface is used, so this one repeats what systemd's own last one,
-// 99-default.link, says.
+// 99-default.link, says; without the policy "mac" of newer versions, since a replaced card would lose such a name.
 constexpr std::string_view kPolicies =
     "AlternativeNamesPolicy=database onboard slot path\n"
     "MACAddressPolicy=persistent\n";
