@@ -7,6 +7,7 @@
 #include <cerrno>
 #include <csignal>
 #include <cstdlib>
+#include <cstring>
 #include <optional>
 #include <utility>
 
@@ -92,13 +93,29 @@ std::int32_t replace_content(const char* path, std::string_view text) {
 
 }  // namespace
 
-OutputFile::OutputFile() : stream_(open_memstream(&text_, &size_)) {}
+OutputFile::OutputFile() : stream_(fopencookie(this, "w", {nullptr, keep, nullptr, nullptr})) {}
 
 OutputFile::~OutputFile() {
   if (stream_ != nullptr) {
     std::fclose(stream_);
   }
   std::free(text_);  // NOLINT(cppcoreguidelines-no-malloc,cppcoreguidelines-owning-memory)
+}
+
+ssize_t OutputFile::keep(void* file, const char* bytes, std::size_t count) {
+  auto& self = *static_cast<OutputFile*>(file);
+  if (count > self.room_ - self.size_) {
+    const std::size_t room = 2 * (self.size_ + count);
+    void* const text = std::realloc(self.text_, room);  // NOLINT(cppcoreguidelines-no-malloc)
+    if (text == nullptr) {
+      return 0;
+    }
+    self.text_ = static_cast<char*>(text);
+    self.room_ = room;
+  }
+  std::memcpy(self.text_ + self.size_, bytes, count);
+  self.size_ += count;
+  return static_cast<ssize_t>(count);
 }
 
 std::int32_t OutputFile::write_to(const char* path) {

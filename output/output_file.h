@@ -2,6 +2,8 @@
 #ifndef QORX_OUTPUT_OUTPUT_FILE_H
 #define QORX_OUTPUT_OUTPUT_FILE_H
 
+#include <sys/types.h>
+
 #include <cstddef>
 #include <cstdint>
 #include <cstdio>
@@ -30,8 +32,13 @@ class OutputFile {
   std::int32_t write_to(const char* path);
 
  private:
+  // Keeps what the stream hands on. Returns 0 when there is no memory for it, which the stream remembers as an error.
+  // (A stream of open_memstream loses the text then, and does not.)
+  static ssize_t keep(void* file, const char* bytes, std::size_t count);
+
   char* text_ = nullptr;
   std::size_t size_ = 0;
+  std::size_t room_ = 0;
   std::FILE* stream_;
 };
 

@@ -197,7 +197,9 @@ def changed_rows(clean, output, ports):
     lost = any(f"\n{port} " in clean and f"\n{port} " not in output for port in ports)
 
     def lines(text):
-        rows = [row for row in text.splitlines() if row.split(" ")[0] not in ports]
+        # In a file the mark of a refused feature stays on all later rows.
+        unmarked = re.sub(r"\(!\)( |$)", "    ", text, flags=re.M)
+        rows = [row for row in unmarked.splitlines() if row.split(" ")[0] not in ports]
         if not lost:
             return rows
         return [row[:PANEL.start] + row[PANEL.stop:SEGMENT.start] + row[SEGMENT.stop:] for row in rows]
