@@ -1,7 +1,11 @@
-// What can stop the scan: only a host whose I2C adapters can't be listed.
+// What can stop the scan: a host whose I2C adapters can't be listed, and a list of interfaces that can't be read to its
+// end, for what it names may be half of them.
 #include <gtest/gtest.h>
 
+#include <cstdlib>
+#include <filesystem>
 #include <string>
+#include <vector>
 
 #include "discovery/interface_scan.h"
 #include "tests/support/expect.h"
@@ -11,8 +15,9 @@ namespace qorx::test {
 namespace {
 
 constexpr Ids kI2cBypass{0x8086, 0x1521, 0x13FE, 0x205D};
-constexpr const char* kNoAdapters = "Error: Cannot access /sys/class/i2c-adapter\n";
-constexpr const char* kFailed = "Error: QORX_ERR_OPEN_DIR (0x98)\n";
+const std::string kNoAdapters = "Error: Cannot access /sys/class/i2c-adapter\n";
+const std::string kNoList = "/sys/class/net folder do not exist or can't access. Please check your environment\n";
+const std::string kFailed = "Error: QORX_ERR_OPEN_DIR (0x98)\n";
 
 // A run on a machine with one I2C bypass card in a slot of this designation.
 struct Run {
@@ -33,10 +38,10 @@ TEST_P(ScanFailure, EndsTheRun) {
   } else if (*row().in_their_place == 'd') {
     machine_.make_directory("sys/class/i2c-adapter");
   }
-  const ToolRun run = machine_.run({"-a"});
-  EXPECT_EQ(run.status, row().status);
-  if (row().status != 0) {
-    EXPECT_EQ(run.output, std::string(kNoAdapters) + kFailed);
+  if (row().status == 0) {
+    EXPECT_EQ(machine_.run({"-a"}).status, 0);
+  } else {
+    expect_run(machine_, {"-a"}, kNoAdapters + kFailed, 0x98);
     expect_run(machine_, {"-a", "-ML", "0"}, kFailed, 0x98);
   }
 }
@@ -93,6 +98,58 @@ TEST_F(ScanFailure, IsNotWhereTheHostsAdaptersCorrectARun) {
   add_slot("Slot 1 (H.0.2.255)", 9, 3, 0, 0);
   EXPECT_EQ(get_all_eth_devices_info(), 0);
   expect_port(device_records()[0], {.bypass_bus = 1, .bypass_switch1 = 255});
+}
+
+class InterfaceList : public MachineTest {
+ protected:
+  InterfaceList() { machine_.add_port("eth0", "0000:03:00.0").add_port("eth1", "0000:03:00.1").add_virtual("br0", ""); }
+};
+
+TEST_F(InterfaceList, ThatCannotBeOpenedEndsTheScan) {
+  machine_.remove("sys/class/net");
+  EXPECT_EQ(outcome_of(get_all_eth_devices_info), (Outcome{kNoList, 0x98}));
+}
+
+class InterfaceListRead : public InterfaceList {
+ protected:
+  void SetUp() override {
+    if (std::system("strace -o /dev/null /bin/true >/dev/null 2>&1") != 0) {
+      GTEST_SKIP() << "strace is not installed or may not trace here";
+    }
+  }
+
+  // Runs the tool while the n-th reading of the list fails. The scan reads it twice, to its end; the listing of the
+  // virtual interfaces after it.
+  ToolRun run_with_failure(int reading, Texts words) const {
+    const std::string root = std::filesystem::canonical(machine_.root());
+    const std::string fault = "inject=getdents64:error=EIO:when=" + std::to_string(reading);
+    const std::string list = root + "/sys/class/net";
+    words.insert(words.begin(), {"strace", "-o", "calls", "-P", list, "-e", fault, replay_program(), root, "--"});
+    return run_program("/usr/bin/env", words, machine_.work(), [] { setenv("ASAN_OPTIONS", "detect_leaks=0", 1); });
+  }
+};
+
+TEST_F(InterfaceListRead, ThatFailsInTheScanEndsTheRun) {
+  for (const int reading : {1, 2}) {
+    for (const char* const operation : {"-a", "-tovix.cfg", "-sysinfo"}) {
+      EXPECT_EQ(run_with_failure(reading, {operation}), said(kNoList + kFailed, 0x98)) << operation;
+    }
+  }
+  EXPECT_FALSE(std::filesystem::exists(machine_.work() / "tovix.cfg"));
+}
+
+TEST_F(InterfaceListRead, ThatFailsInARecordingWithItsOrderEndsTheRun) {
+  machine_.write("order", "sys/class/net/eth1\nsys/class/net/eth0\n");
+  EXPECT_EQ(run_with_failure(1, {"-a"}), said(kNoList + kFailed, 0x98));
+}
+
+TEST_F(InterfaceListRead, ThatFailsForTheVirtualInterfacesEndsTheOutput) {
+  const ToolRun run = run_with_failure(3, {"-a"});
+  EXPECT_TRUE(run.output.ends_with(kNoList + kFailed)) << run.output;
+  EXPECT_EQ(run.status, 0x98);
+  EXPECT_EQ(run_with_failure(3, {"-o", "result.txt"}).status, 0x98);
+  EXPECT_FALSE(std::filesystem::exists(machine_.work() / "result.txt"));
+  EXPECT_EQ(run_with_failure(3, {"-a", "-novlan"}).status, 0);
 }
 
 }  // namespace

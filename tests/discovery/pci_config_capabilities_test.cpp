@@ -8,6 +8,7 @@
 #include <vector>
 
 #include "discovery/pci_config.h"
+#include "tests/support/expect.h"
 #include "tests/support/rows.h"
 
 namespace qorx::test {
@@ -15,6 +16,7 @@ namespace {
 
 constexpr const char* kConfig = "/sys/bus/pci/devices/0000:01:00.0/config";
 constexpr std::uint8_t kWanted = 0x0D;
+constexpr PciIds kModule{0x13FE, 0x204A};
 
 struct Entry {
   int offset;
@@ -138,16 +140,16 @@ TEST_F(Capabilities, ABridgeHasItsSubsystemIdsBehindTheCapabilityHeader) {
   for (const int offset : {0x40, 0x70, 0x94, 0xF8}) {
     write_config(bridge_config({0x10B5, 0x8724, 0x13FE, 0x204A}, static_cast<std::uint8_t>(offset)));
     EXPECT_EQ(get_pcie_subsystem_vendor_id_device_id(kConfig, ids_), 0);
-    EXPECT_EQ(ids_.vendor << 16 | ids_.device, 0x13FE204AU) << offset;
+    EXPECT_EQ(ids_, kModule) << offset;
   }
 }
 
 TEST_F(Capabilities, IdsBehindACapabilityAtTheVeryEndLieInExtendedSpace) {
   std::string config = chain(0xFC, {{0xFC, kWanted, 0}});
-  for (const std::uint32_t ids : {0U, 0x13FE204AU}) {
+  for (const PciIds& ids : {PciIds{0, 0}, kModule}) {
     write_config(config);
     EXPECT_EQ(get_pcie_subsystem_vendor_id_device_id(kConfig, ids_), 0);
-    EXPECT_EQ(ids_.vendor << 16 | ids_.device, ids);
+    EXPECT_EQ(ids_, ids);
     config.resize(4096);
     config.replace(0x100, 4, bytes("fe 13 4a 20"));
   }

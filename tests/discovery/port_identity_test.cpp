@@ -1,8 +1,11 @@
+// MAC address and ids of one interface: in configuration space, else in the PRODUCT= line of a USB interface's uevent
+// file.
 #include "discovery/port_identity.h"
 
 #include <gtest/gtest.h>
 
 #include <string>
+#include <vector>
 
 #include "base/messages.h"
 #include "tests/support/expect.h"
@@ -12,6 +15,7 @@ namespace qorx::test {
 namespace {
 
 constexpr const char* kInterface = "sys/class/net/eth0/";
+constexpr PciIds kUnknown{0x10000, 0x10000};
 
 struct Address {
   std::string_view rule;
@@ -58,6 +62,8 @@ TEST_F(MacAddress, IsEmptyWithoutItsFile) {
 
 constexpr const char* kDirectory = "(a directory)";
 constexpr const char* kUsb = "DEVTYPE=usb_interface\nPRODUCT=bda/8153/3000\n";
+constexpr const char* kVirtio = "DRIVER=virtio_net\nMODALIAS=virtio:d00000001v00001AF4\n";
+constexpr const char* kXen = "DRIVER=vif\nXENBUS_TYPE=vif\nXENBUS_PATH=device/vif/0\nMODALIAS=xen:vif\n";
 const std::string kCard = endpoint_config({0x8086, 0x1572, 0x13FE, 0x3031});
 
 // The files below the interface's device, null where there is none, and the ids that they give.
@@ -69,8 +75,6 @@ struct Device {
   PciIds ids;
   PciIds subsystem;
 };
-
-constexpr PciIds kUnknown{0x10000, 0x10000};
 
 class PortIdentity : public RowTest<Device, MachineTest> {
  protected:
@@ -89,8 +93,7 @@ TEST_P(PortIdentity, IsReadSilently) {
   add("device/uevent", row().uevent);
   PciIds ids{1, 2};
   EXPECT_EQ(outcome_of([&] { return get_eth_device_vendor_id_device_id("eth0", ids); }), (Outcome{"", row().code}));
-  EXPECT_EQ(ids.vendor, row().ids.vendor);
-  EXPECT_EQ(ids.device, row().ids.device);
+  EXPECT_EQ(ids, row().ids);
   if (!row().uevent) {
     EXPECT_EQ(traced_by([&] { static_cast<void>(get_eth_device_vendor_id_device_id("eth0", ids)); }), "");
   }
@@ -100,8 +103,7 @@ TEST_P(PortIdentity, IsReadSilently) {
               EXPECT_EQ(get_eth_device_subsystem_vendor_id_device_id("eth0", ids), has_config ? 0 : QORX_ERR_OPEN_FILE);
             }),
             has_config ? "" : "can't open name /sys/class/net/eth0/device/config\n");
-  EXPECT_EQ(ids.vendor, row().subsystem.vendor);
-  EXPECT_EQ(ids.device, row().subsystem.device);
+  EXPECT_EQ(ids, row().subsystem);
 }
 
 QORX_ROWS(
@@ -111,20 +113,118 @@ QORX_ROWS(
     {"an empty configuration space is still one", "", kUsb, 0, {0, 0}, {0, 0}},
     {"a usb adapter has its ids in its uevent", {}, kUsb, 0, {0x0BDA, 0x8153}, kUnknown},
     {"a directory in place of the config file leaves the uevent", kDirectory, kUsb, 0, {0x0BDA, 0x8153}, kUnknown},
-    {"a virtio port has a uevent without ids",
-     {},
-     "DRIVER=virtio_net\nMODALIAS=virtio:d00000001v00001AF4\n",
-     0,
-     kUnknown,
-     kUnknown},
-    {"a xen port too",
-     {},
-     "DRIVER=vif\nXENBUS_TYPE=vif\nXENBUS_PATH=device/vif/0\nMODALIAS=xen:vif\n",
-     0,
-     kUnknown,
-     kUnknown},
+    {"a virtio port has a uevent without ids", {}, kVirtio, 0, kUnknown, kUnknown},
+    {"a xen port too", {}, kXen, 0, kUnknown, kUnknown},
     {"an interface without a device has no ids", {}, {}, 0x80, kUnknown, kUnknown},
     {"a directory is no uevent", {}, kDirectory, 0x80, kUnknown, kUnknown});
+
+constexpr const char* kUevent = "/sys/class/net/usb0/device/uevent";
+constexpr const char* kLine = "PRODUCT=bda/8153/3000\n";
+
+struct Content {
+  std::string_view rule;
+  std::vector<std::string> files;  // each of them
+  PciIds ids{0x0BDA, 0x8153};
+};
+
+class Uevent : public RowTest<Content, MachineTest> {
+ protected:
+  std::string traced(const std::string& content) {
+    machine_.write(kUevent + 1, content);
+    return traced_by([this] { EXPECT_EQ(Search_USB_uevent(kUevent, ids_), 0); });
+  }
+
+  PciIds ids_{1, 2};
+};
+
+TEST_P(Uevent, HoldsTheIds) {
+  for (const std::string& content : row().files) {
+    SCOPED_TRACE(content.substr(0, 60));
+    machine_.write(kUevent + 1, content);
+    ids_ = {1, 2};
+    EXPECT_EQ(Search_USB_uevent(kUevent, ids_), 0);
+    EXPECT_EQ(ids_, row().ids);
+  }
+}
+
+Content unknown(std::string_view rule, const std::vector<std::string>& files) {
+  return {rule, files, kUnknown};
+}
+
+std::string xs(std::size_t count, const std::string& tail) {
+  return std::string(count, 'x') + tail;
+}
+
+// The line without a line feed, as long as this.
+std::string line_of(std::size_t length) {
+  const std::string line = "PRODUCT=bda/8153/";
+  return line + std::string(length - line.size(), '3');
+}
+
+QORX_ROWS(Uevent, {"the first two fields of the product line are the ids", {kLine, "PRODUCT=BDA/8153/3000\n"}},
+          {"other lines stand around it",
+           {"DEVTYPE=usb_interface\nDRIVER=r8152\nPRODUCT=b95/1790/200\nTYPE=0/0/0\n"},
+           {0x0B95, 0x1790}},
+          {"numbers may be longer", {"PRODUCT=12345/ffffffff/0\n"}, {0x12345, 0xFFFFFFFF}},
+          {"the release field may be missing", {"PRODUCT=bda/8153\n", "PRODUCT=bda/8153 \t\r\n"}},
+          unknown("a line without both ids leaves them unknown",
+                  {"PRODUCT=bda\n", "PRODUCT=\n", "PRODUCT=/8153\n", "PRODUCT=bda/\n", "PRODUCT=//\n"}),
+          {"runs of delimiters count as one", {"PRODUCT==bda//8153/3000\n"}},
+          {"a field that is no number is zero", {"PRODUCT=xyz/8153/3000\n"}, {0, 0x8153}},
+          {"only the first product line is read", {"PRODUCT=bda/8153/3000\nPRODUCT=b95/1790/200\n"}},
+          unknown("whatever it says", {"PRODUCT=bda\nPRODUCT=b95/1790/200\n"}),
+          {"blanks may stand before the key", {"  \tPRODUCT=bda/8153/3000\n"}},
+          unknown("nothing else may",
+                  {"XPRODUCT=bda/8153/3000\n", "product=bda/8153/3000\n", "PRODUCT =bda/8153/3000\n",
+                   "#PRODUCT=bda/8153/3000\n", "\rPRODUCT=bda/8153/3000\n"}),
+          unknown("a last line without a line feed is ignored",
+                  {"PRODUCT=bda/8153/3000", "DEVTYPE=usb_interface\nPRODUCT=bda/8153/3000"}),
+          unknown("a file without a product line leaves the ids unknown", {"", "\n", "DRIVER=virtio_net\n"}),
+          {"lines up to the buffer are read whole",
+           {xs(1022, "\n") + kLine, xs(1023, "\n") + kLine, xs(1024, "\n") + kLine, xs(3000, "\n") + kLine}},
+          {"what lies behind 1023 bytes is a line of its own", {xs(1023, kLine)}},
+          unknown("what lies before is not", {xs(1022, kLine), xs(1024, kLine)}),
+          // It ends before the end of the file is met.
+          {"a last piece that fills the buffer is read without a line feed", {line_of(1023)}},
+          unknown("a shorter one is not", {line_of(1022)}));
+
+TEST_F(Uevent, ANullPathIsRefused) {
+  EXPECT_EQ(code_byte(Search_USB_uevent(nullptr, ids_)), 0x94);
+  EXPECT_EQ(ids_, kUnknown);
+}
+
+TEST_F(Uevent, AFileThatCannotBeOpenedIsAnError) {
+  const Outcome failed{"Error: Open file /sys/class/net/usb0/device/uevent failed.\n", 0x80};
+  const auto search = [this] { return Search_USB_uevent(kUevent, ids_); };
+  EXPECT_EQ(outcome_of(search), failed);
+  EXPECT_EQ(ids_, kUnknown);
+  machine_.make_directory(kUevent + 1);
+  EXPECT_EQ(outcome_of(search), failed);
+  g_error_message_open = 0;
+  EXPECT_EQ(outcome_of(search), (Outcome{"", 0x80}));
+}
+
+TEST_F(Uevent, TracesShowEachLineAndTheFields) {
+  EXPECT_EQ(traced("A=b\n PRODUCT=bda/8153/3000\nTYPE=0/0/0\n"),
+            "check head char of !A=b\n!\n"
+            "check tail char of !A=b\n!\n"
+            "remove tail 1 char !A=b!\n"
+            "A=b\n"
+            "check head char of ! PRODUCT=bda/8153/3000\n!\n"
+            "remove head 1 char !PRODUCT=bda/8153/3000\n!\n"
+            "check tail char of !PRODUCT=bda/8153/3000\n!\n"
+            "remove tail 1 char !PRODUCT=bda/8153/3000!\n"
+            "PRODUCT=bda/8153/3000\n"
+            "PRODUCT\nbda\n8153\n");
+}
+
+TEST_F(Uevent, TheReadThatOnlyMeetsTheEndTracesNothing) {
+  EXPECT_EQ(traced("A=b\n"),
+            "check head char of !A=b\n!\n"
+            "check tail char of !A=b\n!\n"
+            "remove tail 1 char !A=b!\n"
+            "A=b\n");
+}
 
 }  // namespace
 }  // namespace qorx::test

@@ -19,6 +19,12 @@ namespace {
 using Match = SlotMatcher::Match;
 using Random = std::mt19937;  // the same numbers everywhere
 
+std::string address(const char* format, int bus, int dev, int fun) {
+  char text[32];
+  std::snprintf(text, sizeof text, format, bus, dev, fun);
+  return text;
+}
+
 std::string plain_pattern(int pass, int level, const SlotRecord& slot) {
   constexpr const char* kAddress = ":%.2x:%.2x.%.1x";
   constexpr const char* kDevice = ":%.2x:%.2x";
@@ -33,9 +39,7 @@ std::string plain_pattern(int pass, int level, const SlotRecord& slot) {
       {{""}, {kBus}, {kDevice}, {kAddress}},
       {{""}, {kBus, 1}, {kBus}, {kDevice, 0, 1}, {kDevice}, {kAddress, 0, 0, 1}, {kAddress}}};
   const Pattern& p = kPatterns.at(static_cast<std::size_t>(pass)).at(static_cast<std::size_t>(level));
-  char text[16] = "";
-  std::snprintf(text, sizeof text, p.format, slot.bus + p.add_bus, slot.dev + p.add_dev, slot.fun + p.add_fun);
-  return text;
+  return address(p.format, slot.bus + p.add_bus, slot.dev + p.add_dev, slot.fun + p.add_fun);
 }
 
 std::string plain_text(int pass, const std::string& path) {
@@ -79,12 +83,6 @@ void fill_slots(Random& random) {
     const int dev = number(random);
     add_slot("S", 9, bus, dev, up_to(random, 3) == 0 ? number(random) : up_to(random, 7));
   }
-}
-
-std::string address(const char* format, int bus, int dev, int fun) {
-  char text[32];
-  std::snprintf(text, sizeof text, format, bus, dev, fun);
-  return text;
 }
 
 // The address of one of the slot records, or one near it.

@@ -8,6 +8,14 @@
 
 #include "tests/support/library.h"
 
+namespace qorx {
+
+void PrintTo(const PciIds& ids, std::ostream* out) {
+  *out << std::hex << ids.vendor << ':' << ids.device << std::dec;
+}
+
+}  // namespace qorx
+
 namespace qorx::test {
 
 namespace {

@@ -14,8 +14,18 @@
 #include <string_view>
 #include <vector>
 
+#include "discovery/pci_config.h"
 #include "records/state.h"
 #include "tests/support/fake_machine.h"
+
+namespace qorx {
+
+inline bool operator==(const PciIds& left, const PciIds& right) {
+  return left.vendor == right.vendor && left.device == right.device;
+}
+void PrintTo(const PciIds& ids, std::ostream* out);
+
+}  // namespace qorx
 
 namespace qorx::test {
 
