@@ -6,8 +6,7 @@
 #include <string>
 #include <vector>
 
-#include "tests/support/expect.h"
-#include "tests/support/rows.h"
+#include "tests/support/user_files.h"
 
 namespace qorx::test {
 namespace {
@@ -54,17 +53,12 @@ QORX_ROWS(ConfigLines, {"the value lies between the key and the last quote", "NA
           other("a part of the key", "N"), other("a key without its quote", "NAME="),
           other("a key in small letters", "name=\"a\""), other("a blank before the key", " NAME=\"a\""),
           other("a blank within the key", "NAME =\"a\""), other("another key", "TYPE=\"9\"  "), other("a comment", "#"),
-          {"a line that does not end with a quote is not correct",
-           "NAME=\"a",
-           {},
-           "check tail char of !NAME=\"a!\ncan't find NAME=\"\n"},
-          {"a line that ends behind its quote is not correct",
-           "NAME=\"a\"b ",
-           {},
-           "check tail char of !NAME=\"a\"b !\nremove tail 1 char !NAME=\"a\"b!\ncan't find NAME=\"\n"},
+          {"a line that does not end with a quote is not correct", "NAME=\"a", std::nullopt,
+           tail_traces("NAME=\"a") + "can't find NAME=\"\n"},
+          {"a line that ends behind its quote is not correct", "NAME=\"a\"b ", std::nullopt,
+           tail_traces("NAME=\"a\"b ") + "can't find NAME=\"\n"},
           {"another quote is none", "NAME=\"a'", {}},
-          {"a correct line traces only the trimming", "NAME=\"a\"\n", "a",
-           "check tail char of !NAME=\"a\"\n!\nremove tail 1 char !NAME=\"a\"!\n"},
+          {"a correct line traces only the trimming", "NAME=\"a\"\n", "a", tail_traces("NAME=\"a\"\n")},
           {"the key is any text", "BUS:DEV.FUN=\"1:2.3\"", "1:2.3", {}, "BUS:DEV.FUN=\""},
           {"the key is no pattern", "BUS:DEV.FUN=\"1:2.3\"", {}, "can't find BUS.DEV.FUN=\"\n", "BUS.DEV.FUN=\""},
           {"a line that fills the buffer keeps its whole value", "NAME=\"" + std::string(1023 - 7, 'v') + "\"",

@@ -58,10 +58,8 @@ TEST_F(HybridModules, AFeatureFromThePlatformFileDoesNotStay) {
   const std::string text =
       "SLOT_NAME=\"WMX Slot 1\"\nFUNCTION/NAME/FEATURE=\"0/a/POE\"\nFUNCTION/NAME/FEATURE=\"1/b/POE\"\n";
   const std::string output = run_on(kFeaturePass, text, {"-F"}).output;
-  EXPECT_EQ(row_of(output, "eth0").model, "WMX-1658");
-  EXPECT_EQ(row_of(output, "eth0").panel, "a");
-  EXPECT_EQ(row_of(output, "eth0").feature, "N/A");
-  EXPECT_EQ(row_of(output, "eth1").feature, "POE");
+  EXPECT_EQ(row_of(output, "eth0"), "WMX Slot 1 | a | N/A | WMX-1658");
+  EXPECT_EQ(row_of(output, "eth1"), "WMX Slot 1 | b | POE | WMX-1658");
 }
 
 }  // namespace

@@ -6,7 +6,7 @@
 
 #include "base/bounded_text.h"
 #include "config/stages.h"
-#include "records/state.h"
+#include "records/device_ids.h"
 #include "tests/support/expect.h"
 #include "tests/support/result_rows.h"
 #include "tests/support/rows.h"
@@ -25,17 +25,20 @@ struct Named {
   int feature;
 };
 
+// Counts ports of one device behind a slot.
+void add_ports(SlotRecord& slot, std::uint32_t device_id, int count) {
+  for (int i = 0; i < count; ++i) {
+    count_port(slot, 0x8086, device_id);
+  }
+}
+
 class LegacySlots : public RowTest<Named> {};
 
 TEST_P(LegacySlots, AreNamedByTheDevicesBehindThem) {
   SlotRecord& slot = add_slot(row().slot_name, row().type);
-  slot.vendor_id = 0x8086;
   constexpr std::array kDevices{0x1521U, 0x1522U, 0x10C9U};
   for (std::size_t i = 0; i < kDevices.size(); ++i) {
-    if (row().counts[i] != 0) {
-      slot.device_id[slot.device_id_number] = kDevices[i];
-      slot.device_id_count[slot.device_id_number++] = static_cast<std::uint8_t>(row().counts[i]);
-    }
+    add_ports(slot, kDevices[i], row().counts[i]);
   }
   copy_text(slot.model_name, "old");
   slot.feature = 0x10;
@@ -54,13 +57,9 @@ QORX_ROWS(LegacySlots, {"by a list of candidates", "Slot 1", 9, {4, 0, 0}, "WMX-
 
 class LegacyModules : public LibraryTest {
  protected:
-  // A slot with `count` ports of one device behind it.
   static SlotRecord& slot_with(const char* name, std::uint32_t device_id, int count, int type = 9) {
     SlotRecord& slot = add_slot(name, type);
-    slot.vendor_id = 0x8086;
-    slot.device_id[0] = device_id;
-    slot.device_id_count[0] = static_cast<std::uint8_t>(count);
-    slot.device_id_number = 1;
+    add_ports(slot, device_id, count);
     return slot;
   }
 
@@ -124,22 +123,22 @@ TEST_F(LegacyModules, DebugMessagesShowEverySlotThatIsLookedUp) {
 }
 
 // The devices of the ports behind the two buses of WMX Slot 1, and the row of one of them.
+using Devices = std::vector<std::uint16_t>;
 struct Listed {
   std::string_view rule;
-  std::vector<std::uint16_t> bus6;
-  std::vector<std::uint16_t> bus8;
+  Devices bus6;
+  Devices bus8;
   std::string eth_name;
-  std::string model;
-  std::string feature;
+  std::string columns;  // behind the slot
   std::vector<std::string> options = {"-a", "-legacy"};
 };
 
 class LegacyTable : public RowTest<Listed, MachineTest> {
  protected:
-  void add_ports(const std::string& bus, const std::vector<std::uint16_t>& devices) {
+  void add_ports(const std::string& bus, const Devices& devices) {
     for (std::size_t i = 0; i < devices.size(); ++i) {
       machine_.add_port("eth" + std::to_string(ports_++), "0000:00:1c.0/0000:" + bus + ":00." + std::to_string(i),
-                        {0x8086, devices[i], 0x8086, 0x0001});
+                        {.device = devices[i]});
     }
   }
 
@@ -151,17 +150,19 @@ TEST_P(LegacyTable, Shows) {
   machine_.smbios(SmbiosTable().slot("WMX Slot 1", "06:00.0").slot("WMX Slot 1", "08:00.0"));
   add_ports("06", row().bus6);
   add_ports("08", row().bus8);
-  const ResultRow listed = row_of(machine_.run(row().options).output, row().eth_name);
-  EXPECT_EQ(listed.model, row().model);
-  EXPECT_EQ(listed.feature, row().feature);
+  EXPECT_EQ(row_of(machine_.run(row().options).output, row().eth_name), "WMX Slot 1 | " + row().columns);
 }
 
-QORX_ROWS(LegacyTable, {"the module on request", {0x1521, 0x1521}, {}, "eth1", "WMX-6473", "N/A"},
-          {"no module without request", {0x1521, 0x1521}, {}, "eth1", "ID not found", "unknown", {"-a"}},
-          {"the candidates", {0x1521, 0x1521, 0x1521, 0x1521}, {}, "eth3", "WMX-1813/2848/8655", "unknown"},
-          {"bypass on copper ports", {0x1521, 0x1521, 0x1522, 0x1522}, {}, "eth1", "WMX-1658", "L_BYPASS"},
-          {"no feature on fibre ports", {0x1521, 0x1521, 0x1522, 0x1522}, {}, "eth2", "WMX-1658", "N/A"},
-          {"two root ports as one", {0x1521, 0x1521}, {0x1521, 0x1521}, "eth0", "WMX-1813/2848/8655", "unknown"});
+const Devices kTwo{0x1521, 0x1521};
+const Devices kFour{0x1521, 0x1521, 0x1521, 0x1521};
+const Devices kHybrid{0x1521, 0x1521, 0x1522, 0x1522};
+
+QORX_ROWS(LegacyTable, {"the module on request", kTwo, {}, "eth1", "2 (*) | N/A | WMX-6473"},
+          {"no module without request", kTwo, {}, "eth1", "2 (*) | unknown | ID not found", {"-a"}},
+          {"the candidates", kFour, {}, "eth3", "4 (*) | unknown | WMX-1813/2848/8655"},
+          {"bypass on copper ports", kHybrid, {}, "eth1", "2 (*) | L_BYPASS | WMX-1658"},
+          {"no feature on fibre ports", kHybrid, {}, "eth2", "3 (*) | N/A | WMX-1658"},
+          {"two root ports as one", kTwo, kTwo, "eth0", "1 (*) | unknown | WMX-1813/2848/8655"});
 
 }  // namespace
 }  // namespace qorx::test

@@ -20,9 +20,8 @@ constexpr Ids kBypassCard{0x8086, 0x1521, 0x13FE, 0x0035};
 
 // LAN1 is an onboard port; the two ports in WMX Slot 1 have a bypass. J1 leads to a switch whose upstream port is
 // 02:00.0; J2 names a root port that the machine does not have.
-class PlatformFileErrors : public WrongFileTest {
- protected:
-  PlatformFileErrors() {
+struct PlatformMachine : UserFileTest {
+  PlatformMachine() {
     machine_.smbios(SmbiosTable()
                         .onboard("LAN1", "08:00.0")
                         .slot("WMX Slot 1", "06:00.0")
@@ -35,6 +34,8 @@ class PlatformFileErrors : public WrongFileTest {
   }
 };
 
+using PlatformFileErrors = RowTest<WrongFiles, PlatformMachine>;
+
 // Errors of the grammar, which both passes find.
 constexpr const char* kNoSlotName = "Can't find SLOT_NAME! F line: #";
 using PlatformGrammar = PlatformFileErrors;
@@ -45,7 +46,7 @@ TEST_P(PlatformGrammar, IsRefusedByBothPasses) {
   expect_refused(kFeaturePass, row());
 }
 
-std::vector<WrongFile> wrong_keys() {
+Files wrong_keys() {
   auto files = variants(1, "",
                         {"SLOT_NAME=\"LAN1", "SLOT_NAME=LAN1\"", "SLOT_NAME =\"LAN1\"", "SLOT_NAME= \"LAN1\"",
                          "slot_name=\"LAN1\"", "SLOT_NAME='LAN1'", "SLOT_NAME=\"LAN1\" # c", "XSLOT_NAME=\"LAN1\""});
@@ -70,45 +71,38 @@ std::string filled_feature_line(std::size_t length) {
 }
 
 QORX_ROWS(PlatformGrammar,
-          {"a file without data fails at the last line read",
-           kNoSlotName,
-           {{"", 1}, {"\n", 2}, {"# only", 1}, {"# one\n# two\n", 3}, {"# one\n# two", 2}, {"\r\n \t\n\n", 4}}},
-          {"an unterminated first data line fails",
-           kNoSlotName,
-           {{"SLOT_NAME=\"LAN1\"", 1}, {"# c\n\nSLOT_NAME=\"LAN1\"", 3}, {"nonsense", 1}}},
-          {"the first data line must be a slot name",
-           kNoSlotName,
-           {{kFeatureLine + kSlotLine, 1},
-            {"# c\n" + order_line("0/P/L") + kSlotLine, 2},
-            {kRename, 1},
-            {switch_line("0-1/x"), 1},
-            {"nonsense\n" + kSlotLine, 1}}},
-          {"a line without a key must be the next slot name",
-           kNoSlotName,
-           {{kSlotLine + "nonsense\n", 2},
-            {kSlotLine + kFeatureLine + "nonsense\n" + kSlotLine, 3},
-            {kSlotLine + "\r\n", 2},
-            {kSlotLine + kFeatureLine + "\n \r\n", 4},
-            {kSlotLine + "SLOT_NAME LAN1\n", 2}}},
+          {"a file without data fails at the last line read", kNoSlotName,
+           Files{{"", 1}, {"\n", 2}, {"# only", 1}, {"# one\n# two\n", 3}, {"# one\n# two", 2}, {"\r\n \t\n\n", 4}}},
+          {"an unterminated first data line fails", kNoSlotName,
+           Files{{"SLOT_NAME=\"LAN1\"", 1}, {"# c\n\nSLOT_NAME=\"LAN1\"", 3}, {"nonsense", 1}}},
+          {"the first data line must be a slot name", kNoSlotName,
+           Files{{kFeatureLine + kSlotLine, 1},
+                 {"# c\n" + order_line("0/P/L") + kSlotLine, 2},
+                 {kRename, 1},
+                 {switch_line("0-1/x"), 1},
+                 {"nonsense\n" + kSlotLine, 1}}},
+          {"a line without a key must be the next slot name", kNoSlotName,
+           Files{{kSlotLine + "nonsense\n", 2},
+                 {kSlotLine + kFeatureLine + "nonsense\n" + kSlotLine, 3},
+                 {kSlotLine + "\r\n", 2},
+                 {kSlotLine + kFeatureLine + "\n \r\n", 4},
+                 {kSlotLine + "SLOT_NAME LAN1\n", 2}}},
           {"a key must be written exactly and its value quoted", kNoSlotName, wrong_keys()},
           {"a blank line with carriage return is no blank line within a block", kNoSlotName,
            at_line(2, kSlotLine + "\r\n" + kFeatureLine)},
           // "bad" is then line 3.
           {"a line of 1023 bytes is one line", kNoSlotName, at_line(3, comment(1023) + kSlotLine + "bad\n")},
-          {"a line of 1024 bytes counts twice and its line feed is a blank line",
-           kNoSlotName,
-           {{comment(1024) + kSlotLine + "bad\n", 4}, {kSlotLine + comment(1024) + kFeatureLine + "bad\n", 5}}},
-          {"the pieces of a line of 3000 bytes are lines of their own",
-           kNoSlotName,
-           {{comment(3000) + kSlotLine, 2},
-            {kSlotLine + kFeatureLine + comment(3000), 4},
-            // Every piece of this one is a comment.
-            {std::string(2999, '#') + "\n" + kSlotLine + "bad\n", 5}}},
-          {"a key line longer than the buffer has no closing quote",
-           kNoSlotName,
-           {{kSlotLine + filled_feature_line(1024), 2},
-            {kSlotLine + filled_feature_line(2999), 2},
-            {"SLOT_NAME=\"" + std::string(2000, 's') + "\"\n", 1}}});
+          {"a line of 1024 bytes counts twice and its line feed is a blank line", kNoSlotName,
+           Files{{comment(1024) + kSlotLine + "bad\n", 4}, {kSlotLine + comment(1024) + kFeatureLine + "bad\n", 5}}},
+          {"the pieces of a line of 3000 bytes are lines of their own", kNoSlotName,
+           Files{{comment(3000) + kSlotLine, 2},
+                 {kSlotLine + kFeatureLine + comment(3000), 4},
+                 // Every piece of this one is a comment.
+                 {std::string(2999, '#') + "\n" + kSlotLine + "bad\n", 5}}},
+          {"a key line longer than the buffer has no closing quote", kNoSlotName,
+           Files{{kSlotLine + filled_feature_line(1024), 2},
+                 {kSlotLine + filled_feature_line(2999), 2},
+                 {"SLOT_NAME=\"" + std::string(2000, 's') + "\"\n", 1}}});
 
 using PlatformFeatureValues = PlatformFileErrors;
 
@@ -145,13 +139,12 @@ TEST_P(PlatformSlotLines, AreRefusedByTheFirstPass) {
 }
 
 QORX_ROWS(PlatformSlotLines,
-          {"every block must name a slot of the firmware",
-           kNoSuchSlot,
-           {{slot_line("J9") + kRename, 1},
-            {slot_line("J9") + kFeatureLine + order_line("0/P/L"), 1},
-            {"# c\n" + slot_line("J1") + kFeatureLine + "\n" + slot_line("j1"), 5},
-            {slot_line("J1 "), 1},
-            {slot_line(""), 1}}},
+          {"every block must name a slot of the firmware", kNoSuchSlot,
+           Files{{slot_line("J9") + kRename, 1},
+                 {slot_line("J9") + kFeatureLine + order_line("0/P/L"), 1},
+                 {"# c\n" + slot_line("J1") + kFeatureLine + "\n" + slot_line("j1"), 5},
+                 {slot_line("J1 "), 1},
+                 {slot_line(""), 1}}},
           {"a retired slot can't be named again", kNoSuchSlot,
            at_line(4, slot_line("J1") + switch_line("1-1/S") + slot_line("S") + slot_line("J1"))},
           {"a switch that does not exist ends the command", kNoSwitch,
@@ -164,21 +157,7 @@ QORX_ROWS(PlatformSlotLines,
           {"a later switch line of a block is checked the same", kWrongSwitchLine,
            at_line(3, slot_line("J1") + switch_line("1-1/S") + switch_line("3/S"))});
 
-class PlatformFileFailures : public UserFileTest {
- protected:
-  PlatformFileFailures() {
-    machine_.smbios(SmbiosTable().onboard("LAN1", "04:00.0").slot("WMX Slot 1", "06:00.0"));
-    machine_.add_port("eth0", "0000:00:1b.0/0000:04:00.0")
-        .add_port("eth1", "0000:00:1c.0/0000:06:00.0", kBypassCard)
-        .add_port("eth2", "0000:00:1c.0/0000:06:00.1", kBypassCard);
-  }
-
-  void expect_row(const ToolRun& run, const std::string& name, const std::string& panel, const std::string& feature) {
-    EXPECT_EQ(run.status, 0);
-    EXPECT_EQ(row_of(run.output, name).panel, panel);
-    EXPECT_EQ(row_of(run.output, name).feature, feature);
-  }
-};
+using PlatformFileFailures = PlatformMachine;
 
 TEST_F(PlatformFileFailures, FeaturesBeforeAnErrorStay) {
   const DeviceRecord& port = add_device("eth0", "LAN1", 9);
@@ -188,7 +167,6 @@ TEST_F(PlatformFileFailures, FeaturesBeforeAnErrorStay) {
 }
 
 TEST_F(PlatformFileFailures, NamesAndRetiredSlotsBeforeAnErrorStay) {
-  machine_.add_function("0000:00:1c.0/0000:02:00.0", endpoint_config({}));
   const SlotRecord& retired = add_slot("J1", 9, 0, 0x1C, 0);
   const SlotRecord& renamed = add_slot("J3");
   EXPECT_EQ(read(kSlotPass, slot_line("J3") + rename_line("new") + slot_line("J1") + switch_line("3/S")),
@@ -206,8 +184,7 @@ TEST_F(PlatformFileFailures, ASwitchThatDoesNotExistLeavesItsSlot) {
 
 TEST_F(PlatformFileFailures, WithoutSlotRecordsNoBlockIsValid) {
   const ToolRun run = run_on(kSlotPass, kSlotLine, {"-vm"});
-  EXPECT_EQ(run.output, "Can't find SLOT_NAME in SMBIOS type9/41 record! F line: 1\n" + std::string(kFormatCode));
-  EXPECT_EQ(run.status, 0x81);
+  EXPECT_EQ(run, said("Can't find SLOT_NAME in SMBIOS type9/41 record! F line: 1\n" + std::string(kFormatCode), 0x81));
 }
 
 TEST_F(PlatformFileFailures, AnErrorOfTheFirstPassComesBeforeTheInterfacesAreScanned) {
@@ -228,10 +205,12 @@ TEST_F(PlatformFileFailures, AnotherFeatureIsAWarningAndTheTableShowsTheMark) {
                              "(WMX Slot 1) CFG file line: 3\n"
                              "If you want to overwrite please add -F command!\neth name"))
       << run.output;
-  expect_row(run, "eth1", "1 (*)", "A_BYPASS-C(!)");
+  EXPECT_EQ(row_of(run.output, "eth1"), "WMX Slot 1 | 1 (*) | A_BYPASS-C(!) | WMX-2848");
+  EXPECT_EQ(run.status, 0);
   const ToolRun forced = run_on(kFeaturePass, text, {"-F"});
   EXPECT_TRUE(forced.output.starts_with("eth name")) << forced.output;
-  expect_row(forced, "eth1", "MGMT", "NCSI");
+  EXPECT_EQ(row_of(forced.output, "eth1"), "WMX Slot 1 | MGMT | NCSI | WMX-2848");
+  EXPECT_EQ(forced.status, 0);
 }
 
 TEST_F(PlatformFileFailures, AFileOfThreeBlocksAmendsTheTable) {
@@ -239,9 +218,10 @@ TEST_F(PlatformFileFailures, AFileOfThreeBlocksAmendsTheTable) {
       run_on(kFeaturePass, "# front panel of the base board\n" + slot_line("LAN1") + feature_line("0/MGMT/NCSI/1PPS") +
                                slot_line("WMX Slot 1") + feature_line("0/Port 1/A_BYPASS") +
                                feature_line("1/Port 2/A_BYPASS") + order_line("0/Port 3/H"));
-  expect_row(run, "eth0", "MGMT", "NCSI/1PPS");
-  expect_row(run, "eth1", "Port 1", "A_BYPASS");
-  expect_row(run, "eth2", "Port 2", "A_BYPASS");
+  EXPECT_EQ(run.status, 0);
+  EXPECT_EQ(row_of(run.output, "eth0"), "LAN1 | MGMT | NCSI/1PPS | Onboard");
+  EXPECT_EQ(row_of(run.output, "eth1"), "WMX Slot 1 | Port 1 | A_BYPASS | WMX-2848");
+  EXPECT_EQ(row_of(run.output, "eth2"), "WMX Slot 1 | Port 2 | A_BYPASS | WMX-2848");
 }
 
 }  // namespace

@@ -6,7 +6,6 @@
 #include "base/messages.h"
 #include "records/state.h"
 #include "tests/config/platform_text.h"
-#include "tests/support/user_files.h"
 
 namespace qorx::test {
 namespace {
@@ -31,8 +30,10 @@ TEST_P(PlatformFileLines, NameThePort) {
   expect_port(port_, {.panel_name = row().panel_name, .feature = 0x01});
 }
 
-std::string feature_line_with_name_of(std::size_t length) {
-  return feature_line("0/" + std::string(length, 'p') + "/POE");
+// A name of so many characters, of which 255 fit.
+Lines named_by(std::string_view rule, std::size_t length) {
+  const std::string name(length, 'p');
+  return {rule, kSlotLine + feature_line("0/" + name + "/POE"), name.substr(0, 255)};
 }
 
 // The bytes of a feature line around its panel name, without the line feed.
@@ -55,16 +56,12 @@ QORX_ROWS(
     {"a block may be empty and the next slot name ends it",
      slot_line("LAN2") + slot_line("LAN3") + kSlotLine + kFeatureLine + slot_line("LAN4")},
     {"a nul byte ends its line", kSlotLine + std::string("#\0SLOT_NAME\n", 12) + kFeatureLine},
-    {"panel names of 254 characters are whole", kSlotLine + feature_line_with_name_of(254), std::string(254, 'p')},
-    {"panel names of 255 characters are whole", kSlotLine + feature_line_with_name_of(255), std::string(255, 'p')},
-    {"panel names of 256 characters are cut", kSlotLine + feature_line_with_name_of(256), std::string(255, 'p')},
-    {"panel names of 900 characters are cut", kSlotLine + feature_line_with_name_of(900), std::string(255, 'p')},
-    {"a key line and its line feed may fill the buffer", kSlotLine + feature_line_with_name_of(1022 - kAroundName),
-     std::string(255, 'p')},
-    {"a key line may fill the buffer", kSlotLine + feature_line_with_name_of(1023 - kAroundName),
-     std::string(255, 'p')});
+    named_by("panel names of 254 characters are whole", 254), named_by("panel names of 255 characters are whole", 255),
+    named_by("panel names of 256 characters are cut", 256), named_by("panel names of 900 characters are cut", 900),
+    named_by("a key line and its line feed may fill the buffer", 1022 - kAroundName),
+    named_by("a key line may fill the buffer", 1023 - kAroundName));
 
-class PlatformLines : public UserFileTest {};
+using PlatformLines = UserFileTest;
 
 TEST_F(PlatformLines, ASlotNameAloneIsAFile) {
   apply(kFeaturePass, kSlotLine);
@@ -80,53 +77,21 @@ TEST_F(PlatformLines, SlotNamesAreCutTo255Characters) {
   }
 }
 
-// The head and tail trims of every line, the key tests of each line of a block, and the values.
 TEST_F(PlatformLines, DebugMessagesFollowTheReading) {
   g_debug_message_open = 1;
   EXPECT_EQ(read(kFeaturePass, " # c\n" + kSlotLine + "\t" + kFeatureLine + "\nx").printed,
-            "check head char of ! # c\n!\n"
-            "remove head 1 char !# c\n!\n"
-            "check tail char of !# c\n!\n"
-            "remove tail 1 char !# c!\n"
-            "check head char of !SLOT_NAME=\"LAN1\"\n!\n"
-            "check tail char of !SLOT_NAME=\"LAN1\"\n!\n"
-            "remove tail 1 char !SLOT_NAME=\"LAN1\"!\n"
-            "check tail char of !SLOT_NAME=\"LAN1\"!\n"
-            "LAN1\n"
-            "check head char of !\tFUNCTION/NAME/FEATURE=\"0/P/POE\"\n!\n"
-            "remove head 1 char !FUNCTION/NAME/FEATURE=\"0/P/POE\"\n!\n"
-            "can't find PCIe_SW_DEV/WMX_SLOT=\"\n"
-            "can't find CHANGE_NAME=\"\n"
-            "check tail char of !FUNCTION/NAME/FEATURE=\"0/P/POE\"\n!\n"
-            "remove tail 1 char !FUNCTION/NAME/FEATURE=\"0/P/POE\"!\n"
-            "can't find FUNCTION/NAME/BUS_ORDER=\"\n"
-            "Splitting string \"0/P/POE\" into tokens:\n"
-            "check head char of !\n!\n"
-            "check head char of !x!\n"
-            "can't find PCIe_SW_DEV/WMX_SLOT=\"\n"
-            "can't find CHANGE_NAME=\"\n"
-            "can't find FUNCTION/NAME/FEATURE=\"\n"
-            "can't find FUNCTION/NAME/BUS_ORDER=\"\n");
+            head_traces(" # c\n") + tail_traces("# c\n") + head_traces(kSlotLine) + tail_traces(kSlotLine) +
+                tail_traces("SLOT_NAME=\"LAN1\"") + "LAN1\n" + block_line_traces("\t" + kFeatureLine) +
+                "Splitting string \"0/P/POE\" into tokens:\n" + head_traces("\n") + block_line_traces("x"));
 }
 
 TEST_F(PlatformLines, DebugMessagesShowABusOrderValueAndARenameLine) {
   g_debug_message_open = 1;
   const std::string traces = read(kFeaturePass, kSlotLine + order_line("0/P/L") + rename_line("N")).printed;
   ASSERT_NE(traces.find("\nLAN1\n"), std::string::npos);
-  EXPECT_EQ(traces.substr(traces.find("\nLAN1\n") + 6),
-            "check head char of !FUNCTION/NAME/BUS_ORDER=\"0/P/L\"\n!\n"
-            "can't find PCIe_SW_DEV/WMX_SLOT=\"\n"
-            "can't find CHANGE_NAME=\"\n"
-            "can't find FUNCTION/NAME/FEATURE=\"\n"
-            "check tail char of !FUNCTION/NAME/BUS_ORDER=\"0/P/L\"\n!\n"
-            "remove tail 1 char !FUNCTION/NAME/BUS_ORDER=\"0/P/L\"!\n"
-            "Splitting string \"0/P/L\" into tokens:\n"
-            "check head char of !CHANGE_NAME=\"N\"\n!\n"
-            "can't find PCIe_SW_DEV/WMX_SLOT=\"\n"
-            "check tail char of !CHANGE_NAME=\"N\"\n!\n"
-            "remove tail 1 char !CHANGE_NAME=\"N\"!\n"
-            "can't find FUNCTION/NAME/FEATURE=\"\n"
-            "can't find FUNCTION/NAME/BUS_ORDER=\"\n");
+  EXPECT_EQ(traces.substr(traces.find("\nLAN1\n") + 6), block_line_traces(order_line("0/P/L")) +
+                                                            "Splitting string \"0/P/L\" into tokens:\n" +
+                                                            block_line_traces(rename_line("N")));
 }
 
 }  // namespace

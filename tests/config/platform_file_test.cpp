@@ -57,10 +57,12 @@ QORX_ROWS(PlatformFeature, {"POE", "0/MGMT/POE", 0x01}, {"A_BYPASS", "0/MGMT/A_B
           {"runs of slashes count as one and a leading one is skipped", "//0///Port 1//NCSI//1PPS/", 0x30, 0, "Port 1"},
           {"a value that looks like a key is a value", "0/SLOT_NAME=\"LAN2\"/POE", 0x01, 0, "SLOT_NAME=\"LAN2\""});
 
+using Ports = std::vector<std::pair<const char*, int>>;
+
 // Ports of functions in slots, and their panel names behind a file.
 struct Named {
   std::string_view rule;
-  std::vector<std::pair<const char*, int>> ports;
+  Ports ports;
   std::string text;
   Texts panel_names;
 };
@@ -80,37 +82,26 @@ const std::string kNameP = feature_line("0/P/POE");
 
 QORX_ROWS(
     PlatformPanelNames,
-    {"a function field of 12 means function 1",
-     {{"LAN1", 1}, {"LAN1", 2}, {"LAN1", 12}},
-     kLan1 + feature_line("12/P/POE"),
-     {"P", "", ""}},
-    {"functions reach from 0 to 9",
-     {{"LAN1", 0}, {"LAN1", 9}},
-     kLan1 + feature_line("0/zero/POE") + feature_line("9/nine/POE"),
-     {"zero", "nine"}},
+    {"a function field of 12 means function 1", Ports{{"LAN1", 1}, {"LAN1", 2}, {"LAN1", 12}},
+     kLan1 + feature_line("12/P/POE"), Texts{"P", "", ""}},
+    {"functions reach from 0 to 9", Ports{{"LAN1", 0}, {"LAN1", 9}},
+     kLan1 + feature_line("0/zero/POE") + feature_line("9/nine/POE"), Texts{"zero", "nine"}},
     // Function 255: without an address.
-    {"a function that no port has names none",
-     {{"LAN1", 0}, {"LAN1", 255}},
+    {"a function that no port has names none", Ports{{"LAN1", 0}, {"LAN1", 255}},
      kLan1 + feature_line("1/P/POE") + feature_line("a/P/POE") + feature_line(" 0/P/POE") + feature_line("-1/P/POE"),
-     {"", ""}},
-    {"a slot that no port has names none", {{"LAN1", 0}}, slot_line("LAN9") + kNameP + order_line("0/P/L"), {""}},
+     Texts{"", ""}},
+    {"a slot that no port has names none", Ports{{"LAN1", 0}}, slot_line("LAN9") + kNameP + order_line("0/P/L"),
+     Texts{""}},
     {"the slot name is compared whole and in its case",
-     {{"lan1", 0}, {"LAN", 0}, {"LAN11", 0}, {" LAN1", 0}, {"LAN1 ", 0}, {"", 0}, {"LAN1", 0}},
-     kLan1 + kNameP,
-     {"", "", "", "", "", "", "P"}},
+     Ports{{"lan1", 0}, {"LAN", 0}, {"LAN11", 0}, {" LAN1", 0}, {"LAN1 ", 0}, {"", 0}, {"LAN1", 0}}, kLan1 + kNameP,
+     Texts{"", "", "", "", "", "", "P"}},
     {"an empty slot name means the ports without a slot", {{"", 0}, {"LAN1", 0}}, slot_line("") + kNameP, {"P", ""}},
-    {"two blocks for one slot both apply in their order",
-     {{"LAN1", 0}, {"LAN1", 1}},
-     kLan1 + feature_line("0/a/POE") + feature_line("1/b/POE") + kLan1 + feature_line("0/c/POE"),
-     {"c", "b"}},
-    {"a slot name that looks like a key is a name",
-     {{"LAN1", 0}, {"SLOT_NAME=\"x\"", 0}},
-     slot_line("SLOT_NAME=\"x\"") + kNameP,
-     {"", "P"}},
-    {"a new name that looks like a key is a name",
-     {{"LAN1", 0}},
-     kLan1 + rename_line("FUNCTION/NAME/FEATURE=\"0/P/POE\""),
-     {""}});
+    {"two blocks for one slot both apply in their order", Ports{{"LAN1", 0}, {"LAN1", 1}},
+     kLan1 + feature_line("0/a/POE") + feature_line("1/b/POE") + kLan1 + feature_line("0/c/POE"), Texts{"c", "b"}},
+    {"a slot name that looks like a key is a name", Ports{{"LAN1", 0}, {"SLOT_NAME=\"x\"", 0}},
+     slot_line("SLOT_NAME=\"x\"") + kNameP, Texts{"", "P"}},
+    {"a new name that looks like a key is a name", Ports{{"LAN1", 0}},
+     kLan1 + rename_line("FUNCTION/NAME/FEATURE=\"0/P/POE\""), Texts{""}});
 
 TEST_F(PlatformFile, AFeatureLineReachesThePortsOnEveryBusOfTheSlot) {
   port("LAN1", 0);
@@ -152,9 +143,8 @@ TEST_F(PlatformFile, TheTableShowsABusOrderNameOnTheHigherBusOfASplitSlot) {
   machine_.add_port("eth1", "0000:00:1c.0/0000:06:00.0");
   const std::string output =
       run_on(kFeaturePass, slot_line("WMX Slot 1") + order_line("0/low/L") + order_line("0/high/H")).output;
-  EXPECT_EQ(row_of(output, "eth0").slot, "WMX Slot 1");
-  EXPECT_EQ(row_of(output, "eth0").panel, "high");
-  EXPECT_EQ(row_of(output, "eth1").panel, "low");
+  EXPECT_EQ(row_of(output, "eth0"), "WMX Slot 1 | high | unknown | ID not found");
+  EXPECT_EQ(row_of(output, "eth1"), "WMX Slot 1 | low | unknown | ID not found");
 }
 
 std::string warning(const std::string& word, int line) {

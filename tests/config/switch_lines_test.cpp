@@ -1,14 +1,12 @@
 #include <gtest/gtest.h>
 
 #include <string>
-#include <vector>
 
 #include "base/bounded_text.h"
 #include "base/messages.h"
 #include "records/state.h"
 #include "tests/config/platform_text.h"
 #include "tests/support/result_rows.h"
-#include "tests/support/user_files.h"
 
 namespace qorx::test {
 namespace {
@@ -17,17 +15,18 @@ const std::string kRootPort = "/sys/devices/pci0000:00/0000:00:1c.0";
 const std::string kUpstreamPort = kRootPort + "/0000:02:00.0";
 
 // "<name> <bus>:<device>.<function>" of every slot.
-Texts places() {
-  Texts result;
+std::string places() {
+  std::string result;
   for (const SlotRecord& slot : slot_records()) {
     char text[QORX_NAME_SIZE];
     format_text(text, sizeof text, "%.100s %x:%x.%x", slot.slot_name, slot.bus, slot.dev, slot.fun);
-    result.emplace_back(text);
+    result += (result.empty() ? "" : ", ") + std::string(text);
   }
   return result;
 }
 
-constexpr const char* kRetired = " ff:ff.ff";
+const std::string kRetired = " ff:ff.ff";
+const std::string kJ1 = slot_line("J1");
 
 // A machine with a root port that leads to a switch: its upstream port is 02:00.0, its downstream ports are on bus 3.
 // Slot J1 is that root port, J2 one that leads nowhere.
@@ -43,43 +42,34 @@ class SwitchLines : public UserFileTest {
 
   static SlotRecord& switch_slot() { return add_slot("J1", 9, 0, 0x1C, 0); }
 
-  void apply_switch(const std::string& value) { apply(kSlotPass, slot_line("J1") + switch_line(value)); }
+  void apply_switch(const std::string& value) { apply(kSlotPass, kJ1 + switch_line(value)); }
 };
 
-struct Range {
+// A file, or the value of its only switch line, and the slots behind it.
+struct Switched {
   std::string_view rule;
-  std::string value;
-  Texts places;
+  std::string text;
+  std::string places;
 };
 
-class SwitchRange : public RowTest<Range, SwitchLines> {};
+class SwitchRange : public RowTest<Switched, SwitchLines> {};
 
 TEST_P(SwitchRange, BecomesOneSlotPerDownstreamPort) {
   switch_slot();
-  apply_switch(row().value);
-  Texts expected{kRetired};
-  expected.insert(expected.end(), row().places.begin(), row().places.end());
-  EXPECT_EQ(places(), expected);
+  apply_switch(row().text);
+  EXPECT_EQ(places(), kRetired + ", " + row().places);
 }
 
-QORX_ROWS(SwitchRange, {"up", "1-3/WMX Slot 1", {"WMX Slot 1 3:1.0", "WMX Slot 1 3:2.0", "WMX Slot 1 3:3.0"}},
-          {"down", "5-2/S", {"S 3:2.0", "S 3:3.0", "S 3:4.0", "S 3:5.0"}}, {"of one", "3-3/S", {"S 3:3.0"}},
-          {"hexadecimal", "9-b/S", {"S 3:9.0", "S 3:a.0", "S 3:b.0"}},
-          {"with prefix", "0x1E-1F/S", {"S 3:1e.0", "S 3:1f.0"}},
-          {"without digits from 0", "x-1/S", {"S 3:0.0", "S 3:1.0"}},
-          {"of more than a byte", "ff-100/S", {"S 3:ff.0", "S 3:0.0"}},
-          {"with blanks", "1 2- 3 /S", {"S 3:1.0", "S 3:2.0", "S 3:3.0"}},
-          {"with runs of slashes and dashes and a third field",
-           "/-1--2-9//WMX-7045/more/",
-           {"WMX-7045 3:1.0", "WMX-7045 3:2.0"}});
+QORX_ROWS(SwitchRange, {"up", "1-3/WMX Slot 1", "WMX Slot 1 3:1.0, WMX Slot 1 3:2.0, WMX Slot 1 3:3.0"},
+          {"down", "5-2/S", "S 3:2.0, S 3:3.0, S 3:4.0, S 3:5.0"}, {"of one", "3-3/S", "S 3:3.0"},
+          {"hexadecimal", "9-b/S", "S 3:9.0, S 3:a.0, S 3:b.0"}, {"with prefix", "0x1E-1F/S", "S 3:1e.0, S 3:1f.0"},
+          {"without digits from 0", "x-1/S", "S 3:0.0, S 3:1.0"},
+          {"of more than a byte", "ff-100/S", "S 3:ff.0, S 3:0.0"},
+          {"with blanks", "1 2- 3 /S", "S 3:1.0, S 3:2.0, S 3:3.0"},
+          {"with runs of slashes and dashes and a third field", "/-1--2-9//WMX-7045/more/",
+           "WMX-7045 3:1.0, WMX-7045 3:2.0"});
 
-struct Blocks {
-  std::string_view rule;
-  std::string text;
-  Texts places;
-};
-
-class SwitchBlocks : public RowTest<Blocks, SwitchLines> {};
+class SwitchBlocks : public RowTest<Switched, SwitchLines> {};
 
 TEST_P(SwitchBlocks, LeaveTheseSlots) {
   switch_slot();
@@ -89,26 +79,22 @@ TEST_P(SwitchBlocks, LeaveTheseSlots) {
   EXPECT_EQ(places(), row().places);
 }
 
-const std::string kJ1 = slot_line("J1");
-
 QORX_ROWS(SwitchBlocks,
           {"several lines of a block share the switch",
            kJ1 + switch_line("1-1/A") + feature_line("wrong in the other pass only") + "# c\n" +
                "PCIe_SW_DEV/WMX_SLOT=\"4-5/B\"",
-           {kRetired, "J2 0:1d.0", "J3 0:1e.0", "A 3:1.0", "B 3:4.0", "B 3:5.0"}},
+           kRetired + ", J2 0:1d.0, J3 0:1e.0, A 3:1.0, B 3:4.0, B 3:5.0"},
           {"a slot without a switch is retired and its lines are ignored",
-           slot_line("J2") + switch_line("1-2/S") + switch_line("no range"),
-           {"J1 0:1c.0", kRetired, "J3 0:1e.0"}},
+           slot_line("J2") + switch_line("1-2/S") + switch_line("no range"), "J1 0:1c.0, " + kRetired + ", J3 0:1e.0"},
           {"a switch that was not found is not taken for the one before",
            kJ1 + switch_line("1-1/A") + slot_line("J2") + switch_line("1-1/B"),
-           {kRetired, kRetired, "J3 0:1e.0", "A 3:1.0"}},
+           kRetired + ", " + kRetired + ", J3 0:1e.0, A 3:1.0"},
           {"a switch behind a switch is reached by its new slot name",
            kJ1 + switch_line("1-1/Inner") + switch_line("2-2/Outer 2") + slot_line("Inner") +
                switch_line("2-3/Inner 2"),
-           {kRetired, "J2 0:1d.0", "J3 0:1e.0", kRetired, "Outer 2 3:2.0", "Inner 2 5:2.0", "Inner 2 5:3.0"}},
-          {"the bus behind bus 255 is 0",
-           slot_line("J3") + switch_line("1-1/S"),
-           {"J1 0:1c.0", "J2 0:1d.0", kRetired, "S 0:1.0"}});
+           kRetired + ", J2 0:1d.0, J3 0:1e.0, " + kRetired + ", Outer 2 3:2.0, Inner 2 5:2.0, Inner 2 5:3.0"},
+          {"the bus behind bus 255 is 0", slot_line("J3") + switch_line("1-1/S"),
+           "J1 0:1c.0, J2 0:1d.0, " + kRetired + ", S 0:1.0"});
 
 TEST_F(SwitchLines, FillNewSlotsAndEmptyTheOldOne) {
   const SlotRecord& old = switch_slot();
@@ -141,7 +127,7 @@ TEST_F(SwitchLines, EverySlotOfTheNameIsRetired) {
   SlotRecord& renamed = add_slot("J1", 9, 8, 1, 1);
   copy_text(renamed.slot_name, "J2");
   apply_switch("1-1/S");
-  EXPECT_EQ(places(), (Texts{kRetired, kRetired, "J2 8:1.1", "S 3:1.0"}));
+  EXPECT_EQ(places(), kRetired + ", " + kRetired + ", J2 8:1.1, S 3:1.0");
   expect_slot(twin, {.smbios_slot_name = ""});
   expect_slot(renamed, {.smbios_slot_name = "J1"});
 }
@@ -167,14 +153,8 @@ TEST_F(SwitchLines, DebugMessagesShowTheSearchAndEveryNewSlot) {
   const std::string traces = read(kSlotPass, kJ1 + switch_line("1-2/S")).printed;
   ASSERT_NE(traces.find("\nJ1\n"), std::string::npos);
   EXPECT_EQ(traces.substr(traces.find("\nJ1\n") + 4),
-            "check head char of !PCIe_SW_DEV/WMX_SLOT=\"1-2/S\"\n!\n"
-            "check tail char of !PCIe_SW_DEV/WMX_SLOT=\"1-2/S\"\n!\n"
-            "remove tail 1 char !PCIe_SW_DEV/WMX_SLOT=\"1-2/S\"!\n"
-            "can't find CHANGE_NAME=\"\n"
-            "can't find FUNCTION/NAME/FEATURE=\"\n"
-            "can't find FUNCTION/NAME/BUS_ORDER=\"\n"
-            "get_pcie_switch_bus\n" +
-                kRootPort + "\n2\n0\n0\n" + "smbios path " + kUpstreamPort + "\nsmbios path " + kUpstreamPort + "\n");
+            block_line_traces(switch_line("1-2/S")) + "get_pcie_switch_bus\n" + kRootPort + "\n2\n0\n0\n" +
+                "smbios path " + kUpstreamPort + "\nsmbios path " + kUpstreamPort + "\n");
 }
 
 TEST_F(SwitchLines, APortBehindASwitchTakesItsSlotFromTheFile) {
@@ -184,10 +164,9 @@ TEST_F(SwitchLines, APortBehindASwitchTakesItsSlotFromTheFile) {
   const ToolRun run = run_on(kSlotPass, kJ1 + switch_line("1-1/WMX Slot 1") + switch_line("5-5/WMX Slot 2") +
                                             slot_line("WMX Slot 2") + feature_line("0/P/POE"));
   EXPECT_EQ(run.status, 0);
-  EXPECT_EQ(row_of(run.output, "eth0").slot, "WMX Slot 1");
-  EXPECT_EQ(row_of(run.output, "eth1").slot, "WMX Slot 2");
-  EXPECT_EQ(row_of(run.output, "eth1").panel, "P");
-  EXPECT_EQ(row_of(machine_.run({"-a"}).output, "eth0").slot, "J1");
+  EXPECT_EQ(row_of(run.output, "eth0"), "WMX Slot 1 | 1 (*) | unknown | ID not found");
+  EXPECT_EQ(row_of(run.output, "eth1"), "WMX Slot 2 | P | POE | ID not found");
+  EXPECT_EQ(row_of(machine_.run({"-a"}).output, "eth0"), "J1 | 1 (*) | unknown | ID not found");
 }
 
 }  // namespace

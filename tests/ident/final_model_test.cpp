@@ -139,11 +139,10 @@ TEST_F(FinalModel, TheTableShowsThem) {
       .add_port("eth2", "0000:00:1d.0/0000:07:00.0")
       .add_usb_port("usb0", "0000:00:1e.0/0000:09:00.0/usb2/2-1/2-1:1.0", "bda/8153/3000");
   const std::string output = machine.run({"-a"}).output;
-  EXPECT_EQ(row_of(output, "eth0").model, "Onboard");
-  EXPECT_EQ(row_of(output, "eth1").model, "ID not found");
-  EXPECT_EQ(row_of(output, "eth2").model, "ID not found");
-  const ResultRow adapter = row_of(output, "usb0");
-  EXPECT_EQ(adapter.slot + " " + adapter.panel + " " + adapter.model, "N/A N/A ID not found");
+  EXPECT_EQ(row_of(output, "eth0"), "LAN1 | LAN1 (*) | Need cfg | Onboard");
+  EXPECT_EQ(row_of(output, "eth1"), "WMX Slot 1 | 1 (*) | unknown | ID not found");
+  EXPECT_EQ(row_of(output, "eth2"), "(!!) | N/A | unknown | ID not found");
+  EXPECT_EQ(row_of(output, "usb0"), "N/A | N/A | unknown | ID not found");
 }
 
 }  // namespace

@@ -1,5 +1,7 @@
 #include "tests/support/user_files.h"
 
+#include <algorithm>
+
 #include "config/stages.h"
 #include "smbios/entry_point.h"
 #include "smbios/override_file.h"
@@ -54,12 +56,25 @@ const UserFileReader kOverride{.rule = "the override file",
                                .no_name = kNullPointer,
                                .good = "TYPE=\"9\"\nNAME=\"S\"\nBUS:DEV.FUN=\"01:00.0\"\n"};
 
-std::vector<WrongFile> at_line(int line, const std::string& text) {
+std::string head_traces(const std::string& line) {
+  const std::size_t blanks = std::min(line.find_first_not_of(" \t"), line.size());
+  return "check head char of !" + line + "!\n" +
+         (blanks == 0 ? "" : "remove head " + std::to_string(blanks) + " char !" + line.substr(blanks) + "!\n");
+}
+
+std::string tail_traces(const std::string& line) {
+  const std::size_t kept = line.find_last_not_of(" \t\r\n") + 1;
+  const std::string blanks = std::to_string(line.size() - kept);
+  return "check tail char of !" + line + "!\n" +
+         (blanks == "0" ? "" : "remove tail " + blanks + " char !" + line.substr(0, kept) + "!\n");
+}
+
+Files at_line(int line, const std::string& text) {
   return {{text, line}};
 }
 
-std::vector<WrongFile> variants(int line, std::string_view head, const Texts& texts, std::string_view tail) {
-  std::vector<WrongFile> files;
+Files variants(int line, std::string_view head, const Texts& texts, std::string_view tail) {
+  Files files;
   for (const std::string& text : texts) {
     files.push_back({std::string(head) + text + std::string(tail), line});
   }

@@ -31,24 +31,29 @@ extern const UserFileReader kOverride;     // smbios.cfg
 inline constexpr std::string_view kOpenCode = "Error: QORX_ERR_OPEN_FILE (0x80)\n";
 inline constexpr std::string_view kFormatCode = "Error: QORX_ERR_CONF_FILE_FORMAT (0x81)\n";
 
+// What cutting off the blanks in front of a line and behind it traces.
+std::string head_traces(const std::string& line);
+std::string tail_traces(const std::string& line);
+
 // A wrong file, and the number of the line that its message names.
 struct WrongFile {
   std::string text;
   int line = 0;
 };
+using Files = std::vector<WrongFile>;
 
 // Files that are wrong in one way; "#" in the message stands for the number of the line.
 struct WrongFiles {
   std::string_view rule;
   std::string_view message;
-  std::vector<WrongFile> files;
+  Files files;
 };
 
 // One file.
-std::vector<WrongFile> at_line(int line, const std::string& text);
+Files at_line(int line, const std::string& text);
 
 // A file for each of the texts, between the same head and tail.
-std::vector<WrongFile> variants(int line, std::string_view head, const Texts& texts, std::string_view tail = "\n");
+Files variants(int line, std::string_view head, const Texts& texts, std::string_view tail = "\n");
 
 class UserFileTest : public MachineTest {
  protected:
