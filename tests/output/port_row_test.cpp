@@ -7,7 +7,6 @@
 #include <string>
 #include <vector>
 
-#include "base/bounded_text.h"
 #include "tests/support/expect.h"
 #include "tests/support/expected_table.h"
 #include "tests/support/rows.h"
@@ -19,34 +18,42 @@ std::string row_of(DeviceRecord& record) {
   return printed_by([&record] { PortTable(stdout, MismatchMark::kRowOnly).print_port(record); });
 }
 
+// The columns of a port.
+struct Columns {
+  std::string_view eth_name = "eth0";
+  std::string_view address = "5e:1f.3";
+  std::string_view ids = "8086 1521";
+  std::string_view subsystem_ids = "13fe 0037";
+  std::string_view mac = "02:00:00:00:00:01";
+  std::string_view slot = "WMX Slot 1";
+  std::string_view panel = "1 (*)";
+  std::string_view model = "WMX-2248";
+};
+
+std::string line(const Columns& port, std::string_view feature = "N/A", std::string_view seg = "N/A",
+                 bool usb = false) {
+  return table_line({port.eth_name, port.address, usb, port.ids, port.subsystem_ids, port.mac, port.slot, port.panel,
+                     feature, seg, port.model});
+}
+
 class PortRow : public LibraryTest {
  protected:
   PortRow() {
-    copy_text(record_.eth_name, "eth0");
-    record_.bus = 0x5E;
-    record_.dev = 0x1F;
-    record_.fun = 3;
-    record_.vendor_id = 0x8086;
-    record_.device_id = 0x1521;
-    record_.subsys_vendor_id = 0x13FE;
-    record_.subsys_device_id = 0x0037;
-    copy_text(record_.mac_addr, "02:00:00:00:00:01");
-    copy_text(record_.slot_name, "WMX Slot 1");
-    copy_text(record_.panel_name, "1 (*)");
-    record_.feature = 8;
-    record_.smbios_type = 9;
-    record_.seg = 4;
-    copy_text(record_.model, "WMX-2248");
-    expected_ = {.eth_name = "eth0",
-                 .address = "5e:1f.3",
-                 .ids = "8086 1521",
-                 .subsystem_ids = "13fe 0037",
-                 .mac = "02:00:00:00:00:01",
-                 .slot = "WMX Slot 1",
-                 .panel = "1 (*)",
-                 .feature = "N/A",
-                 .seg = "N/A",
-                 .model = "WMX-2248"};
+    set_port(record_, {.eth_name = "eth0",
+                       .bus = 0x5E,
+                       .dev = 0x1F,
+                       .fun = 3,
+                       .slot_name = "WMX Slot 1",
+                       .panel_name = "1 (*)",
+                       .model = "WMX-2248",
+                       .feature = 8,
+                       .vendor_id = 0x8086,
+                       .device_id = 0x1521,
+                       .subsys_vendor_id = 0x13FE,
+                       .subsys_device_id = 0x0037,
+                       .mac_addr = "02:00:00:00:00:01",
+                       .smbios_type = 9,
+                       .seg = 4});
   }
 
   // The printed rows of four such ports, of which the second is marked and the last is a bypass port.
@@ -54,24 +61,16 @@ class PortRow : public LibraryTest {
     std::vector<DeviceRecord> records(4, record_);
     records[1].feature = 0x88;
     records[3].feature = 0x02;
-    std::string rows = printed_by([&] {
+    return printed_by([&] {
       PortTable table(stdout, mark);
       for (DeviceRecord& record : records) {
         table.print_port(record);
         EXPECT_EQ(record.feature & 0x80, 0);
       }
     });
-    return rows;
-  }
-
-  std::string line(std::string_view feature, std::string_view seg = "N/A") {
-    expected_.feature = feature;
-    expected_.seg = seg;
-    return table_line(expected_);
   }
 
   DeviceRecord record_{};
-  TableRow expected_;
 };
 
 TEST_F(PortRow, HeaderAndLegendAreTheseLines) {
@@ -89,8 +88,7 @@ TEST_F(PortRow, EveryColumnHasItsPlace) {
 
 TEST_F(PortRow, WithoutAnythingKnownItStillFillsTheColumns) {
   record_ = {};
-  copy_text(record_.eth_name, "soc0");
-  record_.bus = record_.dev = record_.fun = 255;
+  set_port(record_, {.eth_name = "soc0", .bus = 255, .dev = 255, .fun = 255});
   record_.vendor_id = record_.device_id = record_.subsys_vendor_id = record_.subsys_device_id = 0x10000;
   EXPECT_EQ(row_of(record_),
             "soc0            N/A         N/A  N/A  N/A  N/A   N/A                "
@@ -100,17 +98,6 @@ TEST_F(PortRow, WithoutAnythingKnownItStillFillsTheColumns) {
 const std::string kName(40, 'n');
 const std::string kText(60, 't');
 
-struct Columns {
-  Text eth_name = {};
-  Text address = {};
-  Text ids = {};
-  Text subsystem_ids = {};
-  Text mac = {};
-  Text slot = {};
-  Text panel = {};
-  Text model = {};
-};
-
 // What is different about a port, and in its row.
 struct Difference {
   std::string_view rule;
@@ -118,52 +105,11 @@ struct Difference {
   Columns row;
 };
 
-template <class Field>
-void change(Field& field, const Number& value) {
-  field = static_cast<Field>(value.value_or(field));
-}
-
-template <std::size_t Size>
-void change(char (&field)[Size], const Text& value) {
-  copy_text(field, value ? std::string(*value) : std::string(field));
-}
-
-void change(std::string_view& field, const Text& value) {
-  field = value.value_or(field);
-}
-
-class PortWith : public RowTest<Difference, PortRow> {
- protected:
-  PortWith() {
-    const PortFields& port = row().port;
-    change(record_.eth_name, port.eth_name);
-    change(record_.bus, port.bus);
-    change(record_.dev, port.dev);
-    change(record_.fun, port.fun);
-    change(record_.slot_name, port.slot_name);
-    change(record_.panel_name, port.panel_name);
-    change(record_.model, port.model);
-    change(record_.vendor_id, port.vendor_id);
-    change(record_.device_id, port.device_id);
-    change(record_.subsys_vendor_id, port.subsys_vendor_id);
-    change(record_.subsys_device_id, port.subsys_device_id);
-    change(record_.mac_addr, port.mac_addr);
-    change(record_.seg, port.seg);
-    change(record_.usb, port.usb);
-    change(expected_.eth_name, row().row.eth_name);
-    change(expected_.address, row().row.address);
-    change(expected_.ids, row().row.ids);
-    change(expected_.subsystem_ids, row().row.subsystem_ids);
-    change(expected_.mac, row().row.mac);
-    change(expected_.slot, row().row.slot);
-    change(expected_.panel, row().row.panel);
-    change(expected_.model, row().row.model);
-    expected_.usb = port.usb.has_value();
-  }
-};
+class PortWith : public RowTest<Difference, PortRow> {};
 
 TEST_P(PortWith, HasItsRow) {
-  EXPECT_EQ(row_of(record_), table_line(expected_));
+  set_port(record_, row().port);
+  EXPECT_EQ(row_of(record_), line(row().row, "N/A", "N/A", row().port.usb.has_value()));
 }
 
 constexpr const char* kNoIds = "N/A  N/A ";
@@ -222,32 +168,29 @@ const std::vector<FeatureCase> kFeatures{
 TEST_F(PortRow, EveryFeatureHasItsTextBypassPortsTheirSegmentAndAMarkShowsOnce) {
   for (const FeatureCase& c : kFeatures) {
     SCOPED_TRACE(testing::Message() << c.feature << " type " << c.smbios_type << " flag " << c.ctrl_flag);
-    record_.feature = static_cast<std::uint8_t>(c.feature | 0x80);
-    record_.smbios_type = static_cast<std::uint8_t>(c.smbios_type);
-    record_.bypass_ctrl_flag = static_cast<std::uint8_t>(c.ctrl_flag);
-    EXPECT_EQ(row_of(record_), line(std::string(c.text) + "(!)", c.seg));
+    set_port(record_, {.feature = c.feature | 0x80, .bypass_ctrl_flag = c.ctrl_flag, .smbios_type = c.smbios_type});
+    EXPECT_EQ(row_of(record_), line({}, std::string(c.text) + "(!)", c.seg));
     EXPECT_EQ(record_.feature, c.feature);
-    EXPECT_EQ(row_of(record_), line(c.text, c.seg));
+    EXPECT_EQ(row_of(record_), line({}, c.text, c.seg));
   }
 }
 
 TEST_F(PortRow, ASegmentThatCantBeAssignedIsMarked) {
   for (const auto& [feature, text] : {std::pair{2, "A_BYPASS"}, {4, "L_BYPASS"}, {64, "A_BYPASS_I2C"}}) {
-    record_.feature = static_cast<std::uint8_t>(feature);
     for (const int seg : {0, 12, 254, 255}) {
-      record_.seg = static_cast<std::uint8_t>(seg);
-      EXPECT_EQ(row_of(record_), line(text, seg == 255 ? "(?)" : std::to_string(seg)));
+      set_port(record_, {.feature = feature, .seg = seg});
+      EXPECT_EQ(row_of(record_), line({}, text, seg == 255 ? "(?)" : std::to_string(seg)));
     }
   }
 }
 
 TEST_F(PortRow, OnTheScreenTheMarkBelongsToItsRow) {
-  EXPECT_EQ(four_ports(MismatchMark::kRowOnly), line("N/A") + line("N/A(!)") + line("N/A") + line("A_BYPASS", "4"));
+  EXPECT_EQ(four_ports(MismatchMark::kRowOnly), line({}) + line({}, "N/A(!)") + line({}) + line({}, "A_BYPASS", "4"));
 }
 
 TEST_F(PortRow, InTheFileTheMarkStaysRaised) {
   EXPECT_EQ(four_ports(MismatchMark::kSticky),
-            line("N/A") + line("N/A(!)") + line("N/A(!)") + line("A_BYPASS(!)", "4"));
+            line({}) + line({}, "N/A(!)") + line({}, "N/A(!)") + line({}, "A_BYPASS(!)", "4"));
 }
 
 TEST(VirtualRow, HasFixedTexts) {

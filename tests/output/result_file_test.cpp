@@ -3,7 +3,6 @@
 
 #include <string>
 
-#include "base/bounded_text.h"
 #include "tests/support/expect.h"
 #include "tests/support/expected_table.h"
 #include "tests/support/fixture.h"
@@ -16,11 +15,12 @@ class ResultFile : public MachineTest {
   ResultFile() { g_qorx_init = 0; }
 
   static DeviceRecord& add_port(std::string_view name, int feature) {
-    DeviceRecord& record = add_device(name, "S 1", QORX_SMBIOS_SYSTEM_SLOT);
-    record.feature = static_cast<std::uint8_t>(feature);
-    copy_text(record.panel_name, "1 (*)");
-    copy_text(record.model, "M");
-    return record;
+    return test::add_port({.eth_name = name,
+                           .slot_name = "S 1",
+                           .panel_name = "1 (*)",
+                           .model = "M",
+                           .feature = feature,
+                           .smbios_type = 9});
   }
 
   std::string written() {
@@ -34,15 +34,9 @@ class ResultFile : public MachineTest {
 // The row of such a port.
 std::string row_of(std::string_view name, std::string_view feature, std::string_view slot = "S 1",
                    std::string_view panel = "1 (*)") {
-  return table_line({.eth_name = name,
-                     .address = slot == "N/A" ? "N/A    " : "00:00.0",
-                     .ids = "0000 0000",
-                     .subsystem_ids = "0000 0000",
-                     .slot = slot,
-                     .panel = panel,
-                     .feature = feature,
-                     .seg = feature == "L_BYPASS" ? "(?)" : "N/A",
-                     .model = "M"});
+  const char* const address = slot == "N/A" ? "N/A    " : "00:00.0";
+  const char* const seg = feature == "L_BYPASS" ? "(?)" : "N/A";
+  return table_line({name, address, false, "0000 0000", "0000 0000", "N/A", slot, panel, feature, seg, "M"});
 }
 
 const std::string kBr0 = table_line({.eth_name = "br0", .mac = "02:00:00:00:00:99"});
@@ -84,8 +78,7 @@ TEST_F(ResultFile, WritingClearsTheMarksForAScreenTableBehindIt) {
 }
 
 TEST_F(ResultFile, WhatIsNotKnownOfAPortIsMarked) {
-  DeviceRecord& nowhere = add_port("soc0", 8);
-  nowhere.bus = nowhere.dev = nowhere.fun = 255;
+  set_port(add_port("soc0", 8), {.bus = 255, .dev = 255, .fun = 255});
   add_port("eth0", 8).slot_name[0] = '\0';
   add_port("eth1", 4).seg = 255;
   EXPECT_EQ(written(),
@@ -98,24 +91,17 @@ TEST_F(ResultFile, AnOlderFileIsReplaced) {
 }
 
 TEST_F(ResultFile, APathLongerThanAFileNameFieldIsUsedWhole) {
-  std::string path = machine_.work();
-  for (int i = 0; i < 3; ++i) {
-    path += "/" + std::string(120, static_cast<char>('a' + i));
-  }
-  std::filesystem::create_directories(path);
-  path += "/result";
+  const std::string folder(120, 'a');
+  const std::string path = machine_.user_file(folder + "/" + folder + "/" + folder + "/result", "");
   EXPECT_EQ(qorx_fprint_scan_result(path.c_str()), 0);
   EXPECT_EQ(read_file(path), table_of(""));
 }
 
-TEST_F(ResultFile, AFileThatCantBeCreatedFailsSilently) {
+TEST_F(ResultFile, AFileThatCantBeCreatedOrWrittenFailsSilently) {
   for (const char* const path : {"", "/", "no/such/directory/result"}) {
     EXPECT_EQ(traced_by([path] { EXPECT_EQ(qorx_fprint_scan_result(path), QORX_ERR_OPEN_FILE); }), "");
   }
   EXPECT_EQ(qorx_fprint_scan_result(nullptr), QORX_ERR_OPEN_FILE);
-}
-
-TEST_F(ResultFile, AFileThatCantBeWrittenFails) {
   EXPECT_EQ(qorx_fprint_scan_result("/dev/full"), QORX_ERR_CLOSE_FILE);
 }
 

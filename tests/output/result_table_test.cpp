@@ -21,12 +21,13 @@ class ResultTable : public MachineTest {
   }
 
   static DeviceRecord& add_port(std::string_view name, int feature, int bus = 1, int dev = 0, int fun = 0) {
-    DeviceRecord& record = add_device(name, "S 1", QORX_SMBIOS_SYSTEM_SLOT);
-    record.feature = static_cast<std::uint8_t>(feature);
-    record.bus = static_cast<std::uint8_t>(bus);
-    record.dev = static_cast<std::uint8_t>(dev);
-    record.fun = static_cast<std::uint8_t>(fun);
-    return record;
+    return test::add_port({.eth_name = name,
+                           .bus = bus,
+                           .dev = dev,
+                           .fun = fun,
+                           .slot_name = "S 1",
+                           .feature = feature,
+                           .smbios_type = 9});
   }
 
   static std::string printed(const char* name, const char* feature, const char* bdf) {
@@ -53,7 +54,7 @@ class ResultTable : public MachineTest {
   // Each entry is a filter and the names it lists: "POE > eth0 eth1".
   static void expect_all(std::string (*list)(const char* filter), const std::vector<std::string>& listings) {
     for (const std::string& listing : listings) {
-      const std::size_t end = listing.find(" >");
+      const std::size_t end = listing.find(" > ");
       EXPECT_EQ((listing.substr(0, end) + " > " + list(listing.substr(0, end).c_str())), listing);
     }
   }
@@ -103,10 +104,8 @@ TEST_F(ResultTable, AnUnknownFeatureListsOnlyVirtualInterfaces) {
   for (int feature = 0; feature < 128; ++feature) {
     add_port("eth", feature);
   }
-  for (const char* const text : {"none", "", "NA", "A_BYPASS-C", "POE ", "unknown", "Need cfg"}) {
-    EXPECT_EQ(of_feature(text), "br0") << text;
-  }
-  EXPECT_EQ(of_feature(std::string(300, 'x').c_str()), "br0");
+  expect_all(of_feature, {"none > br0", " > br0", "NA > br0", "A_BYPASS-C > br0", "POE  > br0", "unknown > br0",
+                          "Need cfg > br0", std::string(300, 'x') + " > br0"});
   g_novlan = 1;
   EXPECT_EQ(of_feature("none"), "");
 }
@@ -114,10 +113,8 @@ TEST_F(ResultTable, AnUnknownFeatureListsOnlyVirtualInterfaces) {
 TEST_F(ResultTable, AMarkedFeatureIsFoundByItsBitsButNotAsBoth) {
   add_port("poe", 0x81);
   add_port("both", 0xB0);
-  EXPECT_EQ(of_feature("NCSI/1PPS"), "");
-  EXPECT_EQ(of_feature("POE"), "poe");
-  EXPECT_EQ(of_feature("1PPS"), "both");
-  EXPECT_EQ(of_feature("NCSI/1PPS"), "both");  // the listing before cleared the mark
+  // The last listing but one clears the mark.
+  expect_all(of_feature, {"NCSI/1PPS > ", "POE > poe", "1PPS > both", "NCSI/1PPS > both"});
 }
 
 TEST_F(ResultTable, AnAddressListsTheFirstPortThere) {
@@ -135,8 +132,7 @@ TEST_F(ResultTable, AnAddressListsTheFirstPortThere) {
 TEST_F(ResultTable, BothSpellingsAreTriedOnEachPortInTurn) {
   add_port("eth0", 8, 0, 0, 0x10);
   add_port("eth1", 8, 0, 0, 0);
-  EXPECT_EQ(at_address("00:00.10"), "eth0");
-  EXPECT_EQ(at_address("00:00.00"), "eth1");
+  expect_all(at_address, {"00:00.10 > eth0", "00:00.00 > eth1"});
 }
 
 TEST_F(ResultTable, AFilterThatMatchesNothingIsNoFailureAndStaysAsItIs) {
@@ -162,12 +158,11 @@ TEST_F(ResultTable, TheMarkOfAMismatchShowsOnTheFirstListingOfItsPortOnly) {
 
 // Set while a warning about segments is out.
 TEST_F(ResultTable, AfterAWarningOnlyThePortsToBeAddedByHandAreListed) {
-  add_port("eth0", 2).seg = 255;
-  add_port("eth1", 2).seg = 254;
-  add_port("eth2", 0x82).seg = 255;
-  add_port("eth3", 64).seg = 255;
-  add_port("eth4", 4).seg = 255;
-  add_port("eth5", 2).seg = 255;
+  int port = 0;
+  for (const int feature : {2, 2, 0x82, 64, 4, 2}) {
+    add_port("eth" + std::to_string(port++), feature).seg = 255;
+  }
+  device_records()[1].seg = 254;
   wrong_seg_flag = 1;
   EXPECT_EQ(listed(nullptr, nullptr, nullptr), "eth0 eth5 br0");
   EXPECT_EQ(of_name("eth1"), "eth1");

@@ -39,17 +39,18 @@ class TovixFile : public MachineTest {
   ~TovixFile() override { std::filesystem::current_path(before_); }
 
   static DeviceRecord& add(const Port& port) {
-    DeviceRecord& record = add_device(port.eth_name, "S", port.smbios_type);
-    record.feature = static_cast<std::uint8_t>(port.feature);
-    record.bypass_ctrl_flag = static_cast<std::uint8_t>(port.ctrl_flag);
-    record.seg = static_cast<std::uint8_t>(port.seg);
-    record.fun = static_cast<std::uint8_t>(port.fun);
-    record.bypass_type = port.bypass_type;
-    record.bypass_bus = 3;
-    record.bypass_switch1 = 2;
-    record.bypass_switch2 = 255;
-    record.mcu_segment = 4;
-    return record;
+    return add_port({.eth_name = port.eth_name,
+                     .fun = port.fun,
+                     .slot_name = "S",
+                     .feature = port.feature,
+                     .bypass_ctrl_flag = port.ctrl_flag,
+                     .smbios_type = port.smbios_type,
+                     .seg = port.seg,
+                     .bypass_type = port.bypass_type,
+                     .bypass_bus = 3,
+                     .bypass_switch1 = 2,
+                     .bypass_switch2 = 255,
+                     .mcu_segment = 4});
   }
 
   static void add_bypass_ports(int count) {
@@ -74,12 +75,8 @@ class TovixFile : public MachineTest {
   const std::filesystem::path before_ = std::filesystem::current_path();
 };
 
-std::string record(std::string_view name, int segment) {
-  return "eth_name: " + std::string(name) + "\nSEGMENT: " + std::to_string(segment) + "\nBUS: 00\nDEV: 00\nFUN: 0\n\n";
-}
-
-std::string i2c_record(std::string_view name, int segment, std::string_view lines) {
-  return "eth_name: " + std::string(name) + "\nSEGMENT: " + std::to_string(segment) + "\n" + std::string(lines) + "\n";
+std::string record(const std::string& name, int segment, const std::string& lines = "BUS: 00\nDEV: 00\nFUN: 0\n") {
+  return "eth_name: " + name + "\nSEGMENT: " + std::to_string(segment) + "\n" + lines + "\n";
 }
 
 struct Content {
@@ -109,8 +106,8 @@ std::vector<Port> ports_of_all_other_features() {
   return ports;
 }
 
-Content i2c(std::string_view rule, char type, int smbios_type, int fun, std::string_view lines) {
-  return {rule, {{"eth0", 64, 101, 1, smbios_type, type, fun}}, i2c_record("eth0", 101, lines)};
+Content i2c(std::string_view rule, char type, int smbios_type, int fun, const std::string& lines) {
+  return {rule, {{"eth0", 64, 101, 1, smbios_type, type, fun}}, record("eth0", 101, lines)};
 }
 
 QORX_ROWS(TovixRecords, {"without ports only the end is written", {}, ""},
@@ -132,7 +129,7 @@ QORX_ROWS(TovixRecords, {"without ports only the end is written", {}, ""},
           i2c("a port of no slot has none", 'B', 0, 0, "TYPE: BMC.0.IPMI\nBUS: 3.2.255\n"),
           {"forced numbers count from 200 over both kinds",
            {{"eth0", 2}, {"eth1", 2, 4}, {"eth2", 64}, {"eth3", 2, 255, 0}, {"eth4", 4}, {"eth5", 2}},
-           record("eth0", 200) + record("eth1", 4) + i2c_record("eth2", 201, "BUS: 3.2.255\nMCU_SEGMENT: 1\n") +
+           record("eth0", 200) + record("eth1", 4) + record("eth2", 201, "BUS: 3.2.255\nMCU_SEGMENT: 1\n") +
                record("eth5", 202),
            1});
 
@@ -175,15 +172,7 @@ TEST_F(TovixFile, WhenTheLibraryIsNotOpenTheFileIsNotTouchedAndTheFlagIsCleared)
 }
 
 std::string row_of(std::string_view name, std::string_view feature, std::string_view seg) {
-  return table_line({.eth_name = name,
-                     .address = "00:00.0",
-                     .ids = "0000 0000",
-                     .subsystem_ids = "0000 0000",
-                     .slot = "S",
-                     .panel = "",
-                     .feature = feature,
-                     .seg = seg,
-                     .model = ""});
+  return table_line({name, "00:00.0", false, "0000 0000", "0000 0000", "N/A", "S", "", feature, seg, ""});
 }
 
 // The warning about one port that carries the control.
@@ -244,11 +233,7 @@ TEST_F(TovixFile, The56thForcedNumberOfAnI2cPortIsLeftOutSilently) {
   g_force_flag = 1;
   add_bypass_ports(55);
   add({"eth55", QORX_FEATURE_A_BYPASS_I2C});
-  std::string records;
-  for (int i = 0; i < 55; ++i) {
-    records += record("eth" + std::to_string(i), 200 + i);
-  }
-  EXPECT_EQ(written(), records + kEnd);
+  EXPECT_TRUE(written().ends_with(record("eth53", 253) + record("eth54", 254) + kEnd)) << file();
 }
 
 }  // namespace

@@ -89,20 +89,6 @@ TEST_F(VirtualInterfaces, RowsGoToTheStreamThatIsGiven) {
   EXPECT_EQ(read_file(path), kBr0);
 }
 
-// The low byte of a link's length is what tells: 254 is the value that means virtual.
-TEST_F(VirtualInterfaces, ALinkOf254BytesCountsAsVirtual) {
-  const auto link = [](std::size_t length) {
-    const std::string head = "../../devices/pci0000:00/";
-    const std::string tail = "/0000:03:00.0/net/eth0";
-    return head + std::string(length - head.size() - tail.size(), 'x') + tail;
-  };
-  machine_.add_raw_interface("eth0", link(254))
-      .add_raw_interface("eth1", link(253))
-      .add_raw_interface("eth2", link(510));
-  EXPECT_EQ(sorted_lines(listed()),
-            (std::vector<std::string>{table_line({.eth_name = "eth0"}), table_line({.eth_name = "eth2"})}));
-}
-
 TEST_F(VirtualInterfaces, AListThatCannotBeReadIsAnErrorLikeThatOfTheEnvironment) {
   machine_.remove("sys/class/net");
   EXPECT_EQ(outcome_of([] { return get_all_virtual_eth_devices_info(nullptr, nullptr); }),

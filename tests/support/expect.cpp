@@ -6,6 +6,7 @@
 #include <sstream>
 #include <utility>
 
+#include "base/bounded_text.h"
 #include "tests/support/library.h"
 
 namespace qorx {
@@ -67,6 +68,25 @@ Texts module_names_of(const DeviceRecord& port) {
 }
 
 }  // namespace
+
+#define QORX_SET_TEXT(field)              \
+  if (fields.field) {                     \
+    copy_text(port.field, *fields.field); \
+  }
+#define QORX_SET_NUMBER(field) port.field = static_cast<decltype(port.field)>(fields.field.value_or(port.field));
+
+void set_port(DeviceRecord& port, const PortFields& fields) {
+  QORX_PORT_FIELDS(QORX_SET_TEXT, QORX_SET_NUMBER)
+  for (const std::string& name : fields.module_names.value_or(Texts{})) {
+    copy_text(port.module_names[port.module_name_count++], name);
+  }
+}
+
+DeviceRecord& add_port(const PortFields& fields) {
+  DeviceRecord& port = add_device("");
+  set_port(port, fields);
+  return port;
+}
 
 #define QORX_TEXT(field) comparison.text(#field, actual.field, expected.field);
 #define QORX_NUMBER(field) comparison.number(#field, actual.field, expected.field);

@@ -2,6 +2,8 @@
 // line of the test:
 //
 //   expect_port(port, {.panel_name = "P", .feature = 0x10});
+//
+// Fields are set in the same way.
 #ifndef QORX_TESTS_SUPPORT_EXPECT_H
 #define QORX_TESTS_SUPPORT_EXPECT_H
 
@@ -67,6 +69,10 @@ struct PortFields {
 struct SlotFields {
   QORX_SLOT_FIELDS(QORX_TEXT_MEMBER, QORX_NUMBER_MEMBER)
 };
+
+// Sets the fields that are named, or appends a record that has them.
+void set_port(DeviceRecord& port, const PortFields& fields);
+DeviceRecord& add_port(const PortFields& fields);
 
 void expect_port(const DeviceRecord& actual, const PortFields& expected, Where where = Where::here());
 void expect_slot(const SlotRecord& actual, const SlotFields& expected, Where where = Where::here());
