@@ -6,7 +6,7 @@
 
 #include "base/bounded_text.h"
 #include "config/stages.h"
-#include "records/device_ids.h"
+#include "records/state.h"
 #include "tests/support/expect.h"
 #include "tests/support/result_rows.h"
 #include "tests/support/rows.h"
@@ -24,13 +24,6 @@ struct Named {
   std::string model_name;
   int feature;
 };
-
-// Counts ports of one device behind a slot.
-void add_ports(SlotRecord& slot, std::uint32_t device_id, int count) {
-  for (int i = 0; i < count; ++i) {
-    count_port(slot, 0x8086, device_id);
-  }
-}
 
 class LegacySlots : public RowTest<Named> {};
 
@@ -135,7 +128,7 @@ struct Listed {
 
 class LegacyTable : public RowTest<Listed, MachineTest> {
  protected:
-  void add_ports(const std::string& bus, const Devices& devices) {
+  void add_ports_on(const std::string& bus, const Devices& devices) {
     for (std::size_t i = 0; i < devices.size(); ++i) {
       machine_.add_port("eth" + std::to_string(ports_++), "0000:00:1c.0/0000:" + bus + ":00." + std::to_string(i),
                         {.device = devices[i]});
@@ -148,8 +141,8 @@ class LegacyTable : public RowTest<Listed, MachineTest> {
 
 TEST_P(LegacyTable, Shows) {
   machine_.smbios(SmbiosTable().slot("WMX Slot 1", "06:00.0").slot("WMX Slot 1", "08:00.0"));
-  add_ports("06", row().bus6);
-  add_ports("08", row().bus8);
+  add_ports_on("06", row().bus6);
+  add_ports_on("08", row().bus8);
   EXPECT_EQ(row_of(machine_.run(row().options).output, row().eth_name), "WMX Slot 1 | " + row().columns);
 }
 

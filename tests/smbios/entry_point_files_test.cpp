@@ -25,13 +25,13 @@ Outcome search(const std::string& entry_file, const std::string& table_file) {
       [&] { return Search_SMBIOS_entry_point_sysfs_diag(entry_file.c_str(), table_file.c_str(), FileOrigin::kUser); });
 }
 
-// The content of both files, and what is found.
+// The content of the entry point's file, what is found of two slots, and the table file where it is another.
 struct Pair {
   std::string_view rule;
   std::string entry;
-  std::string table;
   Texts names;
   Outcome outcome = {};
+  std::string table = kTwoSlots.bytes();
 };
 
 class FilePair : public RowTest<Pair, MachineTest> {};
@@ -42,48 +42,32 @@ TEST_P(FilePair, IsSearched) {
   EXPECT_EQ(names(), row().names);
 }
 
-QORX_ROWS(FilePair, {"version 2 is read", kTwoSlots.entry_point2(), kTwoSlots.bytes(), kBoth},
-          {"version 3 is read", kTwoSlots.entry_point3(), kTwoSlots.bytes(), kBoth},
-          {"the address in the entry point is not used", kTwoSlots.entry_point3(0xFFFFFFFFFFFFFFFF), kTwoSlots.bytes(),
-           kBoth},
-          {"a longer table file is parsed only up to the length in the entry point",
-           kTwoSlots.entry_point2(0, 20),
-           kTwoSlots.bytes(),
-           {"A"}},
-          {"what lies behind a table in its file does not matter", kTwoSlots.entry_point2(0, 39),
-           kTwoSlots.bytes() + std::string(100000, '\xFF'), kBoth},
-          {"a shorter table file goes on with zeros", kTwoSlots.entry_point3(0, 0x10000), kTwoSlots.bytes(), kBoth},
-          {"an announcement of four gigabytes of a short file ends", kTwoSlots.entry_point3(0, 0xFFFFFFFF),
-           kTwoSlots.bytes(), kBoth},
-          {"only the start of the entry point file is looked at", kTwoSlots.entry_point2() + std::string(100, 'x'),
-           kTwoSlots.bytes(), kBoth},
-          {"an entry point must stand at the start of its file",
-           std::string(16, '\0') + kTwoSlots.entry_point2(),
-           kTwoSlots.bytes(),
-           {},
-           kNoSmbios},
-          {"an empty file holds no smbios", "", kTwoSlots.bytes(), {}, kNoSmbios},
-          {"a part of an anchor is none", "_SM", kTwoSlots.bytes(), {}, kNoSmbios},
-          {"zeros are no entry point", std::string(31, '\0'), kTwoSlots.bytes(), {}, kNoSmbios},
-          {"other bytes are no entry point", std::string(31, 'x'), kTwoSlots.bytes(), {}, kNoSmbios},
-          {"a wrong checksum prints only its own message",
-           spoiled(kTwoSlots.entry_point2(), 4),
-           kTwoSlots.bytes(),
-           {},
-           kWrongSum2},
-          {"a truncated entry point goes on with zeros", kTwoSlots.entry_point3().substr(0, 16), kTwoSlots.bytes(),
-           kBoth},
-          {"a truncated address makes a wrong checksum",
-           kTwoSlots.entry_point3(0x1000000000000000).substr(0, 16),
-           kTwoSlots.bytes(),
-           {},
-           kWrongSum3},
-          {"an empty table file gives no records", kTwoSlots.entry_point2(), "", {}},
-          {"an abnormal table keeps the records before",
+QORX_ROWS(FilePair, {"version 2 is read", kTwoSlots.entry_point2(), kBoth},
+          {"version 3 is read", kTwoSlots.entry_point3(), kBoth},
+          {"the address in the entry point is not used", kTwoSlots.entry_point3(0xFFFFFFFFFFFFFFFF), kBoth},
+          {"a longer table file is parsed only up to the length in the entry point", kTwoSlots.entry_point2(0, 20),
+           Texts{"A"}},
+          {"what lies behind a table in its file does not matter",
            kTwoSlots.entry_point2(0, 39),
-           kTwoSlots.bytes().substr(0, 39),
-           {"A"},
-           kAbnormal});
+           kBoth,
+           {},
+           kTwoSlots.bytes() + std::string(100000, '\xFF')},
+          {"a shorter table file goes on with zeros", kTwoSlots.entry_point3(0, 0x10000), kBoth},
+          {"an announcement of four gigabytes of a short file ends", kTwoSlots.entry_point3(0, 0xFFFFFFFF), kBoth},
+          {"only the start of the entry point file is looked at", kTwoSlots.entry_point2() + std::string(100, 'x'),
+           kBoth},
+          {"an entry point must stand at the start of its file", std::string(16, '\0') + kTwoSlots.entry_point2(),
+           Texts{}, kNoSmbios},
+          {"an empty file holds no smbios", "", {}, kNoSmbios}, {"a part of an anchor is none", "_SM", {}, kNoSmbios},
+          {"zeros are no entry point", std::string(31, '\0'), {}, kNoSmbios},
+          {"other bytes are no entry point", std::string(31, 'x'), {}, kNoSmbios},
+          {"a wrong checksum prints only its own message", spoiled(kTwoSlots.entry_point2(), 4), Texts{}, kWrongSum2},
+          {"a truncated entry point goes on with zeros", kTwoSlots.entry_point3().substr(0, 16), kBoth},
+          {"a truncated address makes a wrong checksum", kTwoSlots.entry_point3(0x1000000000000000).substr(0, 16),
+           Texts{}, kWrongSum3},
+          {"an empty table file gives no records", kTwoSlots.entry_point2(), {}, {}, ""},
+          {"an abnormal table keeps the records before", kTwoSlots.entry_point2(0, 39), Texts{"A"}, kAbnormal,
+           kTwoSlots.bytes().substr(0, 39)});
 
 class FileSearch : public MachineTest {
  protected:
@@ -196,9 +180,10 @@ TEST_F(FileSearch, TheKernelsFilesAreReadBelowTheSystemRoot) {
 
 TEST_F(FileSearch, BothKernelFilesMustOpen) {
   g_debug_message_open = 1;
-  EXPECT_EQ(outcome_of(Is_SMBIOS_sysfs), (Outcome{kEntryFile + " is NOT found.\n", 0}));
+  const Outcome no_entry{kEntryFile + " is NOT found.\n", 0};
+  EXPECT_EQ(outcome_of(Is_SMBIOS_sysfs), no_entry);
   machine_.write(kTableFile.substr(1), "");
-  EXPECT_EQ(outcome_of(Is_SMBIOS_sysfs), (Outcome{kEntryFile + " is NOT found.\n", 0}));
+  EXPECT_EQ(outcome_of(Is_SMBIOS_sysfs), no_entry);
   machine_.write(kEntryFile.substr(1), "");
   EXPECT_EQ(outcome_of(Is_SMBIOS_sysfs), (Outcome{kEntryFile + " is found.\n" + kTableFile + " is found.\n", 1}));
   machine_.remove(kTableFile.substr(1));

@@ -165,14 +165,11 @@ QORX_ROWS(SearchOptions, {"memory without options", {}, with_slot("memory")}, {"
           {"the override file", {"-smbios_cfg", "smbios.cfg"}, with_slot("override")},
           {"the override file with vm too", {"-vm", "-smbios_cfg", "smbios.cfg"}, with_slot("override")},
           {"recorded files", {"-diag", "entry", "table"}, with_slot("diag")},
-          {"recorded files before the override file",
-           {"-smbios_cfg", "smbios.cfg", "-diag", "entry", "table"},
+          {"recorded files before the override file", Texts{"-smbios_cfg", "smbios.cfg", "-diag", "entry", "table"},
            with_slot("diag")},
           {"recorded files whatever else is missing",
-           {"-smbios_cfg", "missing.cfg", "-vm", "-diag", "entry", "table"},
-           with_slot("diag")},
-          {"nothing else for missing recorded files",
-           {"-diag", "missing", "table", "-smbios_cfg", "smbios.cfg"},
+           Texts{"-smbios_cfg", "missing.cfg", "-vm", "-diag", "entry", "table"}, with_slot("diag")},
+          {"nothing else for missing recorded files", Texts{"-diag", "missing", "table", "-smbios_cfg", "smbios.cfg"},
            "1Can't get missing\n" + kWithoutSlots});
 
 TEST_F(SearchOrder, AWrongOverrideFileEndsTheRun) {

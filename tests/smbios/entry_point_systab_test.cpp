@@ -62,15 +62,14 @@ QORX_ROWS(SystabSearch, {"a version 2 line", "SMBIOS=0x120000\n", {"two"}},
           {"an address without prefix", "SMBIOS=120000\n", {"two"}},
           {"an address between blanks", "SMBIOS= 0X120000 \nrest", {"two"}},
           {"only keys at the start of a line and in capitals",
-           " SMBIOS=0x130000\nXSMBIOS3=0x130000\nsmbios=0x130000\nSMBIOS=0x120000\n",
-           {"two"}},
+           " SMBIOS=0x130000\nXSMBIOS3=0x130000\nsmbios=0x130000\nSMBIOS=0x120000\n", Texts{"two"}},
           {"only keys without a blank", "SMBIOS3 =0x130000\nSMBIOS=0x120000\n", {"two"}},
           {"nothing in an empty file", "", {}}, {"nothing without a line of SMBIOS", "ACPI=0xe0000\n", {}},
           {"nothing at address 0", "SMBIOS=0x0\n", {}}, {"nothing without an address", "SMBIOS=\n", {}},
           {"nothing where no digits are", "SMBIOS=zz\n", {}},
           {"nothing behind a first line of address 0", "SMBIOS3=0x0\nSMBIOS=0x120000\n", {}});
 
-class SystabTraces : public SystabTest {};
+using SystabTraces = SystabTest;
 
 TEST_F(SystabTraces, ShowLinesAddressAndSource) {
   ASSERT_EQ(search("ACPI=0xe0000\nSMBIOS=0x120000\nSMBIOS3=0x130000\n"), 0);

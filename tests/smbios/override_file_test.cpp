@@ -17,7 +17,10 @@ std::string triple(const std::string& type, const std::string& name, const std::
   return "TYPE=\"" + type + "\"\nNAME=\"" + name + "\"\nBUS:DEV.FUN=\"" + address + "\"\n";
 }
 
-const std::string kGood = triple("9", "S", "01:02.3");
+const std::string kType = "TYPE=\"9\"\n";
+const std::string kName = "NAME=\"S\"\n";
+const std::string kAddress = "BUS:DEV.FUN=\"01:02.3\"\n";
+const std::string kGood = kType + kName + kAddress;
 
 struct Address {
   std::string_view rule;
@@ -75,7 +78,7 @@ QORX_ROWS(OverrideTexts, named("a plain name", "a"), named("blanks belong to a n
           {"a last line without a line feed is not examined", kGood + "garbage"},
           {"a last type without a line feed is not examined", kGood + "TYPE=\"9\""});
 
-class OverrideFile : public UserFileTest {};
+using OverrideFile = UserFileTest;
 
 TEST_F(OverrideFile, ThreeLinesMakeASlotRecord) {
   apply(kOverride, triple("9", "SLOT 1", "03:02.1") + triple("41", "LAN1", "1a:1f.7"));
@@ -119,22 +122,121 @@ TEST_F(OverrideFile, EverySlotBehindThe512thOverwritesTheLastRecord) {
   }
 }
 
+// What a line with its key traces behind the trim of its head.
+std::string value_traces(const std::string& line, const std::string& value) {
+  return tail_traces(line + "\n") + tail_traces(line) + value + "\n";
+}
+
 // The third line's value is traced before the record.
 TEST_F(OverrideFile, TracesTrimmingValuesAndRecord) {
   g_debug_message_open = 1;
-  EXPECT_EQ(read(kOverride, " TYPE=\"9\"\nNAME=\"S 1\"\nBUS:DEV.FUN=\"1a:0.7\"\n"),
-            (Outcome{"check head char of ! TYPE=\"9\"\n!\nremove head 1 char !TYPE=\"9\"\n!\n"
-                     "check tail char of !TYPE=\"9\"\n!\nremove tail 1 char !TYPE=\"9\"!\n"
-                     "check tail char of !TYPE=\"9\"!\n9\n"
-                     "check head char of !NAME=\"S 1\"\n!\n"
-                     "check tail char of !NAME=\"S 1\"\n!\nremove tail 1 char !NAME=\"S 1\"!\n"
-                     "check tail char of !NAME=\"S 1\"!\nS 1\n"
-                     "check head char of !BUS:DEV.FUN=\"1a:0.7\"\n!\n"
-                     "check tail char of !BUS:DEV.FUN=\"1a:0.7\"\n!\nremove tail 1 char !BUS:DEV.FUN=\"1a:0.7\"!\n"
-                     "check tail char of !BUS:DEV.FUN=\"1a:0.7\"!\n1a:0.7\n"
-                     "TYPE: 9\nNAME: S 1\nBUS:DEV.FUN: 1a 0 7\n"
-                     "smbios cfg file read OK!\n",
+  EXPECT_EQ(read(kOverride, " " + triple("9", "S 1", "1a:0.7")),
+            (Outcome{head_traces(" TYPE=\"9\"\n") + value_traces("TYPE=\"9\"", "9") + head_traces("NAME=\"S 1\"\n") +
+                         value_traces("NAME=\"S 1\"", "S 1") + head_traces("BUS:DEV.FUN=\"1a:0.7\"\n") +
+                         value_traces("BUS:DEV.FUN=\"1a:0.7\"", "1a:0.7") +
+                         "TYPE: 9\nNAME: S 1\nBUS:DEV.FUN: 1a 0 7\nsmbios cfg file read OK!\n",
                      0}));
+}
+
+constexpr const char* kNoType = "Can't find TYPE! F line: #";
+constexpr const char* kNoName = "Can't find NAME! F line: #";
+constexpr const char* kNoAddress = "Can't find BUS:DEV.FUN! F line: #";
+constexpr const char* kEmptyName = "Empty NAME! F line: #";
+
+using OverrideErrors = WrongFileTest;
+
+TEST_P(OverrideErrors, AreRefused) {
+  expect_refused(kOverride, row());
+  expect_command_refused(kOverride, row());
+}
+
+QORX_ROWS(OverrideErrors,
+          {"a slot begins with its type", kNoType,
+           Files{{kName, 1}, {"# c\n\n" + kAddress, 3}, {kGood + "NAME=\"T\"\n", 4}, {kGood + "x\n", 4}}},
+          {"the type is followed by the name", kNoName, {{kType + kType, 2}, {kType + kAddress, 2}}},
+          {"the name is followed by the address", kNoAddress,
+           Files{{kType + kName + kName, 3}, {kType + kName + "\n# c\n" + kType, 5}}},
+          {"a line must begin with its key and end with a quote", kNoType,
+           variants(1, "",
+                    {"TYPE=9", "TYPE =\"9\"", "TYPE= \"9\"", "type=\"9\"", "TYPE=\"9", "TYPE=\"9\"x", "TYPE",
+                     "\"TYPE=\"9\"", "TYPE=\"9\" # nine"})},
+          {"a name must be quoted", kNoName, at_line(2, kType + "NAME=S\n")},
+          {"an address must be quoted", kNoAddress, at_line(3, kType + kName + "BUS:DEV.FUN=01:00.0\n")},
+          {"the name must not be empty", kEmptyName,
+           Files{{kType + "NAME=\"\"\n# c\n" + kAddress, 4}, {kType + "NAME=\"\n" + kAddress, 3}}},
+          {"the address needs three parts", "Wrong BUS:DEV.FUN! F line: #",
+           variants(3, kType + kName + "BUS:DEV.FUN=\"", {"3:0", "", "3", "::..", "3:0.", "3:.:0", "030000"}, "\"\n")},
+          {"of several wrong values the type is reported first", "Wrong TYPE number 8! F line: #",
+           at_line(3, triple("8", "", "3"))},
+          {"of a wrong name and a wrong address the name is reported", kEmptyName, at_line(3, triple("9", "", "3"))},
+          {"a file without a type line has none", kNoType, {{"# one\n# two\n", 3}, {"\n", 2}, {"TYPE=\"9\"", 1}}},
+          {"a file that ends behind a type lacks a name", kNoName,
+           Files{{kType, 2}, {kType + "NAME=\"S\"", 2}, {kGood + kType, 5}}},
+          {"a file that ends behind a name lacks an address", kNoAddress,
+           Files{{kType + kName, 3},
+                 {kType + kName + "BUS:DEV.FUN=\"01:00.0\"", 3},
+                 {kGood + kType + "NAME=\"T\"\n# c\n", 7}}},
+          {"nothing is read behind an error", "Wrong TYPE number 8! F line: #",
+           at_line(3, triple("8", "T", "01:00.0") + "x\n" + kGood)},
+          // The rest of a line beyond 1,023 bytes is a line of its own.
+          {"a long line counts for each buffer full", kNoType,
+           Files{{"#" + std::string(2994, 'n') + "\n" + kGood, 2},
+                 {std::string(3000, '#') + "\nx\n", 4},
+                 {"#" + std::string(1021, '.') + "\nx\n", 2},    // 1,023 with its line feed
+                 {"#" + std::string(1022, '.') + "\nx\n", 3}}},  // 1,024
+          {"a name that does not fit the buffer has no closing quote", kNoName,
+           at_line(2, kType + "NAME=\"" + std::string(2994, 'n') + "\"\n")});
+
+TEST_F(OverrideFile, TheTypeTextMustBeExactly9Or41) {
+  for (const std::string type : {"09", "041", "9 ", " 9", "10", "4", "411", "9\"", "x", ""}) {
+    EXPECT_EQ(read(kOverride, "TYPE=\"" + type + "\"\n" + kName + kAddress),
+              (Outcome{"Wrong TYPE number " + type + "! F line: 3\n", 0x81}));
+    EXPECT_TRUE(slot_records().empty());
+  }
+}
+
+TEST_F(OverrideFile, RecordsBeforeAnErrorStay) {
+  for (const std::string& tail : {std::string("x\n"), kType, triple("8", "S", "01:02.3")}) {
+    SCOPED_TRACE(tail);
+    EXPECT_EQ(read(kOverride, kGood + tail).code, 0x81);
+    EXPECT_EQ(names(), Texts{"S"});
+  }
+}
+
+TEST_F(OverrideFile, MessagesNeedErrorMessages) {
+  g_error_message_open = 0;
+  EXPECT_EQ(read(kOverride, "x\n"), (Outcome{"", 0x81}));
+  EXPECT_EQ(read(kOverride, kType), (Outcome{"", 0x81}));
+}
+
+// Its three lines were read, though one of their values is wrong.
+TEST_F(OverrideFile, AWrongTypeNameOrAddressTracesThatTheLinesWereReadButNoRecord) {
+  g_debug_message_open = 1;
+  for (const auto& [text, end] : {std::pair{triple("8", "S", "01:02.3"), "Wrong TYPE number 8"},
+                                  {triple("9", "", "01:02.3"), "Empty NAME"},
+                                  {triple("9", "S", "01"), "Wrong BUS:DEV.FUN"}}) {
+    const Outcome outcome = read(kOverride, text);
+    EXPECT_EQ(outcome.code, 0x81);
+    EXPECT_TRUE(outcome.printed.ends_with(std::string(end) + "! F line: 3\nsmbios cfg file read OK!\n")) << text;
+    EXPECT_EQ(outcome.printed.find("TYPE: "), std::string::npos);
+  }
+}
+
+TEST_F(OverrideFile, AWrongLineTracesItsKeyOnce) {
+  g_debug_message_open = 1;
+  EXPECT_TRUE(read(kOverride, "x\n")
+                  .printed.starts_with(head_traces("x\n") + tail_traces("x\n") +
+                                       "can't find TYPE=\"\nCan't find TYPE! F line: 1\n"));
+}
+
+TEST_F(OverrideFile, AnIncompleteTripleDoesNotTraceThatTheFileWasRead) {
+  g_debug_message_open = 1;
+  for (const std::string& content : {std::string(), kType, kType + kName}) {
+    SCOPED_TRACE(content);
+    const Outcome outcome = read(kOverride, content);
+    EXPECT_EQ(outcome.code, 0x81);
+    EXPECT_EQ(outcome.printed.find("read OK"), std::string::npos);
+  }
 }
 
 }  // namespace

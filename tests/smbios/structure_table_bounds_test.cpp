@@ -16,6 +16,7 @@ namespace {
 
 // Slots of 20 bytes each, with one-letter names.
 const std::string kTwoSlots = SmbiosTable().slot("A", "01:00.0").slot("B", "02:00.0").bytes();
+const Texts kBoth{"A", "B"};
 const std::string kSlotA = kTwoSlots.substr(0, 20);
 const std::string kUnterminatedB = kTwoSlots.substr(0, 39);
 
@@ -38,29 +39,22 @@ TEST_P(StructureTableBounds, OfAFile) {
 QORX_ROWS(
     StructureTableBounds,
     {"an unterminated string set ends the walk and keeps the records before", kUnterminatedB, 39, {"A"}, kAbnormal},
-    {"the two nuls are looked for before the end of the table", kTwoSlots, 39, {"A", "B"}},
+    {"the two nuls are looked for before the end of the table", kTwoSlots, 39, kBoth},
     {"a longer file is walked only up to the announced length", kTwoSlots, 20, {"A"}},
     // Its formatted area is completed from the file, but its two NULs lie too far behind.
-    {"a structure behind the table is abnormal",
-     kTwoSlots + SmbiosTable().onboard("C", "03:00.0").bytes(),
-     41,
-     {"A", "B"},
+    {"a structure behind the table is abnormal", kTwoSlots + SmbiosTable().onboard("C", "03:00.0").bytes(), 41, kBoth,
      kAbnormal},
-    {"behind the table a longer file goes on",
-     kTwoSlots + std::string("\x29\x0B\0\0\0\0\0\0\0\x05\x08\0\0", 13),
-     41,
-     {"A", "B", "B"}},
+    {"behind the table a longer file goes on", kTwoSlots + std::string("\x29\x0B\0\0\0\0\0\0\0\x05\x08\0\0", 13), 41,
+     Texts{"A", "B", "B"}},
     // "A" stands where the NULs would be.
     {"a table of length zero ends at the first byte that is not a nul", kTwoSlots, 0, {}, kAbnormal},
     {"a table of length zero without a byte is abnormal", "", 0, {}, kAbnormal},
-    {"behind a file one byte shorter than announced the byte counts as zero", kTwoSlots, 41, {"A", "B"}},
-    {"behind a file two bytes shorter than announced the bytes count as zero", kTwoSlots, 42, {"A", "B"}},
-    {"behind a file much shorter than announced the bytes count as zero", kTwoSlots, 100, {"A", "B"}},
-    {"an odd number of zeros behind a file does not matter", kTwoSlots, 101, {"A", "B"}},
+    {"behind a file one byte shorter than announced the byte counts as zero", kTwoSlots, 41, kBoth},
+    {"behind a file two bytes shorter than announced the bytes count as zero", kTwoSlots, 42, kBoth},
+    {"behind a file much shorter than announced the bytes count as zero", kTwoSlots, 100, kBoth},
+    {"an odd number of zeros behind a file does not matter", kTwoSlots, 101, kBoth},
     {"strings cut by the end of a short file are completed with zeros",
-     SmbiosTable().slot("SLOT 1", "01:02.0").bytes().substr(0, 17 + 4),
-     100,
-     {"SLOT"}},
+     SmbiosTable().slot("SLOT 1", "01:02.0").bytes().substr(0, 17 + 4), 100, Texts{"SLOT"}},
     {"an empty file of an announced table gives no records", "", 100, {}});
 
 class StructureTableEnds : public LibraryTest {
@@ -148,7 +142,7 @@ Outcome parse_mapped(const std::string& present, std::uint64_t extent, std::uint
 
 TEST_F(StructureTableEnds, BehindAMappedTableTheRestOfThePageIsRead) {
   EXPECT_EQ(parse_mapped(kTwoSlots + std::string(4096 - 40, '\0'), 4096, 39), Outcome{});
-  EXPECT_EQ(names(), (Texts{"A", "B"}));
+  EXPECT_EQ(names(), (kBoth));
 }
 
 TEST_F(StructureTableEnds, BehindTheLastMappedPageTheBytesReadAsFF) {

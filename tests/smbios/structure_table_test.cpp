@@ -12,12 +12,12 @@
 namespace qorx::test {
 namespace {
 
-// A table, the fields of its first record, and the designations of all.
+// A table, the designations of its records, and the fields of the first.
 struct Walk {
   std::string_view rule;
   SmbiosTable table;
-  SlotFields first;
   Texts names;
+  SlotFields first = {};
 };
 
 class StructureTable : public RowTest<Walk> {};
@@ -49,8 +49,9 @@ SmbiosTable structures_of_other_types() {
   return table;
 }
 
-SmbiosTable slot_with_string(std::uint8_t number) {
-  return one(slot_area(number, 1, 0), {"ab", "cdef", "XYZ"});
+// A slot whose string has this number of three.
+Walk numbered(std::string_view rule, std::uint8_t number, const char* text) {
+  return {rule, one(slot_area(number, 1, 0), {"ab", "cdef", "XYZ"}), {text}, {.str_index = number}};
 }
 
 SmbiosTable slot_with_name_of(std::size_t length) {
@@ -61,40 +62,33 @@ SmbiosTable slot_with_name_of(std::size_t length) {
 const std::string kOldSlotArea("\x09\x0D\0\0\x01\0\0\0\0\0\0\0\0", 13);
 const std::string kOldOnboardArea("\x29\x09\0\0\x01\0\0\0\0", 9);
 
+const SlotFields kNotFilled{
+    .smbios_slot_name = "", .model_name = "", .feature = 0, .port_count = 0, .device_id_number = 0, .sysfs_path = ""};
+
 QORX_ROWS(
     StructureTable,
     {"a structure without strings is its formatted area and two nuls",
-     SmbiosTable().structure(slot_area(0, 1, 0), {}).slot("behind", "02:00.0"),
-     {.length = 19},
-     {"", "behind"}},
-    {"a system slot has its address in bytes 15 and 16",
-     one(slot_area_with_other_address(), {"SLOT 1"}),
-     {.bus = 0xAB, .dev = 0x10, .fun = 3, .type = 9, .str_index = 1},
-     {"SLOT 1"}},
-    {"an onboard device has its address in bytes 9 and 10",
-     one(onboard_area(2, 0x07, 0xFA), {"NIC", "LAN1"}),
-     {.bus = 7, .dev = 31, .fun = 2, .type = 41, .str_index = 2},
-     {"LAN1"}},
-    {"other structures give no record", structures_of_other_types(), {}, {}},
-    {"fields that later stages fill are zero",
-     SmbiosTable().slot("A", "01:00.0"),
-     {.smbios_slot_name = "", .model_name = "", .feature = 0, .port_count = 0, .device_id_number = 0, .sysfs_path = ""},
-     {"A"}},
+     SmbiosTable().structure(slot_area(0, 1, 0), {}).slot("behind", "02:00.0"), Texts{"", "behind"},
+     SlotFields{.length = 19}},
+    {"a system slot has its address in bytes 15 and 16", one(slot_area_with_other_address(), {"SLOT 1"}),
+     Texts{"SLOT 1"}, SlotFields{.bus = 0xAB, .dev = 0x10, .fun = 3, .type = 9, .str_index = 1}},
+    {"an onboard device has its address in bytes 9 and 10", one(onboard_area(2, 0x07, 0xFA), {"NIC", "LAN1"}),
+     Texts{"LAN1"}, SlotFields{.bus = 7, .dev = 31, .fun = 2, .type = 41, .str_index = 2}},
+    {"other structures give no record", structures_of_other_types(), {}},
+    {"fields that later stages fill are zero", SmbiosTable().slot("A", "01:00.0"), Texts{"A"}, kNotFilled},
     // The strings "ab", "cdef", "XYZ" lie at 0, 3 and 8. From number 3 on the position is only (length of the string
     // read before) + 1: number 3 starts at 4 + 1 and reads "ef", number 4 at 2 + 1 and reads "cdef", and so on.
-    {"string number 1", slot_with_string(1), {.str_index = 1}, {"ab"}},
-    {"string number 2", slot_with_string(2), {.str_index = 2}, {"cdef"}},
-    {"string number 3 counts from the start of the string set", slot_with_string(3), {.str_index = 3}, {"ef"}},
-    {"string number 4 counts from the start of the string set", slot_with_string(4), {.str_index = 4}, {"cdef"}},
-    {"string number 5 counts from the start of the string set", slot_with_string(5), {.str_index = 5}, {"ef"}},
-    {"string number 254 counts from the start of the string set", slot_with_string(254), {.str_index = 254}, {"cdef"}},
-    {"string number 255 counts from the start of the string set", slot_with_string(255), {.str_index = 255}, {"ef"}},
+    numbered("string number 1", 1, "ab"), numbered("string number 2", 2, "cdef"),
+    numbered("string number 3 counts from the start of the string set", 3, "ef"),
+    numbered("string number 4 counts from the start of the string set", 4, "cdef"),
+    numbered("string number 5 counts from the start of the string set", 5, "ef"),
+    numbered("string number 254 counts from the start of the string set", 254, "cdef"),
+    numbered("string number 255 counts from the start of the string set", 255, "ef"),
     {"a number behind the last string reads the closing nul",
      SmbiosTable()
          .structure(slot_area(2, 1, 0), {"ab"})      // position 3: the second closing NUL
          .structure(onboard_area(3, 1, 0), {"ab"}),  // then position 1
-     {},
-     {"", "b"}},
+     Texts{"", "b"}},
     {"string number zero inherits the designation before",
      SmbiosTable()
          .structure(slot_area(0, 1, 0), {"own"})
@@ -102,57 +96,42 @@ QORX_ROWS(
          .structure(std::string("\x01\x05\x00\x00\x01", 5), {"other type"})
          .structure(slot_area(0, 3, 0), {"own"})
          .structure(onboard_area(0, 4, 0), {}),
-     {},
-     {"", "LAN1", "LAN1", "LAN1"}},
-    {"the designation is not trimmed by the walk", SmbiosTable().slot(" \tSlot 1  ", "01:00.0"), {}, {" \tSlot 1  "}},
+     Texts{"", "LAN1", "LAN1", "LAN1"}},
+    {"the designation is not trimmed by the walk", SmbiosTable().slot(" \tSlot 1  ", "01:00.0"), Texts{" \tSlot 1  "}},
     {"a long designation is cut to 255 characters",
      SmbiosTable().slot(std::string(255, 'a'), "01:00.0").slot(std::string(300, 'b'), "02:00.0"),
-     {},
-     {std::string(255, 'a'), std::string(255, 'b')}},
+     Texts{std::string(255, 'a'), std::string(255, 'b')}},
     // A cut string counts with its 255 characters, so number 2 starts at 256, inside the first string.
     {"the string behind a long one starts where the cut string ended",
-     one(slot_area(2, 1, 0), {std::string(300, 'n'), "second"}),
-     {},
-     {std::string(44, 'n')}},
+     one(slot_area(2, 1, 0), {std::string(300, 'n'), "second"}), Texts{std::string(44, 'n')}},
     {"the walk goes on behind the end of table structure",
      SmbiosTable()
          .slot("before", "01:00.0")
          .structure(std::string("\x7F\x04\x00\x00", 4), {})
          .slot("behind", "02:00.0"),
-     {},
-     {"before", "behind"}},
-    {"a system slot without address bytes takes what lies there",
-     one(kOldSlotArea, {"SLOT"}),
-     {.bus = 'O', .dev = 'T' >> 3, .fun = 'T' & 7},
-     {"SLOT"}},
-    {"an onboard device without address bytes takes what lies there",
-     one(kOldOnboardArea, {"LAN"}),
-     {.bus = 'L', .dev = 'A' >> 3, .fun = 'A' & 7},
-     {"LAN"}},
+     Texts{"before", "behind"}},
+    {"a system slot without address bytes takes what lies there", one(kOldSlotArea, {"SLOT"}), Texts{"SLOT"},
+     SlotFields{.bus = 'O', .dev = 'T' >> 3, .fun = 'T' & 7}},
+    {"an onboard device without address bytes takes what lies there", one(kOldOnboardArea, {"LAN"}), Texts{"LAN"},
+     SlotFields{.bus = 'L', .dev = 'A' >> 3, .fun = 'A' & 7}},
     // With a string of one character it ends before byte 16: the second closing NUL, then the next structure's type.
     {"an address byte may lie in the next structure",
-     SmbiosTable().structure(kOldSlotArea, {"A"}).onboard("B", "01:00.0"),
-     {.bus = 0, .dev = 41 >> 3, .fun = 41 & 7},
-     {"A", "B"}},
-    {"a structure too short for a string number takes what lies there",
-     one(std::string("\x09\x04\0\0", 4), {"\x01Z"}),
-     {.str_index = 1},
-     {"\x01Z"}},
+     SmbiosTable().structure(kOldSlotArea, {"A"}).onboard("B", "01:00.0"), Texts{"A", "B"},
+     SlotFields{.bus = 0, .dev = 41 >> 3, .fun = 41 & 7}},
+    {"a structure too short for a string number takes what lies there", one(std::string("\x09\x04\0\0", 4), {"\x01Z"}),
+     Texts{"\x01Z"}, SlotFields{.str_index = 1}},
     // Its strings begin at its type byte: 09 | 00 00.
-    {"a formatted length of zero still moves on",
-     SmbiosTable().raw(bytes("09 00 00")).slot("next", "01:00.0"),
-     {.length = 3},
-     {"", "next"}},
-    {"a length of 255", slot_with_name_of(236), {.length = 255}, {std::string(236, 'n')}},
-    {"a length of 256 is 0", slot_with_name_of(237), {.length = 0}, {std::string(237, 'n')}},
-    {"a length of 257 is 1", slot_with_name_of(238), {.length = 1}, {std::string(238, 'n')}},
-    {"a length of 300 is 44", slot_with_name_of(281), {.length = 44}, {std::string(255, 'n')}});
+    {"a formatted length of zero still moves on", SmbiosTable().raw(bytes("09 00 00")).slot("next", "01:00.0"),
+     Texts{"", "next"}, SlotFields{.length = 3}},
+    {"a length of 255", slot_with_name_of(236), Texts{std::string(236, 'n')}, SlotFields{.length = 255}},
+    {"a length of 256 is 0", slot_with_name_of(237), Texts{std::string(237, 'n')}, SlotFields{.length = 0}},
+    {"a length of 257 is 1", slot_with_name_of(238), Texts{std::string(238, 'n')}, SlotFields{.length = 1}},
+    {"a length of 300 is 44", slot_with_name_of(281), Texts{std::string(255, 'n')}, SlotFields{.length = 44}});
 
-class StructureTableWalk : public LibraryTest {};
+using StructureTableWalk = LibraryTest;
 
 TEST_F(StructureTableWalk, KeepsTheWholeStructureWithItsStrings) {
-  SmbiosTable table;
-  table.slot("ABC", "05:02.1");
+  SmbiosTable table = SmbiosTable().slot("ABC", "05:02.1");
   const std::string structure = table.bytes();
   ASSERT_EQ(parse(table.slot("next", "06:00.0")), 0);
   const SlotRecord& slot = slot_records()[0];
@@ -162,8 +141,7 @@ TEST_F(StructureTableWalk, KeepsTheWholeStructureWithItsStrings) {
 }
 
 TEST_F(StructureTableWalk, KeepsTheFirst1024BytesOfALongerStructure) {
-  SmbiosTable table;
-  table.structure(slot_area(1, 0x12, 0x08), {"name", std::string(600, 'x'), std::string(600, 'y')});
+  SmbiosTable table = one(slot_area(1, 0x12, 0x08), {"name", std::string(600, 'x'), std::string(600, 'y')});
   const std::string structure = table.bytes();
   ASSERT_EQ(parse(table.slot("next", "01:00.0")), 0);
   const SlotRecord& slot = slot_records()[0];
@@ -195,8 +173,7 @@ TEST_F(StructureTableWalk, OverwritesTheLastRecordBehindThe512thStructure) {
 
 // type 1: five bytes, "Q", NULs; type 9: seventeen bytes, "S1", NULs.
 TEST_F(StructureTableWalk, TracesEveryStructureAndTheSum) {
-  SmbiosTable table;
-  table.structure(std::string("\x01\x05\0\0\x01", 5), {"Q"}).slot("S1", "01:00.0");
+  const SmbiosTable table = one(std::string("\x01\x05\0\0\x01", 5), {"Q"}).slot("S1", "01:00.0");
   EXPECT_EQ(traced_by([&] { static_cast<void>(parse(table)); }),
             "type 1\nstr_offset 0x05\nj 0x01\nlength 0x08\n"
             "type 9\nstr_offset 0x11\nj 0x02\nlength 0x15\n"

@@ -76,13 +76,10 @@ TEST_F(SystemInfo, TheReportPrintsAtEveryMessageLevel) {
   EXPECT_EQ(report(), "Onboard_cnt: 0\nSlot_cnt: 1\nS1: \n");
 }
 
-TEST_F(SystemInfo, TheDumpIsADebugTrace) {
+TEST_F(SystemInfo, TheDumpIsADebugTraceAndThatOfNoRecordsIsItsHeader) {
+  EXPECT_EQ(traced_by(Debugout_smbios_array), kHeader);
   add_slot("S1");
   EXPECT_EQ(printed_by(Debugout_smbios_array), "");
-}
-
-TEST_F(SystemInfo, TheDumpOfNoRecordsIsItsHeader) {
-  EXPECT_EQ(traced_by(Debugout_smbios_array), kHeader);
 }
 
 TEST_F(SystemInfo, TheDumpHasARowPerSlotRecord) {
@@ -97,15 +94,10 @@ TEST_F(SystemInfo, TheDumpHasARowPerSlotRecord) {
 
 TEST_F(SystemInfo, TheDumpListsEveryDeviceId) {
   SlotRecord& slot = add_slot("S1", 9, 1);
+  for (const auto& [id, ports] : {std::pair{0x1521U, 2}, {0x37U, 255}, {0x10000U, 1}}) {
+    add_ports(slot, id, ports);
+  }
   slot.port_count = 3;
-  slot.vendor_id = 0x8086;
-  slot.device_id_number = 3;
-  slot.device_id[0] = 0x1521;
-  slot.device_id[1] = 0x37;
-  slot.device_id[2] = 0x10000;
-  slot.device_id_count[0] = 2;
-  slot.device_id_count[1] = 255;
-  slot.device_id_count[2] = 1;
   copy_text(slot.model_name, "M");
   const std::string indent = "\n " + std::string(48, ' ');
   EXPECT_EQ(traced_by(Debugout_smbios_array),
@@ -115,9 +107,8 @@ TEST_F(SystemInfo, TheDumpListsEveryDeviceId) {
 
 TEST_F(SystemInfo, TheReportBeginsWithTheDump) {
   add_slot("S1", 9);
-  g_qorx_init = 0;
-  static_cast<void>(qorx_get_system_info());
-  const std::string traces = traced_by([] { EXPECT_EQ(qorx_print_system_info(), 0); });
+  g_debug_message_open = 1;
+  const std::string traces = report();
   EXPECT_TRUE(traces.starts_with(kHeader));
   EXPECT_TRUE(traces.ends_with("\nOnboard_cnt: 0\nSlot_cnt: 1\nS1: \n"));
 }

@@ -3,15 +3,11 @@
 #include <unistd.h>
 
 #include <cstdio>
-#include <cstring>
 #include <stdexcept>
 
 #include "base/bounded_text.h"
 #include "base/messages.h"
-#include "base/shortage.h"
-#include "ident/model_lookup.h"
-#include "ident/subsystem_hooks.h"
-#include "ident/supported_devices.h"
+#include "records/device_ids.h"
 #include "tests/support/fake_machine.h"
 
 namespace qorx::test {
@@ -58,6 +54,12 @@ SlotRecord& add_slot(std::string_view slot_name, int type, int bus, int dev, int
   slot.dev = static_cast<std::uint8_t>(dev);
   slot.fun = static_cast<std::uint8_t>(fun);
   return slot;
+}
+
+void add_ports(SlotRecord& slot, std::uint32_t device_id, int count) {
+  for (int i = 0; i < count; ++i) {
+    count_port(slot, 0x8086, device_id);
+  }
 }
 
 }  // namespace qorx::test

@@ -21,6 +21,9 @@ std::string traced_by(const std::function<void()>& action);
 DeviceRecord& add_device(std::string_view eth_name, std::string_view slot_name = "", int smbios_type = 0);
 SlotRecord& add_slot(std::string_view slot_name, int type = 9, int bus = 0, int dev = 0, int fun = 0);
 
+// Counts ports of one device behind a slot.
+void add_ports(SlotRecord& slot, std::uint32_t device_id, int count);
+
 }  // namespace qorx::test
 
 #endif
