@@ -81,17 +81,14 @@ void zero(void* start, std::size_t size) {
   const auto page = static_cast<std::size_t>(sysconf(_SC_PAGESIZE));
   void* inside = start;
   std::size_t room = size;
-  if (std::align(page, page, inside, room) == nullptr) {
-    std::memset(start, 0, size);
+  const bool has_pages = std::align(page, page, inside, room) != nullptr;
+  const std::size_t behind = room % page;
+  if (!has_pages || madvise(inside, room - behind, MADV_DONTNEED) != 0) {
+    std::memset(start, 0, size);  // a program may have locked its memory
     return;
   }
-  const std::size_t behind = room % page;
-  auto* const end = static_cast<char*>(start) + size;
   std::memset(start, 0, size - room);
-  std::memset(end - behind, 0, behind);
-  if (madvise(inside, room - behind, MADV_DONTNEED) != 0) {
-    std::memset(inside, 0, room - behind);  // a program may have locked its memory
-  }
+  std::memset(static_cast<char*>(start) + size - behind, 0, behind);
 }
 
 }  // namespace

@@ -1,0 +1,160 @@
+// What is left when a call fails that hardly ever does: no memory, a file that can't be looked at, a signal in between.
+#include "tests/faults/failing_call.h"
+
+#include <gtest/gtest.h>
+#include <unistd.h>
+
+#include <array>
+#include <cerrno>
+#include <cstdio>
+#include <string>
+#include <string_view>
+
+#include "base/line_reader.h"
+#include "base/shortage.h"
+#include "base/system_root.h"
+#include "cli/command_line.h"
+#include "output/output_file.h"
+#include "smbios/file_image.h"
+#include "tests/support/expect.h"
+#include "tests/support/fixture.h"
+#include "tests/support/rows.h"
+
+namespace qorx::test {
+namespace {
+
+class FailingCalls : public MachineTest {
+ protected:
+  FailingCalls() {
+    static_cast<void>(take_shortage());
+    machine_.write("sys/file", "text").write("dev/mem", "memory");
+  }
+  ~FailingCalls() override { EXPECT_EQ(next_descriptor(), first_descriptor_); }
+
+  static int next_descriptor() {
+    const int descriptor = dup(STDIN_FILENO);
+    close(descriptor);
+    return descriptor;
+  }
+
+ private:
+  const int first_descriptor_ = next_descriptor();
+};
+
+TEST_F(FailingCalls, MemoryThatCantBeHeldIsNotMappedAndThatIsALack) {
+  for (const std::string_view name : {"mmap", "fstat"}) {
+    const FailingCall call(name, ENOMEM);
+    EXPECT_FALSE(map_system_memory(0, 16).is_mapped()) << name;
+    EXPECT_TRUE(take_shortage()) << name;
+  }
+  EXPECT_TRUE(map_system_memory(0, 16).is_mapped());
+  EXPECT_FALSE(take_shortage());
+}
+
+TEST_F(FailingCalls, MemoryThatCantBeReadIsNotMapped) {
+  const FailingCall call("pread", EIO);
+  EXPECT_FALSE(map_system_memory(0, 16).is_mapped());
+  EXPECT_FALSE(take_shortage());
+}
+
+TEST_F(FailingCalls, AMemoryThatCantBeLookedAtIsNoRecordedOne) {
+  const FailingCall call("fstat", EIO);
+  EXPECT_FALSE(is_memory_recorded());
+}
+
+TEST_F(FailingCalls, TextWithoutAStreamIsNotOpen) {
+  for (const std::string_view name : {"fdopen", "fstat"}) {
+    const FailingCall call(name, ENOMEM);
+    EXPECT_EQ(open_system_text("/sys/file"), nullptr) << name;
+    EXPECT_TRUE(take_shortage()) << name;
+  }
+}
+
+TEST_F(FailingCalls, AFileOfTheUserThatCantBeLookedAtIsNotOpen) {
+  const std::string file = machine_.user_file("F", "text");
+  const FailingCall call("fstat", EIO);
+  EXPECT_EQ(open_text_file(file.c_str()), nullptr);
+}
+
+TEST_F(FailingCalls, ATableWithoutMemoryForItIsNotLoaded) {
+  const std::string file = machine_.user_file("F", "text");
+  const FailingCall call("malloc", ENOMEM);
+  EXPECT_FALSE(File_map(file.c_str(), FileOrigin::kSystem, 16).is_loaded());
+}
+
+TEST_F(FailingCalls, TheTablesAreZeroAlsoWhereTheSystemKeepsThePages) {
+  add_device("eth0", "LAN 1", 9);
+  add_slot("LAN 1");
+  qorx_eth_device_mapping[QORX_MAX_RECORDS - 1].bus = 7;
+  for (const int number : {1, 2}) {
+    qorx_eth_device_mapping[QORX_MAX_RECORDS / 2].bus = 7;
+    qorx_smbios_t9_t41_mapping[QORX_MAX_RECORDS / 2].bus = 7;
+    const FailingCall call("madvise", EINVAL, number);
+    EXPECT_EQ(clear_tables(), 0);
+    EXPECT_TRUE(FailingCall::has_failed());
+    EXPECT_EQ(qorx_eth_device_mapping[QORX_MAX_RECORDS / 2].bus, 0);
+    EXPECT_EQ(qorx_smbios_t9_t41_mapping[QORX_MAX_RECORDS / 2].bus, 0);
+  }
+  EXPECT_STREQ(qorx_eth_device_mapping[0].eth_name, "");
+  EXPECT_EQ(qorx_eth_device_mapping[QORX_MAX_RECORDS - 1].bus, 0);
+}
+
+TEST_F(FailingCalls, VersionsThatCantBeHadAreAnError) {
+  const std::array words{"qorx", "-V"};
+  const FailingCall call("qorx_get_lib_version", 0);
+  EXPECT_EQ(outcome_of([&] { return run_command_line(words.size(), words.data()); }),
+            (Outcome{"Error: get version fail\nError: QORX_ERR_NIC_NOT_EXIST (0x99)\n", 0x99}));
+}
+
+// A file that stands there before the run, and the call that fails while it is replaced.
+struct Write {
+  std::string_view rule;
+  std::string_view call;
+  int error;
+  int code;               // of the run
+  std::string_view left;  // in the file
+};
+
+class WritingAFile : public RowTest<Write, FailingCalls> {};
+
+TEST_P(WritingAFile, IsCompleteOrAnError) {
+  const std::string path = machine_.user_file("file", "old and longer");
+  const FailingCall call(row().call, row().error);
+  OutputFile file;
+  if (file.is_open()) {
+    std::fputs("new", file.stream());
+  }
+  EXPECT_EQ(file.write_to(path.c_str()), row().code);
+  EXPECT_TRUE(FailingCall::has_failed());
+  EXPECT_EQ(read_file(path), row().left);
+}
+
+QORX_ROWS(WritingAFile,
+          Write{"without a stream the file keeps its text", "fopencookie", ENOMEM, QORX_ERR_OPEN_FILE,
+                "old and longer"},
+          Write{"without memory for the text it keeps its text", "realloc", ENOMEM, QORX_ERR_OPEN_FILE,
+                "old and longer"},
+          Write{"a file that can't be opened keeps its text", "open", EACCES, QORX_ERR_OPEN_FILE, "old and longer"},
+          Write{"an interrupted open is made again", "open", EINTR, 0, "new"},
+          Write{"an interrupted write is made again", "write", EINTR, 0, "new"},
+          Write{"a write that fails is an error", "write", EIO, QORX_ERR_CLOSE_FILE, ""},
+          Write{"a file that can't be looked at is not cut", "fstat", EIO, QORX_ERR_CLOSE_FILE, "new and longer"},
+          Write{"an interrupted cut is made again", "ftruncate", EINTR, 0, "new"},
+          Write{"a cut that fails is an error", "ftruncate", EIO, QORX_ERR_CLOSE_FILE, "new and longer"},
+          Write{"what shows when the file is closed is an error", "close", EIO, QORX_ERR_CLOSE_FILE, "new"},
+          Write{"an interrupted close has closed the file", "close", EINTR, 0, "new"});
+
+// The two operations that write a file, without memory for its stream.
+TEST_F(FailingCalls, AResultFileWithoutAStreamIsNotWritten) {
+  ASSERT_EQ(qorx_open(), 0);
+  const std::string path = machine_.user_file("file", "old");
+  for (const auto& write : {+[](const char* file) { return qorx_fprint_scan_result(file); },
+                            +[](const char*) { return qorx_output_tovix_cfg(); }}) {
+    const FailingCall call("fopencookie", ENOMEM);
+    EXPECT_EQ(outcome_of([&] { return write(path.c_str()); }), (Outcome{"", 0x80}));
+    EXPECT_EQ(read_file(path), "old");
+  }
+}
+
+}  // namespace
+}  // namespace qorx::test
