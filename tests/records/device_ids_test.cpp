@@ -18,11 +18,16 @@ IdCounts ids_of(const SlotRecord& slot) {
   return ids;
 }
 
+// Ports of one vendor, counted behind a slot.
+void count_ports(SlotRecord& slot, std::uint32_t vendor_id, const std::vector<std::uint32_t>& ids) {
+  for (const std::uint32_t id : ids) {
+    count_port(slot, vendor_id, id);
+  }
+}
+
 TEST(DeviceIds, EachIdIsListedOnceWithItsPorts) {
   SlotRecord slot{};
-  for (const std::uint32_t id : {0x1521U, 0x1522U, 0x1521U}) {
-    count_port(slot, 0x8086, id);
-  }
+  count_ports(slot, 0x8086, {0x1521, 0x1522, 0x1521});
   EXPECT_EQ(slot.port_count, 3);
   EXPECT_EQ(ids_of(slot), (IdCounts{{0x1521, 2}, {0x1522, 1}}));
 }
@@ -37,9 +42,7 @@ TEST(DeviceIds, TheSlotsVendorIsThatOfTheLastPortWithAnIdThatWasNotListed) {
 
 TEST(DeviceIds, AFifthIdIsNotListedButItsVendorIsTheSlots) {
   SlotRecord slot{};
-  for (std::uint32_t id = 1; id <= 4; ++id) {
-    count_port(slot, 0x8086, id);
-  }
+  count_ports(slot, 0x8086, {1, 2, 3, 4});
   count_port(slot, 0x15B3, 5);
   EXPECT_EQ(slot.port_count, 5);
   EXPECT_EQ(slot.vendor_id, 0x15B3U);
@@ -51,12 +54,8 @@ TEST(DeviceIds, AFifthIdIsNotListedButItsVendorIsTheSlots) {
 TEST(DeviceIds, AddingASlotsPortsAddsCountsAndListsNewIdsWhileThereIsRoom) {
   SlotRecord slot{};
   SlotRecord other{};
-  for (const std::uint32_t id : {1U, 2U, 3U}) {
-    count_port(slot, 0x8086, id);
-  }
-  for (const std::uint32_t id : {4U, 2U, 5U}) {
-    count_port(other, 0x15B3, id);
-  }
+  count_ports(slot, 0x8086, {1, 2, 3});
+  count_ports(other, 0x15B3, {4, 2, 5});
   add_ports_of(other, slot);
   EXPECT_EQ(slot.port_count, 6);
   EXPECT_EQ(slot.vendor_id, 0x8086U);

@@ -5,29 +5,25 @@
 #include "lib/qorx.h"
 #include "records/record_order.h"
 #include "records/state.h"
-#include "tests/support/library.h"
+#include "tests/support/fixture.h"
 
 namespace qorx {
 namespace {
 
-class Origins : public testing::Test {
+class Origins : public test::LibraryTest {
  protected:
-  void SetUp() override { test::reset_library(); }
-
   // A port with an address, noted as the only port that lent its identity to number `mark`.
   static void add(std::uint8_t bus, std::uint16_t mark) {
-    DeviceRecord& record = next_device_record();
+    DeviceRecord& record = test::add_device("");
     record.bus = bus;
     origin_of(record).neighbour = mark;
-    ++qorx_system_environment_info.eth_device_number;
   }
 };
 
 TEST_F(Origins, FollowTheirPortsThroughASort) {
-  add(9, 90);
-  add(3, 30);
-  add(7, 70);
-  add(1, 10);
+  for (const std::uint8_t bus : {9, 3, 7, 1}) {
+    add(bus, bus * 10);
+  }
   sort_result_by_bus_dev_function(qorx_eth_device_mapping, 4);
   for (const DeviceRecord& record : device_records()) {
     EXPECT_EQ(origin_of(record).neighbour, record.bus * 10);

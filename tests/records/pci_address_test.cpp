@@ -10,9 +10,6 @@ namespace {
 TEST(DeviceName, IsTheAddressInTheKernelsForm) {
   EXPECT_STREQ(DeviceName({0, 0, 0}).c_str(), "0000:00:00.0");
   EXPECT_STREQ(DeviceName({0x5E, 0x1F, 7}).c_str(), "0000:5e:1f.7");
-  EXPECT_STREQ(DeviceName({255, 255, 15}).c_str(), "0000:ff:ff.f");
-  EXPECT_STREQ(DeviceName({255, 255, 16}).c_str(), "0000:ff:ff.10");
-  EXPECT_STREQ(DeviceName({255, 255, 255}).c_str(), "0000:ff:ff.ff");
 }
 
 TEST(DeviceName, IsWhatPrintfMakesOfEveryByte) {
@@ -20,7 +17,7 @@ TEST(DeviceName, IsWhatPrintfMakesOfEveryByte) {
     const auto value = static_cast<std::uint8_t>(byte);
     char printed[20];
     std::snprintf(printed, sizeof printed, "0000:%.2x:%.2x.%.1x", byte, byte, byte);
-    ASSERT_EQ(DeviceName({value, value, value}).view(), printed);
+    ASSERT_STREQ(DeviceName({value, value, value}).c_str(), printed);
   }
 }
 

@@ -8,18 +8,14 @@
 #include <string>
 #include <vector>
 
-#include "base/bounded_text.h"
+#include "tests/support/expect.h"
 
 namespace qorx {
 namespace {
 
 DeviceRecord port(int bus, int dev, int fun, std::string_view eth_name, std::string_view slot_name = "") {
   DeviceRecord record{};
-  record.bus = static_cast<std::uint8_t>(bus);
-  record.dev = static_cast<std::uint8_t>(dev);
-  record.fun = static_cast<std::uint8_t>(fun);
-  copy_text(record.eth_name, eth_name);
-  copy_text(record.slot_name, slot_name);
+  test::set_port(record, {.eth_name = eth_name, .bus = bus, .dev = dev, .fun = fun, .slot_name = slot_name});
   return record;
 }
 
@@ -112,22 +108,23 @@ TEST(SortRecords, AFullTableIsSorted) {
   }
 }
 
+// The interface names of records that were sorted.
+test::Texts names_of(std::vector<DeviceRecord>& records) {
+  return test::texts_of(std::span(records), &DeviceRecord::eth_name);
+}
+
 TEST(SortRecords, RecordsBehindTheCountStayWhereTheyAre) {
   std::vector<DeviceRecord> records{port(3, 0, 0, "c", "z"), port(2, 0, 0, "b", "y"), port(1, 0, 0, "a", "x")};
   sort_result_by_bus_dev_function(records.data(), 2);
-  EXPECT_STREQ(records[0].eth_name, "b");
-  EXPECT_STREQ(records[1].eth_name, "c");
-  EXPECT_STREQ(records[2].eth_name, "a");
+  EXPECT_EQ(names_of(records), (test::Texts{"b", "c", "a"}));
   sort_result_by_slot_name(records.data(), 1);
-  EXPECT_STREQ(records[0].eth_name, "b");
+  EXPECT_EQ(names_of(records), (test::Texts{"b", "c", "a"}));
 }
 
 TEST(SortRecords, PortsWithoutASlotComeFirst) {
   std::vector<DeviceRecord> records{port(1, 0, 0, "a", "S"), port(9, 0, 0, "b"), port(8, 0, 0, "c")};
   sort_result_by_slot_name(records.data(), records.size());
-  EXPECT_STREQ(records[0].eth_name, "c");
-  EXPECT_STREQ(records[1].eth_name, "b");
-  EXPECT_STREQ(records[2].eth_name, "a");
+  EXPECT_EQ(names_of(records), (test::Texts{"c", "b", "a"}));
 }
 
 }  // namespace

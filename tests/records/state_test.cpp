@@ -1,8 +1,6 @@
 #include "records/state.h"
 
 #include <gtest/gtest.h>
-#include <sys/mman.h>
-#include <unistd.h>
 
 #include <algorithm>
 #include <cstddef>
@@ -11,6 +9,7 @@
 #include <string>
 #include <vector>
 
+#include "tests/support/expect.h"
 #include "tests/support/fixture.h"
 
 namespace qorx {
@@ -58,57 +57,25 @@ TEST_F(State, TablesAndFileNamesHaveTheseSizes) {
   }
 }
 
-// clang-format off: the order of the fields
 TEST_F(State, ADeviceRecordHasTheseFields) {
   using R = DeviceRecord;
-  const std::vector<std::size_t> sizes{sizeof(R::eth_name),     sizeof(R::slot_name), sizeof(R::panel_name),
-                                       sizeof(R::model),        sizeof(R::net_path),  sizeof(R::mac_addr),
-                                       sizeof(R::module_names), sizeof(R::usb)};
-  EXPECT_EQ(sizes, (std::vector<std::size_t>{256, 256, 256, 256, 512, 18, std::size_t{3} * 256, 16}));
-  const std::vector<std::size_t> order{offsetof(R, eth_name),
-                                       offsetof(R, bus),
-                                       offsetof(R, dev),
-                                       offsetof(R, fun),
-                                       offsetof(R, slot_name),
-                                       offsetof(R, panel_name),
-                                       offsetof(R, model),
-                                       offsetof(R, feature),
-                                       offsetof(R, bypass_ctrl_flag),
-                                       offsetof(R, net_path),
-                                       offsetof(R, slot_bus),
-                                       offsetof(R, slot_dev),
-                                       offsetof(R, slot_fun),
-                                       offsetof(R, vendor_id),
-                                       offsetof(R, device_id),
-                                       offsetof(R, subsys_vendor_id),
-                                       offsetof(R, subsys_device_id),
-                                       offsetof(R, mac_addr),
-                                       offsetof(R, smbios_type),
-                                       offsetof(R, port_index),
-                                       offsetof(R, seg),
-                                       offsetof(R, module_names),
-                                       offsetof(R, module_name_count),
-                                       offsetof(R, usb),
-                                       offsetof(R, bypass_type),
-                                       offsetof(R, bypass_bus),
-                                       offsetof(R, bypass_switch1),
-                                       offsetof(R, bypass_switch2),
-                                       offsetof(R, mcu_segment)};
-  EXPECT_EQ(std::adjacent_find(order.begin(), order.end(), std::greater_equal<>()), order.end());
+  EXPECT_EQ(
+      (std::vector<std::size_t>{sizeof(R::eth_name), sizeof(R::slot_name), sizeof(R::panel_name), sizeof(R::model),
+                                sizeof(R::net_path), sizeof(R::mac_addr), sizeof(R::module_names), sizeof(R::usb)}),
+      (std::vector<std::size_t>{256, 256, 256, 256, 512, 18, std::size_t{3} * 256, 16}));
+#define OFFSET(field) offsetof(R, field),
+  const std::vector<std::size_t> order{QORX_PORT_FIELDS(OFFSET, OFFSET)};
+  EXPECT_EQ(std::ranges::adjacent_find(order, std::greater_equal<>()), order.end());
+  const std::vector<std::size_t> names{offsetof(R, seg), offsetof(R, module_names), offsetof(R, module_name_count),
+                                       offsetof(R, usb)};
+  EXPECT_EQ(std::ranges::adjacent_find(names, std::greater_equal<>()), names.end());
 }
-// clang-format on
 
 TEST_F(State, FeatureCodesAreABitSet) {
-  EXPECT_EQ(QORX_FEATURE_NONE, 0);
-  EXPECT_EQ(QORX_FEATURE_POE, 1);
-  EXPECT_EQ(QORX_FEATURE_A_BYPASS, 2);
-  EXPECT_EQ(QORX_FEATURE_L_BYPASS, 4);
-  EXPECT_EQ(QORX_FEATURE_NA, 8);
-  EXPECT_EQ(QORX_FEATURE_NCSI, 16);
-  EXPECT_EQ(QORX_FEATURE_1PPS, 32);
-  EXPECT_EQ(QORX_FEATURE_NCSI_1PPS, 48);
-  EXPECT_EQ(QORX_FEATURE_A_BYPASS_I2C, 64);
-  EXPECT_EQ(QORX_FEATURE_MISMATCH, 128);
+  EXPECT_EQ((std::vector<int>{QORX_FEATURE_NONE, QORX_FEATURE_POE, QORX_FEATURE_A_BYPASS, QORX_FEATURE_L_BYPASS,
+                              QORX_FEATURE_NA, QORX_FEATURE_NCSI, QORX_FEATURE_1PPS, QORX_FEATURE_NCSI_1PPS,
+                              QORX_FEATURE_A_BYPASS_I2C, QORX_FEATURE_MISMATCH}),
+            (std::vector<int>{0, 1, 2, 4, 8, 16, 32, 48, 64, 128}));
 }
 
 TEST_F(State, TheValidRecordsAreThoseCounted) {
