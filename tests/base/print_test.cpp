@@ -5,24 +5,31 @@
 #include <cstdarg>
 #include <cstdio>
 #include <cstdlib>
+#include <functional>
 #include <string>
 
 namespace qorx {
 namespace {
 
-// What a terminal is shown.
-[[gnu::format(printf, 1, 2)]] std::string cleaned(const char* format, ...) {
+// What is written to the stream.
+std::string written_by(const std::function<void(std::FILE* stream)>& action) {
   char* text = nullptr;
   std::size_t size = 0;
   std::FILE* const stream = open_memstream(&text, &size);
-  std::va_list arguments;
-  va_start(arguments, format);
-  print_cleaned(stream, format, arguments);
-  va_end(arguments);
+  action(stream);
   std::fclose(stream);
   std::string result(text, size);
   std::free(text);
   return result;
+}
+
+// What a terminal is shown.
+[[gnu::format(printf, 1, 2)]] std::string cleaned(const char* format, ...) {
+  std::va_list arguments;
+  va_start(arguments, format);
+  std::string text = written_by([&](std::FILE* stream) { print_cleaned(stream, format, arguments); });
+  va_end(arguments);
+  return text;
 }
 
 TEST(PrintCleaned, ControlCharactersOfATextBecomeQuestionMarks) {
@@ -51,13 +58,7 @@ TEST(PrintCleaned, EverythingElseIsAsPrintfPrintsIt) {
 }
 
 TEST(Print, OtherStreamsGetEveryByte) {
-  char* text = nullptr;
-  std::size_t size = 0;
-  std::FILE* const stream = open_memstream(&text, &size);
-  print(stream, "%s|%c\n", "a\033b\n", '\t');
-  std::fclose(stream);
-  EXPECT_EQ(std::string(text, size), "a\033b\n|\t\n");
-  std::free(text);
+  EXPECT_EQ(written_by([](std::FILE* stream) { print(stream, "%s|%c\n", "a\033b\n", '\t'); }), "a\033b\n|\t\n");
 }
 
 }  // namespace

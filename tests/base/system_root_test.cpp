@@ -2,50 +2,50 @@
 
 #include <gtest/gtest.h>
 #include <sys/mman.h>
+#include <sys/resource.h>
 #include <sys/stat.h>
 #include <unistd.h>
 
 #include <algorithm>
 #include <array>
+#include <filesystem>
 #include <string>
 #include <vector>
 
-#include "tests/support/fake_machine.h"
+#include "tests/support/fixture.h"
 #include "tests/support/unprivileged.h"
 
-namespace qorx {
+namespace qorx::test {
 namespace {
 
-class SystemRoot : public testing::Test {
+class SystemRoot : public MachineTest {
  protected:
-  std::string read_all(const char* path) {
+  static std::string content(const char* path) {
     const SystemFile file = open_system_file(path);
     std::array<char, 64> buffer{};
     const long count = file.is_open() ? file.read(buffer) : -1;
     return count < 0 ? "unreadable" : std::string(buffer.data(), static_cast<std::size_t>(count));
   }
-
-  test::FakeMachine machine_;
 };
 
 TEST_F(SystemRoot, PathsAreLookedUpBelowTheRoot) {
   machine_.write("sys/file", "text");
-  EXPECT_EQ(read_all("/sys/file"), "text");
-  EXPECT_EQ(read_all("/sys/other"), "unreadable");
+  EXPECT_EQ(content("/sys/file"), "text");
+  EXPECT_EQ(content("/sys/other"), "unreadable");
 }
 
 TEST_F(SystemRoot, WithoutARootPathsAreUsedAsTheyStand) {
   const std::string path = machine_.write("sys/file", "text").root() / "sys/file";
   ASSERT_TRUE(set_system_root(""));
-  EXPECT_EQ(read_all(path.c_str()), "text");
+  EXPECT_EQ(content(path.c_str()), "text");
 }
 
 TEST_F(SystemRoot, ANameThatIsTooLongIsRefusedAndChangesNothing) {
   machine_.write("sys/file", "text");
   EXPECT_FALSE(set_system_root(std::string(4096, 'x')));
-  EXPECT_EQ(read_all("/sys/file"), "text");
+  EXPECT_EQ(content("/sys/file"), "text");
   EXPECT_TRUE(set_system_root(std::string(4095, 'x')));
-  EXPECT_EQ(read_all("/sys/file"), "unreadable");
+  EXPECT_EQ(content("/sys/file"), "unreadable");
 }
 
 TEST_F(SystemRoot, ReadAtReadsTheBytesThere) {
@@ -80,7 +80,7 @@ TEST_F(SystemRoot, AFileChangesHands) {
 // A pipe without a writer would block an ordinary open for ever.
 TEST_F(SystemRoot, APipeInARecordedTreeDoesNotStopTheRun) {
   ASSERT_EQ(mkfifo((machine_.root() / "sys/pipe").c_str(), 0600), 0);
-  EXPECT_EQ(read_all("/sys/pipe"), "");
+  EXPECT_EQ(content("/sys/pipe"), "");
 }
 
 TEST_F(SystemRoot, TextIsReadInLinesAndADirectoryIsNone) {
@@ -118,8 +118,7 @@ TEST_F(SystemRoot, ADirectoryListsItsEntriesWithoutTheDots) {
 TEST_F(SystemRoot, ALinkIsReadAsItsTextAndCutToTheBuffer) {
   machine_.make_link("../../devices/x", "sys/class/net/eth0");
   std::array<char, 32> buffer{};
-  const long length = read_system_link("/sys/class/net/eth0", buffer);
-  ASSERT_EQ(length, 15);
+  ASSERT_EQ(read_system_link("/sys/class/net/eth0", buffer), 15);
   EXPECT_EQ(std::string(buffer.data(), 15), "../../devices/x");
   EXPECT_EQ(read_system_link("/sys/class/net/eth0", std::span(buffer).first(4)), 4);
   EXPECT_EQ(read_system_link("/sys/class/net", buffer), -1);
@@ -134,10 +133,8 @@ class MapSystemMemory : public SystemRoot {
 TEST_F(MapSystemMemory, GivesTheBytesFromTheBase) {
   machine_.write("dev/mem", std::string(page_, 'a') + std::string(page_, 'b') + std::string(page_, 'c'));
   const MemoryMap map = map_system_memory(page_, page_);
-  ASSERT_TRUE(map.is_mapped());
   EXPECT_EQ(map.extent(), page_);
-  ASSERT_EQ(map.bytes().size(), page_);
-  EXPECT_TRUE(std::all_of(map.bytes().begin(), map.bytes().end(), [](std::uint8_t byte) { return byte == 'b'; }));
+  EXPECT_EQ(std::string(map.bytes().begin(), map.bytes().end()), std::string(page_, 'b'));
 }
 
 TEST_F(MapSystemMemory, AMapIsWholePages) {
@@ -174,10 +171,9 @@ TEST_F(MapSystemMemory, FailsWithoutMemory) {
 TEST_F(MapSystemMemory, WhereWritingIsRefusedReadingWillDo) {
   machine_.write("dev/mem", std::string(page_, 'a'));
   std::filesystem::permissions(machine_.root() / "dev/mem", std::filesystem::perms{0444});
-  EXPECT_TRUE(
-      test::holds_without_root(machine_, [this] { return map_system_memory(0, page_).bytes().size() == page_; }));
+  EXPECT_TRUE(holds_without_root(machine_, [this] { return map_system_memory(0, page_).bytes().size() == page_; }));
   std::filesystem::permissions(machine_.root() / "dev/mem", std::filesystem::perms::none);
-  EXPECT_TRUE(test::holds_without_root(machine_, [this] { return !map_system_memory(0, page_).is_mapped(); }));
+  EXPECT_TRUE(holds_without_root(machine_, [this] { return !map_system_memory(0, page_).is_mapped(); }));
 }
 
 // Whether this address belongs to the process, which is what mincore tells.
@@ -198,5 +194,78 @@ TEST_F(MapSystemMemory, AMapIsReleasedByItsLastOwner) {
   EXPECT_FALSE(is_held(address));
 }
 
+// Files below a folder that is kept open are the same files as without it.
+class KeptFolders : public SystemRoot {
+ protected:
+  KeptFolders() { machine_.write("sys/a/b/file", "inner").write("sys/a/file", "outer").write("sys/ab/file", "beside"); }
+
+  static int next_descriptor() {
+    const int descriptor = dup(STDIN_FILENO);
+    close(descriptor);
+    return descriptor;
+  }
+};
+
+TEST_F(KeptFolders, LeadToTheSameFiles) {
+  const KeptFolder a("/sys/a");
+  const KeptFolder inner("/sys/a/b");
+  EXPECT_EQ(content("/sys/a/file"), "outer");
+  EXPECT_EQ(content("/sys/a/b/file"), "inner");
+  EXPECT_EQ(content("/sys/ab/file"), "beside");
+  EXPECT_EQ(content("/sys/a/missing"), "unreadable");
+  EXPECT_TRUE(is_system_directory("/sys/a"));
+  EXPECT_TRUE(is_system_directory("/sys/a/b"));
+  EXPECT_TRUE(open_system_directory("/sys/a/b").is_open());
+}
+
+TEST_F(KeptFolders, StayTheFoldersThatTheyWereWhenTheyAreMoved) {
+  const KeptFolder a("/sys/a");
+  std::filesystem::rename(machine_.root() / "sys/a", machine_.root() / "sys/moved");
+  EXPECT_EQ(content("/sys/a/file"), "outer");
+}
+
+TEST_F(KeptFolders, LeadToTheSameLinks) {
+  machine_.make_link("../target", "sys/a/link");
+  const KeptFolder a("/sys/a");
+  std::array<char, 16> buffer{};
+  EXPECT_EQ(read_system_link("/sys/a/link", buffer), 9);
+  EXPECT_EQ(std::string(buffer.data()), "../target");
+  EXPECT_EQ(read_system_link("/sys/a/file", buffer), -1);
+}
+
+TEST_F(KeptFolders, ThatAreMissingChangeNothing) {
+  const KeptFolder missing("/sys/missing");
+  machine_.write("sys/missing/file", "late");
+  EXPECT_EQ(content("/sys/missing/file"), "late");
+}
+
+TEST_F(KeptFolders, GiveWayWhereNoMoreFilesCanBeOpened) {
+  const KeptFolder a("/sys/a");
+  const KeptFolder inner("/sys/a/b");
+  const auto free = static_cast<rlim_t>(next_descriptor());
+  rlimit before{};
+  ASSERT_EQ(getrlimit(RLIMIT_NOFILE, &before), 0);
+  const rlimit few{free, before.rlim_max};
+  ASSERT_EQ(setrlimit(RLIMIT_NOFILE, &few), 0);
+  {
+    const SystemDirectory directory = open_system_directory("/sys/ab");
+    EXPECT_TRUE(directory.is_open());
+    EXPECT_EQ(content("/sys/a/file"), "outer");
+    EXPECT_EQ(content("/sys/a/b/file"), "inner");
+  }
+  ASSERT_EQ(setrlimit(RLIMIT_NOFILE, &before), 0);
+}
+
+TEST_F(KeptFolders, AreClosedWithTheirObject) {
+  const int before = next_descriptor();
+  {
+    const KeptFolder a("/sys/a");
+    EXPECT_NE(next_descriptor(), before);
+  }
+  EXPECT_EQ(next_descriptor(), before);
+  std::filesystem::rename(machine_.root() / "sys/a", machine_.root() / "sys/moved");
+  EXPECT_EQ(content("/sys/a/file"), "unreadable");
+}
+
 }  // namespace
-}  // namespace qorx
+}  // namespace qorx::test

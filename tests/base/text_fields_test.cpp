@@ -34,16 +34,9 @@ TEST(FieldSplitter, TheRestBeginsBehindTheOneDelimiterThatEndedTheField) {
 }
 
 TEST(ParseHexadecimal, ReadsWhatStrtolReads) {
-  EXPECT_EQ(parse_hexadecimal("1a"), 0x1A);
   EXPECT_EQ(parse_hexadecimal("0x1A"), 0x1A);
-  EXPECT_EQ(parse_hexadecimal(" -1"), -1);
-  EXPECT_EQ(parse_hexadecimal("1g"), 1);
-  EXPECT_EQ(parse_hexadecimal("zz"), 0);
   EXPECT_EQ(parse_hexadecimal(""), 0);
-}
-
-TEST(ParseHexadecimal, ReadsWhatStrtolReadsOfAllShortTexts) {
-  constexpr std::string_view kCharacters = "019afgAFGxX-+ \t\n";
+  constexpr std::string_view kCharacters = "019afgzAFGxX-+ \t\n";
   for (const char first : kCharacters) {
     for (const char second : kCharacters) {
       for (const char third : kCharacters) {

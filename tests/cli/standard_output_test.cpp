@@ -43,10 +43,8 @@ void leave_a_pipe_without_a_reader() {
 
 class LostOutput : public RowTest<Sink, SampleTest> {
  protected:
-  int status_of(const std::string& words) const { return status_on(machine_, words); }
-
-  static int status_on(const FakeMachine& machine, const std::string& words) {
-    return run_replay(machine.root(), machine.work(), words_of(words), row().in_child).status;
+  [[nodiscard]] int status_of(const std::string& words) const {
+    return run_replay(machine_.root(), machine_.work(), words_of(words), row().in_child).status;
   }
 
   // Expects both files to be written whole, and the same status for both.
@@ -86,16 +84,15 @@ TEST_P(LostOutput, TheFilesAreCompleteAllTheSame) {
 
 // The listing of virtual interfaces alone traces more than a buffer holds, while the result file is open.
 TEST_P(LostOutput, TracesNeverEndUpInTheResultFile) {
-  FakeMachine machine;
   for (int i = 100; i < 500; ++i) {
     const std::string name = "eth0.interface" + std::to_string(i);
-    machine.add_raw_interface(name, "../../devices/virtual/net/" + name);
+    machine_.add_raw_interface(name, "../../devices/virtual/net/" + name);
   }
-  ASSERT_EQ(machine.run({"-o", "expected"}).status, 0);
-  const std::string expected = read_file(machine.work() / "expected");
+  ASSERT_EQ(machine_.run({"-o", "expected"}).status, 0);
+  const std::string expected = read_file(machine_.work() / "expected");
   ASSERT_NE(expected.find("interface499"), std::string::npos);
-  EXPECT_EQ(status_on(machine, "-o result -ML 2"), kOutputLost);
-  EXPECT_EQ(read_file(machine.work() / "result"), expected);
+  EXPECT_EQ(status_of("-o result -ML 2"), kOutputLost);
+  EXPECT_EQ(read_file(machine_.work() / "result"), expected);
 }
 
 // A standard descriptor that stays free becomes that of the next file that is opened.
@@ -132,23 +129,15 @@ TEST(FinishStandardOutput, IsFineWhenAllWasWritten) {
 
 // Space that comes back does not bring back what was lost.
 TEST(FinishStandardOutput, RemembersAnEarlierLoss) {
-  std::fflush(stdout);
-  const int kept = dup(STDOUT_FILENO);
-  const int full = open("/dev/full", O_WRONLY);
-  const int sink = open("/dev/null", O_WRONLY);
-  dup2(full, STDOUT_FILENO);
-  std::printf("lost\n");
-  const int flushed = std::fflush(stdout);
-  dup2(sink, STDOUT_FILENO);
-  const std::int32_t code = finish_standard_output();
-  std::fflush(stdout);
-  std::clearerr(stdout);
-  dup2(kept, STDOUT_FILENO);
-  for (const int descriptor : {kept, full, sink}) {
-    close(descriptor);
-  }
-  EXPECT_NE(flushed, 0);
-  EXPECT_EQ(code, QORX_ERR_CLOSE_FILE);
+  EXPECT_EXIT(
+      {
+        dup2(open("/dev/full", O_WRONLY), STDOUT_FILENO);
+        std::printf("lost\n");
+        const bool is_lost = std::fflush(stdout) != 0;
+        dup2(open("/dev/null", O_WRONLY), STDOUT_FILENO);
+        _exit(is_lost && finish_standard_output() == QORX_ERR_CLOSE_FILE ? 0 : 1);
+      },
+      testing::ExitedWithCode(0), "");
 }
 
 using LostFile = SampleTest;
