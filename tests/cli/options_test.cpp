@@ -3,13 +3,13 @@
 #include <gtest/gtest.h>
 
 #include <algorithm>
-#include <array>
 #include <random>
 #include <string>
 #include <vector>
 
 #include "base/messages.h"
 #include "records/state.h"
+#include "tests/support/expect.h"
 #include "tests/support/rows.h"
 #include "tests/support/transcript.h"
 
@@ -40,15 +40,22 @@ std::string settings() {
   return text;
 }
 
-// Strips the options of this command line, the program's name left out of `words` and of the result.
-Words strip(const Words& words) {
+// Strips the options of a command line. What is printed, the words that are left, and the settings; the program's name
+// left out of all.
+Texts effect_of(const Words& words) {
+  reset_library();
   std::vector<const char*> pointers{"qorx"};
   for (const std::string& word : words) {
     pointers.push_back(word.c_str());
   }
-  const Arguments left = strip_options(pointers);
+  Arguments left;
+  const std::string printed = printed_by([&] { left = strip_options(pointers); });
   EXPECT_EQ(left.data(), pointers.data());
-  return left.empty() ? Words{} : Words(left.begin() + 1, left.end());
+  std::string rest;
+  for (const char* const word : left.empty() ? left : left.subspan(1)) {
+    rest += (rest.empty() ? "" : " ") + std::string(word);
+  }
+  return {printed, rest, settings()};
 }
 
 // Of command lines the words that are left and the settings that are made.
@@ -66,12 +73,7 @@ class StripOptions : public RowTest<Stripped> {};
 
 TEST_P(StripOptions, Rule) {
   for (const Stripped::Line& line : row().lines) {
-    SCOPED_TRACE(line.words);
-    reset_library();
-    Words left;
-    EXPECT_EQ(printed_by([&] { left = strip(words_of(line.words)); }), "");
-    EXPECT_EQ(left, words_of(line.left));
-    EXPECT_EQ(settings(), line.settings);
+    EXPECT_EQ(effect_of(words_of(line.words)), (Texts{"", line.left, line.settings})) << line.words;
   }
 }
 
@@ -147,53 +149,41 @@ using StripOption = LibraryTest;
 
 TEST_F(StripOption, ReadsTheLevelLikeAtoiHoweverLongItIs) {
   for (const std::string& level : {std::string("2nd"), std::string(" 2"), std::string(2000, '0') + "2"}) {
-    reset_library();
-    EXPECT_EQ(strip({"-a", "-ML", level}), Words{"-a"});
-    EXPECT_EQ(settings(), "debug");
+    EXPECT_EQ(effect_of({"-a", "-ML", level}), (Texts{"", "-a", "debug"}));
   }
   for (const char* const level : {"x", ""}) {
-    reset_library();
-    EXPECT_EQ(strip({"-a", "-ML", level}), Words{"-a"});
-    EXPECT_EQ(settings(), "quiet");
+    EXPECT_EQ(effect_of({"-a", "-ML", level}), (Texts{"", "-a", "quiet"}));
   }
 }
 
 TEST_F(StripOption, OnlyNovlanSparesTheProgramName) {
-  constexpr std::array kSingle{"-legacy", "-F", "-sort_slotname", "-vm"};
-  for (const char* const word : kSingle) {
-    EXPECT_TRUE(strip_options(std::array{word}).empty()) << word;
+  using Line = std::vector<const char*>;
+  for (const Line& line : {Line{"-legacy"}, Line{"-F"}, Line{"-sort_slotname"}, Line{"-vm"}, Line{"-config", "f"},
+                           Line{"-diag", "e", "d"}, Line{}}) {
+    EXPECT_TRUE(strip_options(line).empty()) << testing::PrintToString(line);
   }
-  EXPECT_EQ(strip_options(std::array{"-novlan"}).size(), 1U);
+  for (const Line& line : {Line{"-novlan"}, Line{"qorx"}}) {
+    EXPECT_EQ(strip_options(line).size(), 1U);
+  }
   EXPECT_EQ(g_novlan, 0);
-  EXPECT_TRUE(strip_options(std::array{"-config", "f"}).empty());
-  EXPECT_TRUE(strip_options(std::array{"-diag", "e", "d"}).empty());
-  EXPECT_TRUE(strip_options(std::array{"qorx"}).size() == 1U);
-  EXPECT_TRUE(strip_options({}).empty());
 }
+
+constexpr const char* kOutOfRange = "Error: Parameter msg_level out of range.\n";
 
 TEST_F(StripOption, AWrongLevelSpeaksAndIsOtherwiseIgnored) {
   for (const char* const level : {"3", "-1", "255"}) {
-    reset_library();
-    Words left;
-    EXPECT_EQ(printed_by([&] {
-                left = strip({"-a", "-ML", level, "-legacy"});
-              }),
-              "Error: Parameter msg_level out of range.\n");
-    EXPECT_EQ(left, Words{"-a"});
-    EXPECT_EQ(settings(), "legacy");
+    EXPECT_EQ(effect_of({"-a", "-ML", level, "-legacy"}), (Texts{kOutOfRange, "-a", "legacy"}));
   }
 }
 
 TEST_F(StripOption, AWrongLevelSwitchesErrorsOnAgainAndLeavesDebugAsItIs) {
-  EXPECT_EQ(printed_by([] { strip({"-a", "-ML", "3", "-ML", "0"}); }), "Error: Parameter msg_level out of range.\n");
-  EXPECT_EQ(settings(), "");
-  EXPECT_EQ(printed_by([] { strip({"-a", "-ML", "3", "-ML", "2"}); }), "Error: Parameter msg_level out of range.\n");
-  EXPECT_EQ(settings(), "debug");
+  EXPECT_EQ(effect_of({"-a", "-ML", "3", "-ML", "0"}), (Texts{kOutOfRange, "-a", ""}));
+  EXPECT_EQ(effect_of({"-a", "-ML", "3", "-ML", "2"}), (Texts{kOutOfRange, "-a", "debug"}));
 }
 
 TEST_F(StripOption, ALongFileNameIsCutToItsField) {
   const std::string name(300, 'n');
-  strip({"-a", "-config", name, "-sys_WMX_cfg", name, "-smbios_cfg", name, "-diag", name, name});
+  effect_of({"-a", "-config", name, "-sys_WMX_cfg", name, "-smbios_cfg", name, "-diag", name, name});
   for (const char* const field :
        {g_config_file_name, g_WMX_name_file_name, g_smbios_file_name, g_entry_point_file, g_dmi_file}) {
     EXPECT_EQ(field, std::string(255, 'n'));
@@ -201,33 +191,30 @@ TEST_F(StripOption, ALongFileNameIsCutToItsField) {
 }
 
 TEST_F(StripOption, TheOrderOfDifferentOptionsIsFree) {
-  std::vector<Words> options{{"-config", "c"},     {"-legacy"},        {"-F"},  {"-sys_WMX_cfg", "w"},
-                             {"-smbios_cfg", "s"}, {"-sort_slotname"}, {"-vm"}, {"-diag", "e", "d"},
-                             {"-ML", "2"},         {"-novlan"}};
+  std::vector<std::string> options{"-config c",      "-legacy", "-F",        "-sys_WMX_cfg w", "-smbios_cfg s",
+                                   "-sort_slotname", "-vm",     "-diag e d", "-ML 2",          "-novlan"};
   std::mt19937 random(20240229);
   for (int round = 0; round < 500; ++round) {
     std::shuffle(options.begin(), options.end(), random);
-    Words words{"-p", "00:00.0"};
-    for (const Words& option : options) {
-      words.insert(words.end(), option.begin(), option.end());
+    std::string words = "-p 00:00.0";
+    for (const std::string& option : options) {
+      words += " " + option;
     }
-    SCOPED_TRACE(testing::PrintToString(words));
-    reset_library();
-    ASSERT_EQ(strip(words), (Words{"-p", "00:00.0"}));
-    ASSERT_EQ(settings(), "config=c legacy force names=w smbios=s sort vm diag=e,d debug novlan");
+    ASSERT_EQ(effect_of(words_of(words)),
+              (Texts{"", "-p 00:00.0", "config=c legacy force names=w smbios=s sort vm diag=e,d debug novlan"}))
+        << words;
   }
 }
 
 TEST(OptionWords, CountTheOptionAndItsValues) {
-  for (const char* const alone : {"-legacy", "-F", "-sort_slotname", "-vm", "-novlan"}) {
-    EXPECT_EQ(option_words(alone), 1U) << alone;
-  }
-  for (const char* const with_value : {"-config", "-sys_WMX_cfg", "-smbios_cfg", "-ML"}) {
-    EXPECT_EQ(option_words(with_value), 2U) << with_value;
-  }
-  EXPECT_EQ(option_words("-diag"), 3U);
-  for (const char* const other : {"", "-", "-a", "config", "-Config", "-configs"}) {
-    EXPECT_EQ(option_words(other), 0U) << other;
+  const std::vector<Words> words{{"", "-", "-a", "config", "-Config", "-configs"},
+                                 {"-legacy", "-F", "-sort_slotname", "-vm", "-novlan"},
+                                 {"-config", "-sys_WMX_cfg", "-smbios_cfg", "-ML"},
+                                 {"-diag"}};
+  for (std::size_t count = 0; count < words.size(); ++count) {
+    for (const std::string& word : words[count]) {
+      EXPECT_EQ(option_words(word.c_str()), count) << word;
+    }
   }
 }
 
