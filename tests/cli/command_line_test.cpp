@@ -38,15 +38,8 @@ TEST_P(Operations, Print) {
 
 // eth2 as the platform file leaves it.
 std::string eth2_with(std::string_view panel, std::string_view feature) {
-  return table_of(table_line({.eth_name = "eth2",
-                              .address = "00:1f.6",
-                              .ids = "8086 1533",
-                              .subsystem_ids = "13fe 3016",
-                              .mac = "02:00:00:00:00:03",
-                              .slot = "LAN 1",
-                              .panel = panel,
-                              .feature = feature,
-                              .model = "I210_CO"}));
+  return table_of(table_line({"eth2", "00:1f.6", false, "8086 1533", "13fe 3016", "02:00:00:00:00:03", "LAN 1", panel,
+                              feature, "N/A", "I210_CO"}));
 }
 
 QORX_ROWS(Operations, {"the librarys and the tools version", "-V", kVersions},

@@ -123,17 +123,17 @@ FakeMachine& FakeMachine::add_function(const std::string& path, const std::strin
 FakeMachine& FakeMachine::add_port(const std::string& name, const std::string& path, const Ids& ids,
                                    const std::string& mac) {
   add_function(path, endpoint_config(ids));
-  const std::string net = "devices/pci0000:00/" + path + "/net/" + name;
-  write("sys/" + net + "/address", next_mac(mac) + "\n");
-  make_link("../../../" + fs::path(path).filename().string(), "sys/" + net + "/device");
-  return make_link("../../" + net, "sys/class/net/" + name);
+  return add_interface(name, path, mac);
 }
 
 FakeMachine& FakeMachine::add_usb_port(const std::string& name, const std::string& path, const std::string& product,
                                        const std::string& mac) {
-  const std::string device = "devices/pci0000:00/" + path;
-  const std::string net = device + "/net/" + name;
-  write("sys/" + device + "/uevent", "DEVTYPE=usb_interface\nPRODUCT=" + product + "\nTYPE=0/0/0\n");
+  write("sys/devices/pci0000:00/" + path + "/uevent", "DEVTYPE=usb_interface\nPRODUCT=" + product + "\nTYPE=0/0/0\n");
+  return add_interface(name, path, mac);
+}
+
+FakeMachine& FakeMachine::add_interface(const std::string& name, const std::string& path, const std::string& mac) {
+  const std::string net = "devices/pci0000:00/" + path + "/net/" + name;
   write("sys/" + net + "/address", next_mac(mac) + "\n");
   make_link("../../../" + fs::path(path).filename().string(), "sys/" + net + "/device");
   return make_link("../../" + net, "sys/class/net/" + name);

@@ -92,6 +92,7 @@ class FakeMachine {
   void use() const;
 
  private:
+  FakeMachine& add_interface(const std::string& name, const std::string& path, const std::string& mac);
   std::string next_mac(const std::string& wanted);
   [[nodiscard]] std::filesystem::path below_root(const std::string& path) const;
 

@@ -28,56 +28,20 @@ class SampleTest : public LibraryTest {
   SampleMachine machine_;
 };
 
+// In the order of the columns.
 namespace sample {
 
-inline const std::string kEth0 = table_line({.eth_name = "eth0",
-                                             .address = "03:00.0",
-                                             .ids = "8086 1521",
-                                             .subsystem_ids = "13fe 0037",
-                                             .mac = "02:00:00:00:00:01",
-                                             .slot = "WMX Slot 3",
-                                             .panel = "1 (*)",
-                                             .feature = "N/A",
-                                             .model = "WMX-2248"});
-inline const std::string kEth1 = table_line({.eth_name = "eth1",
-                                             .address = "03:00.1",
-                                             .ids = "8086 1521",
-                                             .subsystem_ids = "13fe 0037",
-                                             .mac = "02:00:00:00:00:02",
-                                             .slot = "WMX Slot 3",
-                                             .panel = "2 (*)",
-                                             .feature = "N/A",
-                                             .model = "WMX-2248"});
-inline const std::string kEth2 = table_line({.eth_name = "eth2",
-                                             .address = "00:1f.6",
-                                             .ids = "8086 1533",
-                                             .subsystem_ids = "13fe 3016",
-                                             .mac = "02:00:00:00:00:03",
-                                             .slot = "LAN 1",
-                                             .panel = "LAN 1 (*)",
-                                             .feature = "NCSI",
-                                             .model = "I210_CO"});
+inline const std::string kEth0 = table_line({"eth0", "03:00.0", false, "8086 1521", "13fe 0037", "02:00:00:00:00:01",
+                                             "WMX Slot 3", "1 (*)", "N/A", "N/A", "WMX-2248"});
+inline const std::string kEth1 = table_line({"eth1", "03:00.1", false, "8086 1521", "13fe 0037", "02:00:00:00:00:02",
+                                             "WMX Slot 3", "2 (*)", "N/A", "N/A", "WMX-2248"});
+inline const std::string kEth2 = table_line({"eth2", "00:1f.6", false, "8086 1533", "13fe 3016", "02:00:00:00:00:03",
+                                             "LAN 1", "LAN 1 (*)", "NCSI", "N/A", "I210_CO"});
 // Slot 4: segments from 4 * 4.
-inline const std::string kEth3 = table_line({.eth_name = "eth3",
-                                             .address = "04:00.0",
-                                             .ids = "8086 1521",
-                                             .subsystem_ids = "13fe 0035",
-                                             .mac = "02:00:00:00:00:04",
-                                             .slot = "WMX Slot 4",
-                                             .panel = "1 (*)",
-                                             .feature = "A_BYPASS-C",
-                                             .seg = "16",
-                                             .model = "WMX-2848"});
-inline const std::string kEth4 = table_line({.eth_name = "eth4",
-                                             .address = "04:00.1",
-                                             .ids = "8086 1521",
-                                             .subsystem_ids = "13fe 0035",
-                                             .mac = "02:00:00:00:00:05",
-                                             .slot = "WMX Slot 4",
-                                             .panel = "2 (*)",
-                                             .feature = "A_BYPASS",
-                                             .seg = "16",
-                                             .model = "WMX-2848"});
+inline const std::string kEth3 = table_line({"eth3", "04:00.0", false, "8086 1521", "13fe 0035", "02:00:00:00:00:04",
+                                             "WMX Slot 4", "1 (*)", "A_BYPASS-C", "16", "WMX-2848"});
+inline const std::string kEth4 = table_line({"eth4", "04:00.1", false, "8086 1521", "13fe 0035", "02:00:00:00:00:05",
+                                             "WMX Slot 4", "2 (*)", "A_BYPASS", "16", "WMX-2848"});
 inline const std::string kBr0 = table_line({.eth_name = "br0", .mac = "02:00:00:00:00:99"});
 
 // Sorted by address: the onboard port is on bus 0.
