@@ -52,5 +52,10 @@ if(QORX_SANITIZE)
 endif()
 if(QORX_COVERAGE)
   add_compile_options(--coverage -O0 -fprofile-update=atomic)  # tests run several programs at once
-  add_link_options(--coverage)
+  # A process that ends by _exit writes its counters too.
+  add_library(qorx_counted_exit OBJECT ${CMAKE_CURRENT_LIST_DIR}/counted_exit.c)
+  link_libraries($<TARGET_OBJECTS:qorx_counted_exit>)
+  add_link_options(--coverage LINKER:--wrap=_exit)
+  # What the compiler adds for exceptions would count as lines and branches of the source.
+  target_compile_options(qorx_complete_cpp INTERFACE $<$<COMPILE_LANGUAGE:CXX>:-fno-exceptions>)
 endif()
