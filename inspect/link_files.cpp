@@ -65,8 +65,13 @@ bool is_ours(const fs::path& file) {
 bool replace_file(const fs::path& file, const std::string& content) {
   std::string temporary = file.string() + ".XXXXXX";
   const int descriptor = mkstemp(temporary.data());
-  std::FILE* const stream = descriptor >= 0 ? fdopen(descriptor, "w") : nullptr;
+  if (descriptor < 0) {
+    return false;
+  }
+  std::FILE* const stream = fdopen(descriptor, "w");
   if (stream == nullptr) {
+    close(descriptor);
+    static_cast<void>(unlink(temporary.c_str()));
     return false;
   }
   constexpr mode_t kReadableByAll = 0644;

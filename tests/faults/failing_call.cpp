@@ -1,8 +1,11 @@
 #include "tests/faults/failing_call.h"
 
 #include <fcntl.h>
+#include <locale.h>  // NOLINT(modernize-deprecated-headers): newlocale
+#include <spawn.h>
 #include <sys/mman.h>
 #include <sys/stat.h>
+#include <sys/wait.h>
 #include <unistd.h>
 
 #include <cerrno>
@@ -55,6 +58,19 @@ bool FailingCall::has_failed() {
 QORX_CALL(int, fstat, -1, (int descriptor, struct stat* status), (descriptor, status))
 QORX_CALL(int, ftruncate, -1, (int descriptor, off_t size), (descriptor, size))
 QORX_CALL(int, madvise, -1, (void* start, std::size_t size, int advice), (start, size, advice))
+QORX_CALL(int, fchmod, -1, (int descriptor, mode_t mode), (descriptor, mode))
+QORX_CALL(int, fsync, -1, (int descriptor), (descriptor))
+QORX_CALL(int, pipe, -1, (int* ends), (ends))
+QORX_CALL(int, posix_spawnp, EAGAIN,
+          (pid_t * process, const char* file, const posix_spawn_file_actions_t* actions,
+           const posix_spawnattr_t* attributes, char* const* words, char* const* environment),
+          (process, file, actions, attributes, words, environment))
+QORX_CALL(pid_t, fork, -1, (), ())
+QORX_CALL(pid_t, waitpid, -1, (pid_t process, int* status, int options), (process, status, options))
+QORX_CALL(locale_t, newlocale, nullptr, (int mask, const char* name, locale_t base), (mask, name, base))
+QORX_CALL(ssize_t, read, -1, (int descriptor, void* bytes, std::size_t size), (descriptor, bytes, size))
+QORX_CALL(ssize_t, readlinkat, -1, (int folder, const char* path, char* text, std::size_t size),
+          (folder, path, text, size))
 QORX_CALL(ssize_t, write, -1, (int descriptor, const void* bytes, std::size_t size), (descriptor, bytes, size))
 QORX_CALL(ssize_t, pread, -1, (int descriptor, void* bytes, std::size_t size, off_t offset),
           (descriptor, bytes, size, offset))
@@ -83,5 +99,11 @@ int __wrap_open(const char* path, int flags, ...) {
   const mode_t mode = (flags & O_CREAT) != 0 ? va_arg(arguments, mode_t) : 0;
   va_end(arguments);
   return qorx::test::fails("open") ? -1 : __real_open(path, flags, mode);
+}
+
+extern "C" int __real_openat(int folder, const char* path, int flags, ...);
+extern "C" int __wrap_openat(int folder, const char* path, int flags, ...);
+int __wrap_openat(int folder, const char* path, int flags, ...) {
+  return qorx::test::fails("openat") ? -1 : __real_openat(folder, path, flags);  // nothing is created with it
 }
 // NOLINTEND(bugprone-reserved-identifier,cert-dcl37-c,cert-dcl51-cpp,readability-identifier-naming)

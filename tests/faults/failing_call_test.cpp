@@ -6,7 +6,10 @@
 
 #include <array>
 #include <cerrno>
+#include <cstdint>
 #include <cstdio>
+#include <filesystem>
+#include <fstream>
 #include <string>
 #include <string_view>
 
@@ -15,6 +18,7 @@
 #include "base/system_root.h"
 #include "cli/command_line.h"
 #include "output/output_file.h"
+#include "output/virtual_interfaces.h"
 #include "smbios/file_image.h"
 #include "tests/support/expect.h"
 #include "tests/support/fixture.h"
@@ -51,10 +55,63 @@ TEST_F(FailingCalls, MemoryThatCantBeHeldIsNotMappedAndThatIsALack) {
   EXPECT_FALSE(take_shortage());
 }
 
-TEST_F(FailingCalls, MemoryThatCantBeReadIsNotMapped) {
+// Pages of this process.
+long pages() {
+  std::ifstream statistics("/proc/self/statm");
+  long size = 0;
+  statistics >> size;
+  return size;
+}
+
+TEST_F(FailingCalls, MemoryThatCantBeReadIsNotMappedAndGivenBack) {
+  std::filesystem::resize_file(machine_.root() / "dev/mem", std::uintmax_t{64} << 20);
+  const long before = pages();
   const FailingCall call("pread", EIO);
-  EXPECT_FALSE(map_system_memory(0, 16).is_mapped());
+  EXPECT_FALSE(map_system_memory(0, std::uint64_t{64} << 20).is_mapped());
   EXPECT_FALSE(take_shortage());
+  EXPECT_LT(pages() - before, 4000);
+}
+
+TEST_F(FailingCalls, WhatASignalInterruptsIsDoneAgain) {
+  std::array<std::uint8_t, 8> bytes{};
+  std::array<char, 8> text{};
+  for (const std::string_view name : {"openat", "read", "pread"}) {
+    const FailingCall call(name, EINTR);
+    const SystemFile file = open_system_file("/sys/file");
+    EXPECT_EQ(name == "pread" ? file.read_at(0, bytes) : file.read(text), 4) << name;
+    EXPECT_TRUE(FailingCall::has_failed()) << name;
+  }
+}
+
+TEST_F(FailingCalls, AReadThatFailsBehindTheFirstBytesIsShort) {
+  std::array<std::uint8_t, 8> bytes{};
+  const SystemFile file = open_system_file("/sys/file");
+  const FailingCall call("pread", EIO, 2);
+  EXPECT_EQ(file.read_at(0, bytes), 4);
+  EXPECT_TRUE(FailingCall::has_failed());
+}
+
+TEST_F(FailingCalls, ASystemWithoutDescriptorsIsAskedAgainWithoutTheKeptFolders) {
+  const KeptFolder kept("/sys/class");
+  const KeptFolder missing("/sys/missing");
+  const FailingCall call("openat", ENFILE);
+  EXPECT_TRUE(open_system_file("/sys/file").is_open());
+  EXPECT_LT(kept.descriptor(), 0);
+}
+
+TEST_F(FailingCalls, ALinkThatMemoryIsMissingForIsALack) {
+  machine_.make_link("target", "sys/link");
+  std::array<char, 8> text{};
+  const FailingCall call("readlinkat", ENOMEM);
+  EXPECT_EQ(read_system_link("/sys/link", text), -1);
+  EXPECT_TRUE(take_shortage());
+}
+
+TEST_F(FailingCalls, AnInterfaceThatMemoryIsMissingForEndsTheTable) {
+  machine_.add_virtual("br0", "02:00:00:00:00:01");
+  ASSERT_EQ(qorx_open(), 0);
+  const FailingCall call("readlinkat", ENOMEM);
+  EXPECT_EQ(outcome_of([] { return get_all_virtual_eth_devices_info(nullptr, stdout); }), (Outcome{"", 0x80}));
 }
 
 TEST_F(FailingCalls, AMemoryThatCantBeLookedAtIsNoRecordedOne) {
@@ -79,7 +136,8 @@ TEST_F(FailingCalls, AFileOfTheUserThatCantBeLookedAtIsNotOpen) {
 TEST_F(FailingCalls, ATableWithoutMemoryForItIsNotLoaded) {
   const std::string file = machine_.user_file("F", "text");
   const FailingCall call("malloc", ENOMEM);
-  EXPECT_FALSE(File_map(file.c_str(), FileOrigin::kSystem, 16).is_loaded());
+  EXPECT_FALSE(File_map(file.c_str(), FileOrigin::kUser, 16).is_loaded());
+  EXPECT_TRUE(take_shortage());
 }
 
 TEST_F(FailingCalls, TheTablesAreZeroAlsoWhereTheSystemKeepsThePages) {
