@@ -83,6 +83,33 @@ TEST_F(FailingCalls, WhatASignalInterruptsIsDoneAgain) {
   }
 }
 
+// A stream that a signal interrupts before each of its two pieces.
+FilePtr interrupted_stream(int& reads) {
+  const auto read = [](void* count, char* bytes, std::size_t /*size*/) -> ssize_t {
+    const int number = ++*static_cast<int*>(count);
+    if (number % 2 == 1) {
+      errno = EINTR;
+      return number < 5 ? -1 : 0;
+    }
+    *bytes = number == 2 ? 'a' : 'b';
+    return 1;
+  };
+  return FilePtr(fopencookie(&reads, "r", {read, nullptr, nullptr, nullptr}));
+}
+
+TEST_F(FailingCalls, ASignalDoesNotEndATextOrATable) {
+  int reads = 0;
+  LineReader lines(interrupted_stream(reads));
+  EXPECT_TRUE(lines.read());
+  EXPECT_STREQ(lines.text(), "ab");
+  EXPECT_FALSE(lines.failed());
+  reads = 0;
+  FileImage image(16);
+  const FilePtr file = interrupted_stream(reads);
+  EXPECT_TRUE(image.fill(file.get()));
+  EXPECT_EQ(image.bytes().size(), 2U);
+}
+
 TEST_F(FailingCalls, AReadThatFailsBehindTheFirstBytesIsShort) {
   std::array<std::uint8_t, 8> bytes{};
   const SystemFile file = open_system_file("/sys/file");

@@ -29,6 +29,13 @@ def snapshot(directory):
     return {path.name: path.read_bytes() for path in directory.iterdir()}
 
 
+class Directories(unittest.TestCase):
+    def test_a_name_that_the_system_refuses_is_told(self):
+        result = inspect("link -o " + 5000 * "x", EDGE / "root")
+        self.assertEqual((result.returncode, result.stdout), (2, b""))
+        self.assertRegex(result.stderr, rb"\Aqorx-inspect: [^\n]*File name too long[^\n]*\n\Z")
+
+
 class Files(unittest.TestCase):
     def setUp(self):
         scratch = tempfile.TemporaryDirectory()
