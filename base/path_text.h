@@ -3,8 +3,10 @@
 #ifndef QORX_BASE_PATH_TEXT_H
 #define QORX_BASE_PATH_TEXT_H
 
+#include <charconv>
 #include <cstddef>
 #include <initializer_list>
+#include <limits>
 #include <string_view>
 
 #include "base/bounded_text.h"
@@ -31,6 +33,19 @@ class JoinedText {
 };
 
 using PathText = JoinedText<1024>;
+
+// The digits of a number.
+class Digits {
+ public:
+  explicit Digits(int number, int base = 10)
+      : length_(static_cast<std::size_t>(std::to_chars(text_, text_ + sizeof text_, number, base).ptr - text_)) {}
+
+  [[nodiscard]] std::string_view view() const { return {text_, length_}; }
+
+ private:
+  char text_[std::numeric_limits<int>::digits + 2];  // of base 2, and the sign
+  std::size_t length_;
+};
 
 }  // namespace qorx
 

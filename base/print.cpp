@@ -24,6 +24,12 @@ bool is_control(char character) {
   return byte < 0x20 || byte == 0x7F;
 }
 
+void put_cleaned(std::FILE* stream, std::string_view text) {
+  for (const char character : text) {
+    std::fputc(is_control(character) ? '?' : character, stream);
+  }
+}
+
 // One conversion of a format, "%-4.*s", and what it takes from the arguments.
 struct Conversion {
   char text[24];
@@ -81,10 +87,7 @@ void print_cleaned(std::FILE* stream, const char* format, std::va_list arguments
       continue;
     }
     Piece piece;  // NOLINT(cppcoreguidelines-pro-type-member-init): the conversion fills it
-    const std::string_view text = convert(take_conversion(left), &rest, piece);
-    for (const char character : text) {
-      std::fputc(is_control(character) ? '?' : character, stream);
-    }
+    put_cleaned(stream, convert(take_conversion(left), &rest, piece));
   }
   va_end(rest);
 }
@@ -95,6 +98,15 @@ void print_arguments(std::FILE* stream, const char* format, std::va_list argumen
   } else {
     std::vfprintf(stream, format, arguments);
   }
+}
+
+void print_line(std::FILE* stream, std::string_view text) {
+  if (g_is_terminal && stream == stdout) {
+    put_cleaned(stream, text);
+  } else {
+    std::fwrite(text.data(), 1, text.size(), stream);
+  }
+  std::fputc('\n', stream);
 }
 
 void print(std::FILE* stream, const char* format, ...) {

@@ -5,6 +5,7 @@
 
 #include <cstdarg>
 #include <cstdio>
+#include <string_view>
 
 namespace qorx {
 
@@ -16,6 +17,9 @@ void look_at_standard_output();
 // a precision or .*, and l.
 [[gnu::format(printf, 2, 3)]] void print(std::FILE* stream, const char* format, ...);
 void print_arguments(std::FILE* stream, const char* format, std::va_list arguments);
+
+// Prints a text that was put together before, and a line feed, with the same care.
+void print_line(std::FILE* stream, std::string_view text);
 
 // What print does on a terminal.
 void print_cleaned(std::FILE* stream, const char* format, std::va_list arguments);

@@ -24,25 +24,18 @@ constexpr std::size_t kPathLimit = 4096;
 // As much of a table is brought into memory; what lies behind counts as not there.
 constexpr std::uint64_t kMapLimit = std::uint64_t{64} << 20;
 
-char g_root[kPathLimit];
+char g_rooted[2 * kPathLimit];  // begins with the root, if one is set
+std::size_t g_root_length;
 KeptFolder* g_kept_folder;  // the last one that came
 
-// The path below the root; the path itself where no root is set.
-class RootedPath {
- public:
-  explicit RootedPath(const char* path) : path_(path) {
-    if (g_root[0] != '\0') {
-      copy_text(buffer_, g_root);
-      append_text(buffer_, path);
-      path_ = buffer_;
-    }
+// The path below the root, valid until the next call; the path itself where no root is set.
+const char* rooted(const char* path) {
+  if (g_root_length == 0) {
+    return path;
   }
-  [[nodiscard]] const char* c_str() const { return path_; }
-
- private:
-  const char* path_;
-  char buffer_[2 * kPathLimit];
-};
+  copy_text(g_rooted + g_root_length, sizeof g_rooted - g_root_length, path);
+  return g_rooted;
+}
 
 // Calls `call` with a folder and the path from there: a kept folder where there is one above the path.
 template <typename Call>
@@ -52,7 +45,7 @@ auto from_folder(const char* path, Call call) {
       return call(folder->descriptor(), part);
     }
   }
-  return call(AT_FDCWD, RootedPath(path).c_str());
+  return call(AT_FDCWD, rooted(path));
 }
 
 bool give_up_kept_folders() {
@@ -164,10 +157,11 @@ MemoryMap::~MemoryMap() {
 }
 
 bool set_system_root(std::string_view directory) {
-  if (directory.size() >= sizeof g_root) {
+  if (directory.size() >= kPathLimit) {
     return false;
   }
-  copy_text(g_root, directory);
+  copy_text(g_rooted, directory);
+  g_root_length = directory.size();
   return true;
 }
 
@@ -196,10 +190,18 @@ SystemFile open_system_file(const char* path) {
   return SystemFile(open_rooted(path, O_RDONLY));
 }
 
-FilePtr open_system_text(const char* path) {
+SystemFile open_system_content(const char* path) {
   SystemFile file = open_system_file(path);
   struct stat status {};
   if (!file.is_open() || !read_status(file.descriptor(), status) || S_ISDIR(status.st_mode)) {
+    return {};
+  }
+  return file;
+}
+
+FilePtr open_system_text(const char* path) {
+  SystemFile file = open_system_content(path);
+  if (!file.is_open()) {
     return nullptr;
   }
   FilePtr stream(fdopen(file.descriptor(), "r"));
@@ -216,10 +218,9 @@ bool is_system_directory(const char* path) {
 }
 
 SystemDirectory open_system_directory(const char* path) {
-  const RootedPath rooted(path);
   DIR* directory = nullptr;
   static_cast<void>(retried([&] {
-    directory = retry_interrupted(static_cast<DIR*>(nullptr), [&rooted] { return opendir(rooted.c_str()); });
+    directory = retry_interrupted(static_cast<DIR*>(nullptr), [path] { return opendir(rooted(path)); });
     return directory != nullptr ? 0 : -1;
   }));
   if (directory == nullptr) {
@@ -245,7 +246,7 @@ bool is_memory_recorded() {
 }
 
 MemoryMap map_system_memory(std::uint64_t base, std::uint64_t length) {
-  const auto page_size = static_cast<std::uint64_t>(sysconf(_SC_PAGESIZE));
+  const auto page_size = static_cast<std::uint64_t>(getpagesize());
   constexpr std::uint64_t kFileEnd = std::numeric_limits<off_t>::max();
   if (length == 0 || base > kFileEnd || length > kFileEnd - base) {
     return {};

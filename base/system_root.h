@@ -137,7 +137,10 @@ class MemoryMap {
 
 SystemFile open_system_file(const char* path);
 
-// For text that is read in lines. Null when the file can't be opened.
+// For content that is read from its start. Not open when the file can't be opened or is a directory.
+SystemFile open_system_content(const char* path);
+
+// The same for text that is read in lines. Null on failure.
 FilePtr open_system_text(const char* path);
 
 // Whether `path` is a directory that can be opened.

@@ -31,14 +31,6 @@ std::size_t find_delimiter(std::string_view text, std::string_view delimiters) {
   return end;
 }
 
-int hexadecimal_digit(char digit) {
-  if (digit >= '0' && digit <= '9') {
-    return digit - '0';
-  }
-  const char lower = static_cast<char>(digit | 0x20);
-  return lower >= 'a' && lower <= 'f' ? lower - 'a' + 10 : -1;
-}
-
 // The short numbers of PCI addresses: nothing but digits, and too few to overflow.
 std::optional<long> parse_plain_hexadecimal(std::string_view text) {
   if (text.empty() || text.size() > 4) {

@@ -54,6 +54,15 @@ Fields<Limit> split_fields(std::string_view text, std::string_view delimiters) {
   return fields;
 }
 
+// The value of a hexadecimal digit; -1 of anything else.
+constexpr int hexadecimal_digit(char digit) {
+  if (digit >= '0' && digit <= '9') {
+    return digit - '0';
+  }
+  const char lower = static_cast<char>(digit | 0x20);
+  return lower >= 'a' && lower <= 'f' ? lower - 'a' + 10 : -1;
+}
+
 // The number at the front of `text` as strtol(text, 16) and atoi read it; 0 when there is none.
 long parse_hexadecimal(std::string_view text);
 int parse_decimal(std::string_view text);

@@ -3,6 +3,7 @@
 #include <string_view>
 
 #include "base/bounded_text.h"
+#include "base/path_text.h"
 #include "records/origins.h"
 #include "records/state.h"
 
@@ -14,6 +15,7 @@ namespace {
 constexpr std::string_view kDescendingModel = "WMX-9556";
 constexpr std::uint8_t kDescendingStart = 4;
 constexpr std::uint8_t kAscendingStart = 1;
+constexpr std::string_view kCounted = " (*)";
 
 }  // namespace
 
@@ -26,7 +28,7 @@ std::int32_t qorx_assign_final_panel_name() {
     }
     if (record.smbios_type == QORX_SMBIOS_ONBOARD_DEVICE) {
       copy_text(record.panel_name, record.slot_name);
-      append_text(record.panel_name, " (*)");
+      append_text(record.panel_name, kCounted);
       origin_of(record).panel = Writer::kSlotName;
       continue;
     }
@@ -35,7 +37,7 @@ std::int32_t qorx_assign_final_panel_name() {
       slot_name = record.slot_name;
       counter = descending ? kDescendingStart : kAscendingStart;
     }
-    format_text(record.panel_name, sizeof record.panel_name, "%x (*)", counter);
+    copy_text(record.panel_name, JoinedText<8>{Digits(counter, 16).view(), kCounted}.view());
     origin_of(record).panel = Writer::kCounter;
     origin_of(record).panel_number = counter;
     counter = static_cast<std::uint8_t>(descending ? counter - 1 : counter + 1);

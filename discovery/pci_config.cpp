@@ -138,14 +138,18 @@ std::int32_t get_pcie_capability_offset(const ConfigSpace& config, std::uint8_t 
 std::int32_t get_pcie_subsystem_vendor_id_device_id(const ConfigSpace& config, PciIds& ids) {
   SubsystemReading reading;
   read_subsystem(config, reading);
-  trace_reading(reading, config.path());
+  if (debugging()) {
+    trace_reading(reading, config.path());
+  }
   ids = reading.ids;
   return reading.code;
 }
 
 std::int32_t read_PCI_subsystem_vendor_id_device_id(PciFunctions& functions, PciAddress address, PciIds& ids) {
   const SubsystemReading& reading = functions.subsystem_of(address);
-  trace_reading(reading, config_path(address).c_str());
+  if (debugging()) {
+    trace_reading(reading, config_path(address).c_str());
+  }
   ids = reading.ids;
   return reading.code;
 }

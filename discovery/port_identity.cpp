@@ -94,7 +94,7 @@ std::int32_t get_eth_device_vendor_id_device_id(const NetworkInterface& interfac
     return 0;
   }
   const PathText path = interface_file(interface.name(), "device/uevent");
-  if (!open_system_text(path.c_str())) {
+  if (!open_system_content(path.c_str()).is_open()) {
     return code_byte(QORX_ERR_OPEN_FILE);
   }
   static_cast<void>(Search_USB_uevent(path.c_str(), ids));

@@ -20,6 +20,11 @@ namespace {
 constexpr std::string_view kVirtualDevices = "/devices/virtual/";
 constexpr std::size_t kFirstDeviceToken = 2;  // behind the two parent-directory steps of a link
 
+// Nearly every path of a port is told by its missing 'u', without a comparison at each of its slashes.
+bool leads_to_virtual_device(std::string_view link) {
+  return link.find('u') != std::string_view::npos && link.find(kVirtualDevices) != std::string_view::npos;
+}
+
 std::uint8_t hexadecimal_byte(std::string_view text) {
   return static_cast<std::uint8_t>(parse_hexadecimal(text));
 }
@@ -47,11 +52,13 @@ PciAddress parse_last_component(std::string_view token) {
   const char digit = token[length - 1];
   PciAddress address;
   address.fun = digit >= '0' && digit <= '7' ? hexadecimal_byte(token.substr(length - 1)) : kAbsent;
-  debug("%c %c fun:%x\n", token[length - 2], digit, address.fun);
   address.dev = hexadecimal_byte(token.substr(length - 4, 2));
-  debug("%c %c dev:%x\n", token[length - 4], token[length - 3], address.dev);
   address.bus = hexadecimal_byte(token.substr(length - 7, 2));
-  debug("%c %c bus:%x\n", token[length - 7], token[length - 6], address.bus);
+  if (debugging()) {
+    debug("%c %c fun:%x\n", token[length - 2], digit, address.fun);
+    debug("%c %c dev:%x\n", token[length - 4], token[length - 3], address.dev);
+    debug("%c %c bus:%x\n", token[length - 7], token[length - 6], address.bus);
+  }
   return address;
 }
 
@@ -85,14 +92,26 @@ void fill_ids(DeviceRecord& record, const char* name) {
   static_cast<void>(get_eth_device_subsystem_vendor_id_device_id(interface, subsystem));
   record.subsys_vendor_id = subsystem.vendor;
   record.subsys_device_id = subsystem.device;
-  debug("sub vendor id: %x\n", subsystem.vendor);
-  debug("sub device id: %x\n", subsystem.device);
+  if (debugging()) {
+    debug("sub vendor id: %x\n", subsystem.vendor);
+    debug("sub device id: %x\n", subsystem.device);
+  }
   PciIds device;
   static_cast<void>(get_eth_device_vendor_id_device_id(interface, device));
   record.vendor_id = device.vendor;
   record.device_id = device.device;
-  debug("vendor id: %x\n", device.vendor);
-  debug("device id: %x\n", device.device);
+  if (debugging()) {
+    debug("vendor id: %x\n", device.vendor);
+    debug("device id: %x\n", device.device);
+  }
+}
+
+void trace_place(const DeviceRecord& record) {
+  debug("eth name: %s\n", record.eth_name);
+  debug("net_path: %s\n", record.net_path);
+  debug("bus: %x\n", record.bus);
+  debug("dev: %x\n", record.dev);
+  debug("fun: %x\n", record.fun);
 }
 
 void fill_record(DeviceRecord& record, const char* name, std::string_view link) {
@@ -100,11 +119,9 @@ void fill_record(DeviceRecord& record, const char* name, std::string_view link) 
   copy_text(record.net_path, link.substr(0, link.size() - std::min(tail, link.size())));
   copy_text(record.eth_name, name);
   fill_place(record);
-  debug("eth name: %s\n", record.eth_name);
-  debug("net_path: %s\n", record.net_path);
-  debug("bus: %x\n", record.bus);
-  debug("dev: %x\n", record.dev);
-  debug("fun: %x\n", record.fun);
+  if (debugging()) {
+    trace_place(record);
+  }
   fill_ids(record, name);
   char mac[kMacTextSize];
   static_cast<void>(get_eth_device_mac_address(name, mac));
@@ -120,7 +137,17 @@ std::int32_t missing_switch() {
 }  // namespace
 
 PathTokens split_path(const char* net_path) {
-  const PathTokens tokens = split_fields<kMaxPathTokens>(net_path, "/");
+  PathTokens tokens;
+  for (const char* at = net_path; tokens.count < kMaxPathTokens && *at != '\0';) {
+    const char* const first = at;
+    while (*at != '/' && *at != '\0') {
+      ++at;
+    }
+    if (at != first) {
+      tokens.at[tokens.count++] = {first, static_cast<std::size_t>(at - first)};
+    }
+    at += *at == '/' ? 1 : 0;
+  }
   for (std::size_t i = 0; debugging() && i < tokens.count; ++i) {
     debug("%.*s\n", static_cast<int>(tokens.at[i].size()), tokens.at[i].data());
   }
@@ -137,7 +164,7 @@ std::int8_t get_eth_device_pcie_info(const char* name, DeviceRecord* record) {
     return status;
   }
   const std::string_view link(buffer.data(), static_cast<std::size_t>(length));
-  if (link.find(kVirtualDevices) != std::string_view::npos) {
+  if (leads_to_virtual_device(link)) {
     debug("found vlan %s\n", name);
     return kVirtualInterface;
   }

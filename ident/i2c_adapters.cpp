@@ -103,10 +103,11 @@ std::int32_t get_x86_i2c_port_number(I2cAdapters& adapters, std::uint32_t* port,
 
 std::int32_t get_i2c_mux_port_number(I2cAdapters& adapters, std::uint32_t* port, std::uint32_t parent,
                                      std::uint32_t channel) {
-  char name[100];
-  format_text(name, sizeof name, "i2c-%d-mux (chan_id %d)", static_cast<int>(parent), static_cast<int>(channel));
-  debug("Found I2C mux port: %s\n", name);
-  const std::int32_t code = get_x86_i2c_port_number(adapters, port, name);
+  const Digits parent_number(static_cast<int>(parent));
+  const Digits channel_number(static_cast<int>(channel));
+  const JoinedText<100> name{"i2c-", parent_number.view(), "-mux (chan_id ", channel_number.view(), ")"};
+  debug("Found I2C mux port: %s\n", name.c_str());
+  const std::int32_t code = get_x86_i2c_port_number(adapters, port, name.c_str());
   debug("I2C mux port number: %d\n", static_cast<int>(*port));
   return code;
 }

@@ -70,7 +70,7 @@ bool fits(const LegacyModule& module, std::uint32_t key, const std::uint32_t* de
 const char* qorx_get_model_name(std::uint32_t subsys_vendor_id, std::uint32_t subsys_device_id) {
   model_name[0] = '\0';
   for (const SupportedDevice& device : kSupportedDevices) {
-    if (device.subsys_vendor_id == subsys_vendor_id && device.subsys_device_id == subsys_device_id) {
+    if (device.subsys_device_id == subsys_device_id && device.subsys_vendor_id == subsys_vendor_id) {
       copy_text(model_name, device.model);
       return model_name;
     }

@@ -58,12 +58,13 @@ bool are_module_ids(PciIds ids) {
 // Whether the port's own function is known not to carry the module's ids: its last path component is the device behind
 // the interface, through which the ids have just been read.
 bool is_other_own_function(const DeviceRecord& record, PciAddress address) {
-  const PciAddress own{record.bus, record.dev, record.fun};
+  if (address != PciAddress{record.bus, record.dev, record.fun} || record.subsys_vendor_id >= QORX_ID_UNKNOWN ||
+      are_module_ids({record.subsys_vendor_id, record.subsys_device_id})) {
+    return false;
+  }
   // With the slash, so that "10000:00:0e.0", a function of another domain, is not taken for one of domain 0000.
-  const JoinedText<16> component{"/", DeviceName(own).view()};
-  return address == own && record.subsys_vendor_id < QORX_ID_UNKNOWN &&
-         !are_module_ids({record.subsys_vendor_id, record.subsys_device_id}) &&
-         std::string_view(record.net_path).ends_with(component.view());
+  const JoinedText<16> component{"/", DeviceName(address).view()};
+  return std::string_view(record.net_path).ends_with(component.view());
 }
 
 bool carries_module_ids(PciFunctions& functions, const DeviceRecord& record, PciAddress address) {

@@ -41,7 +41,7 @@ int device_mapping_init() {
 std::uint8_t default_feature(std::uint32_t subsys_vendor_id, std::uint32_t subsys_device_id) {
   for (std::uint32_t i = 0; i < Velmora_sub_id_number; ++i) {
     const DeviceMapping& entry = DEVICE_MAPPING[i];
-    if (entry.subsys_vendor_id == subsys_vendor_id && entry.subsys_device_id == subsys_device_id) {
+    if (entry.subsys_device_id == subsys_device_id && entry.subsys_vendor_id == subsys_vendor_id) {
       return entry.feature;
     }
   }

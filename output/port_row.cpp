@@ -2,7 +2,6 @@
 
 #include <algorithm>
 #include <array>
-#include <charconv>
 #include <string_view>
 
 #include "base/path_text.h"
@@ -15,15 +14,14 @@ namespace qorx {
 
 namespace {
 
-constexpr const char* kHeader = "%-15s %-11s %-9s %-9s  %-17s  %-25s %-28s %-15s %-3s %-10s \n";
-
-// The columns of a row, as printf writes them: %-<width>s and the blanks behind. Address and ids have no padding: they
-// are as wide as the texts that stand for them where there are none.
+// The columns, as printf writes them: %-<width>s and the blanks behind. Below the header, the address, which is as wide
+// as the text that stands for it where there is none, and the model, which is the last, have no padding.
 struct ColumnFormat {
   std::size_t width;
   std::size_t blanks;
 };
 constexpr ColumnFormat kName{15, 1};
+constexpr ColumnFormat kAddressTitle{11, 1};
 constexpr ColumnFormat kIds{9, 1};
 constexpr ColumnFormat kSubsystemIds{9, 2};
 constexpr ColumnFormat kMac{17, 2};
@@ -31,6 +29,7 @@ constexpr ColumnFormat kSlot{25, 1};
 constexpr ColumnFormat kPanel{28, 1};
 constexpr ColumnFormat kFeature{15, 1};
 constexpr ColumnFormat kSegment{3, 1};
+constexpr ColumnFormat kModelTitle{10, 1};
 constexpr ColumnFormat kModel{0, 1};
 constexpr ColumnFormat kUnpadded{0, 0};
 
@@ -59,7 +58,7 @@ class Row {
     pad(format.width - std::min(text.size(), format.width) + format.blanks);
   }
 
-  void print_on(std::FILE* stream) const { print(stream, "%.*s\n", static_cast<int>(length_), text_.data()); }
+  void print_on(std::FILE* stream) const { print_line(stream, {text_.data(), length_}); }
 
  private:
   void put(std::string_view text) {
@@ -124,9 +123,7 @@ Column feature_column(const DeviceRecord& record, bool marked) {
 }
 
 Column decimal_column(std::uint8_t number) {
-  char digits[3];
-  const char* const end = std::to_chars(digits, digits + sizeof digits, number).ptr;
-  return {std::string_view(digits, static_cast<std::size_t>(end - digits))};
+  return {Digits(number).view()};
 }
 
 Column segment_column(const DeviceRecord& record) {
@@ -141,8 +138,18 @@ Column segment_column(const DeviceRecord& record) {
 }  // namespace
 
 void PortTable::print_header() {
-  print(stream_, kHeader, "eth name", "bus:dev.fun", "vid  did", "svid sdid", "mac address", "slot name", "panel name",
-        "feature", "seg", "model");
+  Row row;
+  row.add("eth name", kName);
+  row.add("bus:dev.fun", kAddressTitle);
+  row.add("vid  did", kIds);
+  row.add("svid sdid", kSubsystemIds);
+  row.add("mac address", kMac);
+  row.add("slot name", kSlot);
+  row.add("panel name", kPanel);
+  row.add("feature", kFeature);
+  row.add("seg", kSegment);
+  row.add("model", kModelTitle);
+  row.print_on(stream_);
 }
 
 void PortTable::print_port(DeviceRecord& record) {

@@ -33,7 +33,7 @@ SlotOrigin& origin_of(const qorx_slot_record& record) {
 }
 
 void reorder_origins(std::span<const std::uint16_t> order) {
-  std::array<PortOrigin, QORX_MAX_RECORDS> moved;  // NOLINT(cppcoreguidelines-pro-type-member-init): filled below
+  static std::array<PortOrigin, QORX_MAX_RECORDS> moved;  // of a stack, all its pages would be touched
   std::transform(order.begin(), order.end(), moved.begin(), [](std::uint16_t from) { return g_port_origins[from]; });
   std::copy_n(moved.begin(), order.size(), g_port_origins.begin());
 }

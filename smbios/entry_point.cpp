@@ -162,7 +162,7 @@ std::int32_t Search_SMBIOS_entry_point_sysfs() {
 
 int Is_SMBIOS_sysfs() {
   for (const char* const path : {kSysfsEntryPoint, kSysfsTable}) {
-    if (!open_system_text(path)) {
+    if (!open_system_content(path).is_open()) {
       debug("%s is NOT found.\n", path);
       return 0;
     }

@@ -1,8 +1,11 @@
 #include "smbios/file_image.h"
 
+#include <unistd.h>
+
 #include <algorithm>
 #include <cerrno>
 
+#include "base/interrupted.h"
 #include "base/line_reader.h"
 #include "base/messages.h"
 #include "base/shortage.h"
@@ -15,30 +18,8 @@ namespace {
 // As much of a file is loaded; what lies behind counts as not there, so that an endless one ends too.
 constexpr std::size_t kFileLimit = std::size_t{16} << 20;
 
-FilePtr open_text(const char* path, FileOrigin origin) {
-  return origin == FileOrigin::kSystem ? open_system_text(path) : open_text_file(path);
-}
-
-}  // namespace
-
-bool FileImage::fill(std::FILE* file) {
-  while (size_ < capacity_) {
-    const std::size_t count = std::fread(bytes_.get() + size_, 1, capacity_ - size_, file);
-    size_ += count;
-    if (std::ferror(file) != 0) {
-      if (!went_on_after_signal(file)) {
-        return false;
-      }
-    } else if (count == 0) {
-      break;
-    }
-  }
-  return true;
-}
-
-FileImage File_map(const char* path, FileOrigin origin, std::size_t limit) {
-  const FilePtr file = open_text(path, origin);
-  if (!file) {
+FileImage load(int descriptor, const char* path, std::size_t limit) {
+  if (descriptor < 0) {
     debug("3Can't get %s\n", path);
     return {};
   }
@@ -48,11 +29,37 @@ FileImage File_map(const char* path, FileOrigin origin, std::size_t limit) {
     debug("4Can't get %s\n", path);
     return {};
   }
-  if (!image.fill(file.get())) {
+  if (!image.fill(descriptor)) {
     debug("5Can't get %s\n", path);
     return {};
   }
   return image;
+}
+
+}  // namespace
+
+bool FileImage::fill(int descriptor) {
+  while (size_ < capacity_) {
+    const ssize_t count = retry_interrupted(
+        ssize_t{-1}, [this, descriptor] { return read(descriptor, bytes_.get() + size_, capacity_ - size_); });
+    if (count < 0) {
+      note_error(errno);
+      return false;
+    }
+    if (count == 0) {
+      break;
+    }
+    size_ += static_cast<std::size_t>(count);
+  }
+  return true;
+}
+
+FileImage File_map(const char* path, FileOrigin origin, std::size_t limit) {
+  if (origin == FileOrigin::kSystem) {
+    return load(open_system_content(path).descriptor(), path, limit);
+  }
+  const FilePtr file = open_text_file(path);
+  return load(file ? fileno(file.get()) : -1, path, limit);
 }
 
 }  // namespace qorx

@@ -4,7 +4,6 @@
 
 #include <cstddef>
 #include <cstdint>
-#include <cstdio>
 #include <cstdlib>
 #include <memory>
 #include <span>
@@ -23,7 +22,7 @@ class FileImage {
   [[nodiscard]] bool is_loaded() const { return bytes_ != nullptr; }
 
   // Reads until the file ends or the room is full. False when it can't be read.
-  bool fill(std::FILE* file);
+  bool fill(int descriptor);
 
   [[nodiscard]] std::span<const std::uint8_t> bytes() const { return {bytes_.get(), size_}; }
 

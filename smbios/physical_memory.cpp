@@ -9,7 +9,7 @@ namespace qorx {
 namespace {
 
 std::uint64_t offset_in_page(std::uint64_t address) {
-  return address % static_cast<std::uint64_t>(sysconf(_SC_PAGESIZE));
+  return address % static_cast<std::uint64_t>(getpagesize());
 }
 
 }  // namespace

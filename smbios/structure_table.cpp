@@ -61,9 +61,7 @@ void store_record(const TableBytes& table, std::uint64_t offset, std::uint64_t l
   count = std::min<std::uint32_t>(count, kMaxRecords - 1);
   SlotRecord& record = fresh_slot_record(count);
   const auto kept = static_cast<std::size_t>(std::min<std::uint64_t>(length, sizeof record.raw));
-  for (std::size_t i = 0; i < kept; ++i) {
-    record.raw[i] = table.at(offset + i);
-  }
+  table.copy(offset, std::span(record.raw).first(kept));
   record.length = static_cast<std::uint8_t>(length);
   record.type = table.at(offset + kStructureType);
   const bool is_slot = record.type == QORX_SMBIOS_SYSTEM_SLOT;
@@ -147,8 +145,10 @@ void keep_firmware_names() {
     str_eliminate_header_space(slot.slot_name);
     str_eliminate_end_space(slot.slot_name);
     copy_text(slot.smbios_slot_name, slot.slot_name);
-    debug("%s\n", slot.smbios_slot_name);
-    debug("bus %x dev %x fun %x\n", slot.bus, slot.dev, slot.fun);
+    if (debugging()) {
+      debug("%s\n", slot.smbios_slot_name);
+      debug("bus %x dev %x fun %x\n", slot.bus, slot.dev, slot.fun);
+    }
   }
 }
 

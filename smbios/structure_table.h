@@ -3,6 +3,7 @@
 #ifndef QORX_SMBIOS_STRUCTURE_TABLE_H
 #define QORX_SMBIOS_STRUCTURE_TABLE_H
 
+#include <algorithm>
 #include <cstddef>
 #include <cstdint>
 #include <limits>
@@ -37,6 +38,16 @@ class TableBytes {
       return bytes_[static_cast<std::size_t>(offset)];
     }
     return offset < extent_ ? 0x00 : 0xFF;
+  }
+
+  // Fills `bytes` with the table's from `offset`.
+  void copy(std::uint64_t offset, std::span<std::uint8_t> bytes) const {
+    const std::uint64_t present = offset < bytes_.size() ? bytes_.size() - offset : 0;
+    const auto count = static_cast<std::size_t>(std::min<std::uint64_t>(bytes.size(), present));
+    std::copy_n(bytes_.begin() + static_cast<std::ptrdiff_t>(count != 0 ? offset : 0), count, bytes.begin());
+    for (std::size_t i = count; i < bytes.size(); ++i) {
+      bytes[i] = at(offset + i);
+    }
   }
 
   [[nodiscard]] std::size_t present() const { return bytes_.size(); }

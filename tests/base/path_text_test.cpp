@@ -3,6 +3,7 @@
 #include <gtest/gtest.h>
 
 #include <cstdio>
+#include <limits>
 #include <string>
 
 namespace qorx {
@@ -29,6 +30,14 @@ TEST(JoinedText, OfNothingIsEmpty) {
   const JoinedText<4> text{""};
   EXPECT_EQ(text.view(), "");
   EXPECT_STREQ(text.c_str(), "");
+}
+
+TEST(Digits, AreThoseOfPrintf) {
+  EXPECT_EQ(Digits(0).view(), "0");
+  EXPECT_EQ(Digits(255).view(), "255");
+  EXPECT_EQ(Digits(255, 16).view(), "ff");
+  EXPECT_EQ(Digits(std::numeric_limits<int>::min()).view(), "-2147483648");
+  EXPECT_EQ(Digits(std::numeric_limits<int>::min(), 2).view(), "-1" + std::string(31, '0'));
 }
 
 }  // namespace

@@ -58,7 +58,12 @@ TEST(PrintCleaned, EverythingElseIsAsPrintfPrintsIt) {
 }
 
 TEST(Print, OtherStreamsGetEveryByte) {
-  EXPECT_EQ(written_by([](std::FILE* stream) { print(stream, "%s|%c\n", "a\033b\n", '\t'); }), "a\033b\n|\t\n");
+  const std::string written = written_by([](std::FILE* stream) {
+    print(stream, "%s|%c\n", "a\033b\n", '\t');
+    print_line(stream, "\033a");
+    print_line(stream, "");
+  });
+  EXPECT_EQ(written, "a\033b\n|\t\n\033a\n\n");
 }
 
 }  // namespace

@@ -91,6 +91,9 @@ TEST_F(SystemRoot, TextIsReadInLinesAndADirectoryIsNone) {
   EXPECT_STREQ(reader.text(), "one\n");
   EXPECT_EQ(open_system_text("/sys/class"), nullptr);
   EXPECT_EQ(open_system_text("/sys/missing"), nullptr);
+  EXPECT_TRUE(open_system_content("/sys/text").is_open());
+  EXPECT_FALSE(open_system_content("/sys/class").is_open());
+  EXPECT_FALSE(open_system_content("/sys/missing").is_open());
 }
 
 TEST_F(SystemRoot, OnlyADirectoryIsOne) {
