@@ -16,6 +16,7 @@
 #include "records/origins.h"
 #include "records/record_order.h"
 #include "records/state.h"
+#include "records/virtual_names.h"
 
 namespace qorx {
 
@@ -107,7 +108,11 @@ std::int32_t identify(Scan& scan, DeviceRecord& record) {
 // Records one interface, if it is a physical port.
 std::int32_t scan_interface(Scan& scan, const char* name) {
   DeviceRecord& record = next_device_record();
-  if (get_eth_device_pcie_info(name, &record) < 0) {
+  const std::int8_t status = get_eth_device_pcie_info(name, &record);
+  if (status == kVirtualInterface) {
+    g_virtual_names.note(name);
+  }
+  if (status < 0) {
     return 0;
   }
   if (!match_slot(scan, record)) {
@@ -143,7 +148,11 @@ std::int32_t scan_interfaces(Scan& scan) {
       return 0;
     }
   }
-  return interfaces.failed() ? unreadable_list() : 0;
+  if (interfaces.failed()) {
+    return unreadable_list();
+  }
+  g_virtual_names.complete();
+  return 0;
 }
 
 }  // namespace
@@ -151,6 +160,7 @@ std::int32_t scan_interfaces(Scan& scan) {
 std::int32_t get_all_eth_devices_info() {
   static std::optional<Scan> scan;  // too large for the stack
   device_mapping_init();
+  g_virtual_names.forget();
   const std::int32_t code = scan_interfaces(scan.emplace());
   scan.reset();
   if (code != 0) {

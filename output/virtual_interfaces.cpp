@@ -9,6 +9,7 @@
 #include "discovery/topology.h"
 #include "output/port_row.h"
 #include "records/name_column.h"
+#include "records/virtual_names.h"
 
 namespace qorx {
 
@@ -16,9 +17,27 @@ namespace {
 
 constexpr const char* kInterfaces = "/sys/class/net";
 
+void take_one(const char* name, TakeVirtualInterface take, void* context) {
+  char mac[kMacTextSize];
+  static_cast<void>(get_eth_device_mac_address(name, mac));
+  take(context, name, mac);
+}
+
+std::int32_t take_those_of_scan(const char* eth_name, TakeVirtualInterface take, void* context) {
+  for (const char* name = g_virtual_names.next(nullptr); name != nullptr; name = g_virtual_names.next(name)) {
+    if (eth_name == nullptr || std::string_view(name) == eth_name) {
+      take_one(name, take, context);
+    }
+  }
+  return take_shortage() ? QORX_ERR_OPEN_FILE : 0;
+}
+
 }  // namespace
 
 std::int32_t for_each_virtual_interface(const char* eth_name, TakeVirtualInterface take, void* context) {
+  if (g_virtual_names.are_known() && !debugging()) {
+    return take_those_of_scan(eth_name, take, context);  // looking for them again would only show in traces
+  }
   const NameColumn<DeviceRecord> ports(device_records(), &DeviceRecord::eth_name);
   SystemDirectory interfaces = open_system_directory(kInterfaces);
   while (const char* const entry = interfaces.is_open() ? interfaces.next_entry() : nullptr) {
@@ -30,9 +49,7 @@ std::int32_t for_each_virtual_interface(const char* eth_name, TakeVirtualInterfa
     }
     const bool is_virtual = get_eth_device_pcie_info(entry, nullptr) == kVirtualInterface;
     if (is_wanted && is_virtual) {
-      char mac[kMacTextSize];
-      static_cast<void>(get_eth_device_mac_address(entry, mac));
-      take(context, entry, mac);
+      take_one(entry, take, context);
     }
   }
   if (take_shortage()) {

@@ -8,6 +8,7 @@
 #include <memory>
 
 #include "records/origins.h"
+#include "records/virtual_names.h"
 
 qorx_eth_device_record qorx_eth_device_mapping[QORX_MAX_RECORDS];
 qorx_slot_record qorx_smbios_t9_t41_mapping[QORX_MAX_RECORDS];
@@ -50,7 +51,7 @@ void prepare_pages(Record* table, std::size_t index) {
   if (index < kFirst || (index - kFirst) % kStep != 0 || index >= kMaxRecords) {
     return;
   }
-  static const auto page = static_cast<std::size_t>(sysconf(_SC_PAGESIZE));
+  const auto page = static_cast<std::size_t>(getpagesize());
   void* start = table + index;
   std::size_t size = std::min(kStep, kMaxRecords - index) * sizeof(Record);
   if (std::align(page, page, start, size) != nullptr) {
@@ -78,7 +79,7 @@ Record& fresh_record(Record* table, std::size_t index, std::size_t& touched) {
 // Zeroes `size` bytes at `start`. Whole pages go back to the system, which then has zeros there: pages that nobody has
 // touched stay untouched.
 void zero(void* start, std::size_t size) {
-  const auto page = static_cast<std::size_t>(sysconf(_SC_PAGESIZE));
+  const auto page = static_cast<std::size_t>(getpagesize());
   void* inside = start;
   std::size_t room = size;
   const bool has_pages = std::align(page, page, inside, room) != nullptr;
@@ -126,6 +127,7 @@ std::int32_t clear_tables() {
   g_slots_touched = 0;
   qorx_system_environment_info = {};
   g_slot_source = SlotSource::kNone;
+  g_virtual_names.forget();
   return 0;
 }
 

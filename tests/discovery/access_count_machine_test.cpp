@@ -207,12 +207,14 @@ TEST_F(MachineAccess, EachAddressIsReadOnce) {
   EXPECT_EQ(of(run({"-a"}), "/address").size(), static_cast<std::size_t>(kPorts + 1)) << "the virtual one's too";
 }
 
-TEST_F(MachineAccess, TheInterfacesAreListedForTheScanAndForTheVirtualOnes) {
+TEST_F(MachineAccess, TheInterfacesAreListedOnceAndOnceMoreForTraces) {
   const Accesses accesses = run({"-a"});
-  // The check of the environment, the scan's list and its way to the files, the list of virtual interfaces.
-  EXPECT_EQ(accesses.at("sys/class/net").opens, 4);
+  // The check of the environment, the scan's list and its way to the files.
+  EXPECT_EQ(accesses.at("sys/class/net").opens, 3);
+  EXPECT_EQ(accesses.at("sys/class/net").reads, 2) << "the second one finds the end";
   EXPECT_EQ(accesses.at("sys/bus/pci/devices").opens, 1);
-  EXPECT_EQ(run({"-a", "-novlan"}).at("sys/class/net").opens, 3);
+  EXPECT_EQ(run({"-a", "-ML", "2"}).at("sys/class/net").opens, 4);
+  EXPECT_EQ(run({"-a", "-novlan", "-ML", "2"}).at("sys/class/net").opens, 3);
 }
 
 }  // namespace

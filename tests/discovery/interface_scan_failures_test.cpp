@@ -118,8 +118,8 @@ class InterfaceListRead : public InterfaceList {
     }
   }
 
-  // Runs the tool while the n-th reading of the list fails. The scan reads it twice, to its end; the listing of the
-  // virtual interfaces after it.
+  // Runs the tool while the n-th reading of the list fails. The scan reads it twice, to its end; with traces, the
+  // listing of the virtual interfaces after it.
   ToolRun run_with_failure(int reading, Texts words) const {
     const std::string root = std::filesystem::canonical(machine_.root());
     const std::string fault = "inject=getdents64:error=EIO:when=" + std::to_string(reading);
@@ -144,12 +144,13 @@ TEST_F(InterfaceListRead, ThatFailsInARecordingWithItsOrderEndsTheRun) {
 }
 
 TEST_F(InterfaceListRead, ThatFailsForTheVirtualInterfacesEndsTheOutput) {
-  const ToolRun run = run_with_failure(3, {"-a"});
+  const ToolRun run = run_with_failure(3, {"-a", "-ML", "2"});
   EXPECT_TRUE(run.output.ends_with(kNoList + kFailed)) << run.output;
   EXPECT_EQ(run.status, 0x98);
-  EXPECT_EQ(run_with_failure(3, {"-o", "result.txt"}).status, 0x98);
+  EXPECT_EQ(run_with_failure(3, {"-o", "result.txt", "-ML", "2"}).status, 0x98);
   EXPECT_FALSE(std::filesystem::exists(machine_.work() / "result.txt"));
-  EXPECT_EQ(run_with_failure(3, {"-a", "-novlan"}).status, 0);
+  EXPECT_EQ(run_with_failure(3, {"-a", "-novlan", "-ML", "2"}).status, 0);
+  EXPECT_EQ(run_with_failure(3, {"-a"}).status, 0) << "the list is not read again";
 }
 
 }  // namespace

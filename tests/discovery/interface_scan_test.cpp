@@ -9,6 +9,7 @@
 #include <vector>
 
 #include "ident/supported_devices.h"
+#include "records/virtual_names.h"
 #include "tests/support/directory_order.h"
 #include "tests/support/expect.h"
 #include "tests/support/rows.h"
@@ -100,6 +101,7 @@ TEST_F(InterfaceScan, TheFirst512PortsAreRecordedAndSorted) {
   EXPECT_EQ(names, first);
   EXPECT_NE(trace.find(kLimit), std::string::npos);
   EXPECT_EQ(trace.find(kLimit), trace.rfind(kLimit));
+  EXPECT_FALSE(g_virtual_names.are_known()) << "more of them may stand behind";
 }
 
 TEST_F(InterfaceScan, FiveHundredAndElevenPortsDoNotReachTheLimit) {
@@ -108,6 +110,7 @@ TEST_F(InterfaceScan, FiveHundredAndElevenPortsDoNotReachTheLimit) {
   }
   const std::string trace = traced_by([] { EXPECT_EQ(scan().size(), 511U); });
   EXPECT_EQ(trace.find("max support number"), std::string::npos);
+  EXPECT_TRUE(g_virtual_names.are_known());
 }
 
 // The subsystem ids of a port at this function of 03:00, in a slot with a bypass descriptor.

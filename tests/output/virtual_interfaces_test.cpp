@@ -7,6 +7,8 @@
 #include <string>
 #include <vector>
 
+#include "discovery/interface_scan.h"
+#include "records/state.h"
 #include "tests/support/expect.h"
 #include "tests/support/expected_table.h"
 #include "tests/support/fixture.h"
@@ -105,6 +107,40 @@ TEST_F(VirtualInterfaces, EachIsTracedWhereItIsFound) {
   machine_.add_virtual("br0", "02:00:00:00:00:01");
   EXPECT_EQ(traced_by([] { get_all_virtual_eth_devices_info(nullptr, nullptr); }), "found vlan br0\n" + kBr0);
   EXPECT_EQ(traced_by([] { get_all_virtual_eth_devices_info("other", nullptr); }), "found vlan br0\n");
+}
+
+// Whatever has become of the list: a plain listing behind a scan shows what the scan met.
+TEST_F(VirtualInterfaces, AreThoseOfTheScan) {
+  machine_.add_virtual("br0", "02:00:00:00:00:01").add_virtual("tun0", "02:00:00:00:00:02");
+  machine_.add_port("eth0", "0000:00:01.0");
+  ASSERT_EQ(get_all_eth_devices_info(), 0);
+  const std::string tun0 = table_line({.eth_name = "tun0", .mac = "02:00:00:00:00:02"});
+  EXPECT_EQ(sorted_lines(listed()), (std::vector<std::string>{kBr0, tun0}));
+  EXPECT_EQ(listed("tun0"), tun0);
+  EXPECT_EQ(listed("eth0"), "");
+  machine_.remove("sys/class/net");
+  const std::vector<std::string> gone{table_line({.eth_name = "br0"}), table_line({.eth_name = "tun0"})};
+  EXPECT_EQ(sorted_lines(listed()), gone) << "without the addresses, which are read for the listing";
+}
+
+TEST_F(VirtualInterfaces, ThatAppearBehindTheScanAreSeenByTheNextOneAndByTraces) {
+  ASSERT_EQ(get_all_eth_devices_info(), 0);
+  machine_.add_virtual("br0", "02:00:00:00:00:01");
+  EXPECT_EQ(listed(), "");
+  EXPECT_EQ(traced_by([] { get_all_virtual_eth_devices_info(nullptr, nullptr); }), "found vlan br0\n" + kBr0);
+  ASSERT_EQ(get_all_eth_devices_info(), 0);
+  EXPECT_EQ(listed(), kBr0);
+  machine_.remove("sys/class/net/br0");
+  clear_tables();
+  EXPECT_EQ(listed(), "") << "nothing is known of the scan any more, and the list is read";
+}
+
+TEST_F(VirtualInterfaces, AreReadAgainWhereTheScanFailed) {
+  machine_.add_virtual("br0", "02:00:00:00:00:01");
+  ASSERT_EQ(get_all_eth_devices_info(), 0);
+  machine_.remove("sys/class/net");
+  EXPECT_EQ(outcome_of([] { return get_all_eth_devices_info(); }).code, 0x98);
+  EXPECT_EQ(outcome_of([] { return get_all_virtual_eth_devices_info(nullptr, nullptr); }).code, 0x98);
 }
 
 }  // namespace
