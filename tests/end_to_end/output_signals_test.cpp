@@ -26,6 +26,7 @@ constexpr int kSystemCallStop = SIGTRAP | 0x80;  // with PTRACE_O_TRACESYSGOOD
     arguments.push_back(word.data());
   }
   arguments.push_back(nullptr);
+  stop_ignoring_signals();
   dup2(open("/dev/null", O_WRONLY), STDOUT_FILENO);
   setenv("ASAN_OPTIONS", "detect_leaks=0", 1);  // looking for leaks needs to trace, too
   if (chdir(machine.work().c_str()) == 0 && ptrace(PTRACE_TRACEME, 0, nullptr, nullptr) == 0) {

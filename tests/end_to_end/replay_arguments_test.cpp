@@ -90,6 +90,7 @@ class InterruptedReplay : public testing::TestWithParam<int> {
   [[nodiscard]] pid_t start() const {
     const pid_t child = fork();
     if (child == 0) {
+      stop_ignoring_signals();
       setenv("TMPDIR", temporary_.path().c_str(), 1);
       const std::string program = replay_program();
       const int nothing = open("/dev/null", O_WRONLY);

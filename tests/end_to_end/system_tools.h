@@ -2,6 +2,7 @@
 #ifndef QORX_TESTS_END_TO_END_SYSTEM_TOOLS_H
 #define QORX_TESTS_END_TO_END_SYSTEM_TOOLS_H
 
+#include <csignal>
 #include <filesystem>
 #include <set>
 #include <sstream>
@@ -26,6 +27,13 @@ inline constexpr bool kSanitizedBuild = false;
 #endif
 
 inline constexpr bool kReleaseBuild = std::string_view(QORX_BUILD_TYPE) == "Release";
+
+// In a child: what is started in the background may have been told to ignore them.
+inline void stop_ignoring_signals() {
+  for (const int signal : {SIGINT, SIGTERM, SIGHUP}) {
+    std::signal(signal, SIG_DFL);
+  }
+}
 
 // Runs a command found in PATH, after `VARIABLE=value` words.
 inline ToolRun run_command(std::vector<std::string> words, const std::filesystem::path& directory = "/") {
