@@ -30,6 +30,13 @@ TEST_F(Descriptors, AreNotHandedDown) {
   }
 }
 
+TEST_F(Descriptors, AFolderIsReachedBesideItsKeptOne) {
+  const KeptFolder kept("/sys/class");
+  EXPECT_TRUE(is_system_directory("/sys/class/"));
+  EXPECT_TRUE(is_system_directory("/sys/class"));
+  EXPECT_FALSE(is_system_directory("/sys/classes"));
+}
+
 // Gives up standard input for a while.
 class WithoutStandardInput : public Descriptors {
  protected:
