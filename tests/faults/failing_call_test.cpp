@@ -103,11 +103,20 @@ TEST_F(FailingCalls, ASignalDoesNotEndATextOrATable) {
   EXPECT_TRUE(lines.read());
   EXPECT_STREQ(lines.text(), "ab");
   EXPECT_FALSE(lines.failed());
-  reads = 0;
-  FileImage image(16);
-  const FilePtr file = interrupted_stream(reads);
-  EXPECT_TRUE(image.fill(file.get()));
-  EXPECT_EQ(image.bytes().size(), 2U);
+  for (const int number : {1, 2}) {
+    const FailingCall call("read", EINTR, number);
+    EXPECT_EQ(File_map("/sys/file", FileOrigin::kSystem, 16).bytes().size(), 4U) << number;
+    EXPECT_TRUE(FailingCall::has_failed()) << number;
+  }
+}
+
+TEST_F(FailingCalls, ATableThatCantBeReadToItsEndIsNotLoaded) {
+  for (const int number : {1, 2}) {
+    const FailingCall call("read", EIO, number);
+    EXPECT_FALSE(File_map("/sys/file", FileOrigin::kSystem, 16).is_loaded()) << number;
+    EXPECT_TRUE(FailingCall::has_failed()) << number;
+  }
+  EXPECT_FALSE(take_shortage());
 }
 
 TEST_F(FailingCalls, AReadThatFailsBehindTheFirstBytesIsShort) {
@@ -136,9 +145,16 @@ TEST_F(FailingCalls, ALinkThatMemoryIsMissingForIsALack) {
 
 TEST_F(FailingCalls, AnInterfaceThatMemoryIsMissingForEndsTheTable) {
   machine_.add_virtual("br0", "02:00:00:00:00:01");
-  ASSERT_EQ(qorx_open(), 0);
   const FailingCall call("readlinkat", ENOMEM);
   EXPECT_EQ(outcome_of([] { return get_all_virtual_eth_devices_info(nullptr, stdout); }), (Outcome{"", 0x80}));
+}
+
+TEST_F(FailingCalls, AnAddressThatMemoryIsMissingForEndsTheTable) {
+  machine_.add_virtual("br0", "02:00:00:00:00:01");
+  ASSERT_EQ(qorx_open(), 0);
+  const FailingCall call("openat", ENOMEM);
+  EXPECT_EQ(outcome_of([] { return get_all_virtual_eth_devices_info(nullptr, stdout); }).code, 0x80);
+  EXPECT_TRUE(FailingCall::has_failed());
 }
 
 TEST_F(FailingCalls, AMemoryThatCantBeLookedAtIsNoRecordedOne) {
