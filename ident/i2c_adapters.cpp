@@ -61,7 +61,7 @@ bool I2cAdapters::next(Adapter& adapter) {
   adapter.entry = &texts_[position_];
   adapter.name = adapter.entry + std::string_view(adapter.entry).size() + 1;
   const auto end = static_cast<std::size_t>(adapter.name.data() + adapter.name.size() + 1 - texts_.data());
-  if (end > kKept) {
+  if (is_past_kept_ || end > kKept) {
     is_past_kept_ = true;
     return true;
   }
