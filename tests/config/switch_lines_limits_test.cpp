@@ -2,12 +2,12 @@
 #include <gtest/gtest.h>
 
 #include <chrono>
-#include <regex>
 #include <string>
 
 #include "base/messages.h"
 #include "records/state.h"
 #include "tests/config/platform_text.h"
+#include "tests/support/pattern.h"
 #include "tests/support/result_rows.h"
 #include "tests/support/user_files.h"
 
@@ -35,8 +35,7 @@ class SwitchLineLimits : public UserFileTest {
     g_debug_message_open = 1;
     const Outcome outcome = read(kSlotPass, slot_line("J1") + switch_line(value));
     EXPECT_EQ(outcome.code, 0);
-    const std::regex slot("smbios path");
-    return std::distance(std::sregex_iterator(outcome.printed.begin(), outcome.printed.end(), slot), {});
+    return static_cast<std::ptrdiff_t>(matches_in(outcome.printed, "smbios path").size());
   }
 };
 

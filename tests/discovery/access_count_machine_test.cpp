@@ -6,12 +6,12 @@
 #include <cstdlib>
 #include <filesystem>
 #include <map>
-#include <regex>
 #include <sstream>
 #include <string>
 #include <vector>
 
 #include "tests/support/fixture.h"
+#include "tests/support/pattern.h"
 #include "tests/support/smbios_builder.h"
 
 namespace qorx::test {
@@ -36,18 +36,18 @@ using Accesses = std::map<std::string, Access>;
 // The log has lines like openat(5</root/sys/class/net>, "eth0/address", …) = 6</root/sys/…/address> and
 // pread64(6</root/sys/…>, "…", 4, 44) = 4.
 Accesses accesses_in(const std::string& log, const std::string& root) {
-  static const std::regex opened(R"(^open.* = \d+<(.*)>$)");
-  static const std::regex used(R"(^(?:p?read(?:64)?|getdents64)\(\d+<([^>]*)>.* = (\d+)$)");
+  static const std::string opened = R"(^open.* = \d+<(.*)>$)";
+  static const std::string used = R"(^(?:p?read(?:64)?|getdents64)\(\d+<([^>]*)>.* = (\d+)$)";
   Accesses result;
   std::istringstream lines(log);
-  std::smatch parts;
   const auto access_of = [&](const std::string& path) -> Access& {
     return result[path.starts_with(root) ? path.substr(root.size()) : ""];
   };
   for (std::string line; std::getline(lines, line);) {
-    if (std::regex_match(line, parts, opened)) {
-      ++access_of(parts[1]).opens;
-    } else if (std::regex_match(line, parts, used)) {
+    if (const auto open = match_whole(line, opened); !open.empty()) {
+      ++access_of(open[1]).opens;
+    }
+    if (const auto parts = match_whole(line, used); !parts.empty()) {
       Access& access = access_of(parts[1]);
       ++access.reads;
       access.bytes += std::stoi(parts[2]);

@@ -7,13 +7,13 @@
 #include <cstdlib>
 #include <filesystem>
 #include <iterator>
-#include <regex>
 #include <set>
 #include <sstream>
 #include <string>
 #include <vector>
 
 #include "tests/support/fixture.h"
+#include "tests/support/pattern.h"
 
 namespace qorx::test {
 namespace {
@@ -54,18 +54,18 @@ struct SystemCalls {
 // Reads the log of one process, in which each descriptor bears its file's path without links: lines like
 // openat(…) = 3</root/a> and pread64(3</root/a>, "...", 4, 44) = 4.
 SystemCalls calls_of(const std::string& log, const std::string& root) {
-  static const std::regex call(R"(^(\w+)\((.*)\) += \S+?(?:<(.*)>)?(?: .*)?$)");
-  static const std::regex read(R"(^.*, (\d+), (\d+)$)");
+  static const std::string call = R"(^(\w+)\((.*)\) += \S+?(?:<(.*)>)?(?: .*)?$)";
+  static const std::string read = R"(^.*, (\d+), (\d+)$)";
   SystemCalls calls;
   std::istringstream lines(log);
-  std::smatch parts;
   for (std::string line; std::getline(lines, line);) {
-    if (!std::regex_match(line, parts, call)) {
+    const auto parts = match_whole(line, call);
+    if (parts.empty()) {
       continue;
     }
     ++calls.count;
-    const std::string name = parts[1];
-    const std::string arguments = parts[2];
+    const std::string& name = parts[1];
+    const std::string& arguments = parts[2];
     if (name.starts_with("open")) {
       calls.visits.push_back({parts[3], {}, {}});
       continue;
@@ -77,7 +77,7 @@ SystemCalls calls_of(const std::string& log, const std::string& root) {
       continue;
     }
     visit->calls.insert(name);
-    if (std::smatch numbers; name == "pread64" && std::regex_match(arguments, numbers, read)) {
+    if (const auto numbers = match_whole(arguments, read); name == "pread64" && !numbers.empty()) {
       visit->reads.push_back({std::stoul(numbers[2]), std::stoul(numbers[1])});
     }
   }

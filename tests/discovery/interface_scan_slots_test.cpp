@@ -1,7 +1,6 @@
 // Ports and the slot records they match.
 #include <gtest/gtest.h>
 
-#include <regex>
 #include <string>
 #include <utility>
 #include <vector>
@@ -9,6 +8,7 @@
 #include "discovery/interface_scan.h"
 #include "tests/support/expect.h"
 #include "tests/support/fixture.h"
+#include "tests/support/pattern.h"
 
 namespace qorx::test {
 namespace {
@@ -143,8 +143,7 @@ TEST_F(ScanSlots, TheModuleIsCheckedBeforeEachPass) {
   machine_.remove("sys/class/net/lo").add_port("eth0", "0000:05:00.0");
   add_slot("Slot 3", 9, 0x04, 0x00, 0);
   const std::string trace = traced_by([] { scan(); });
-  const std::regex steps("qorx_check_WMX_LH53 Splitting string| match str:");
-  EXPECT_EQ((Texts{std::sregex_token_iterator(trace.begin(), trace.end(), steps), {}}),
+  EXPECT_EQ(matches_in(trace, "qorx_check_WMX_LH53 Splitting string| match str:"),
             (Texts{"qorx_check_WMX_LH53 Splitting string", "qorx_check_WMX_LH53 Splitting string", " match str:"}));
 }
 

@@ -4,12 +4,12 @@
 #include <unistd.h>
 
 #include <filesystem>
-#include <regex>
 #include <string>
 #include <vector>
 
 #include "tests/end_to_end/system_tools.h"
 #include "tests/support/fake_machine.h"
+#include "tests/support/pattern.h"
 #include "tests/support/transcript.h"
 
 namespace qorx::test {
@@ -32,9 +32,7 @@ class Chroot : public testing::Test {
   void install(const fs::path& command) const {
     fs::copy_file(command, root_.path() / "qorx");
     const ToolRun loaded = run_command({"ldd", command.string()});
-    const std::regex path(R"((/[^ ]+) \()");
-    for (std::sregex_iterator match(loaded.output.begin(), loaded.output.end(), path), end; match != end; ++match) {
-      const fs::path library = (*match)[1].str();
+    for (const fs::path library : matches_in(loaded.output, R"((/[^ ]+) \()", {1})) {
       const fs::path copy = root_.path() / library.relative_path();
       fs::create_directories(copy.parent_path());
       fs::copy_file(library, copy, fs::copy_options::overwrite_existing);

@@ -2,12 +2,12 @@
 #include <gtest/gtest.h>
 
 #include <filesystem>
-#include <regex>
 #include <string>
 #include <vector>
 
 #include "tests/end_to_end/capture.h"
 #include "tests/support/fake_machine.h"
+#include "tests/support/pattern.h"
 
 namespace qorx::test {
 namespace {
@@ -16,16 +16,15 @@ namespace fs = std::filesystem;
 
 // With single blanks between words.
 std::string in_one_line(const std::string& text) {
-  return std::regex_replace(text, std::regex(R"(\s+)"), " ");
+  return replace_pattern(text, R"(\s+)", " ");
 }
 
 // Where sentences and the descriptions of options end.
 std::vector<std::string> sentences_of(const std::string& text) {
   std::vector<std::string> sentences;
-  const std::regex end(R"(\. | {2,}-\S+( [A-Z][A-Za-z.]*)? {2,}|\n\n|\.$)");
-  const std::string blocks = std::regex_replace(text, std::regex(R"(\n {4,})"), " ");
-  for (std::sregex_token_iterator part(blocks.begin(), blocks.end(), end, -1), last; part != last; ++part) {
-    const std::string sentence = in_one_line(part->str());
+  const std::string blocks = replace_pattern(text, R"(\n {4,})", " ");
+  for (const std::string& part : matches_in(blocks, R"(\. | {2,}-\S+( [A-Z][A-Za-z.]*)? {2,}|\n\n|\.$)", {-1})) {
+    const std::string sentence = in_one_line(part);
     if (sentence.find_first_not_of(' ') != std::string::npos) {
       sentences.push_back(sentence);
     }
@@ -55,7 +54,7 @@ TEST_P(Help, SaysWhatItsPageSays) {
   std::string help = run_program(program(), {"--help"}, "/").output;
   // The page prints the words that stand for something in small letters, and the commands with their sections.
   const auto plain = [](std::string text) {
-    text = std::regex_replace(text, std::regex(R"(\([18]\))"), "");
+    text = replace_pattern(text, R"(\([18]\))", "");
     for (char& c : text) {
       c = static_cast<char>(std::tolower(static_cast<unsigned char>(c)));
     }

@@ -3,12 +3,12 @@
 
 #include <filesystem>
 #include <fstream>
-#include <regex>
 #include <set>
 #include <string>
 #include <vector>
 
 #include "tests/end_to_end/system_tools.h"
+#include "tests/support/pattern.h"
 #include "tests/support/rows.h"
 
 namespace qorx::test {
@@ -94,8 +94,8 @@ TEST_F(Install, ProgramsLoadTheLibraryByItsFirstVersion) {
 // The names behind QORX_API in the header: of functions, tables and options.
 std::set<std::string> declared_names() {
   const std::string header = read_file(kSource / "lib/qorx.h");
-  const std::regex declaration(R"(\n(?:extern )?QORX_API [^;#]*?(\w+)(\(|\[|;))");
-  return {std::sregex_token_iterator(header.begin(), header.end(), declaration, 1), std::sregex_token_iterator()};
+  const std::vector<std::string> names = matches_in(header, R"(\n(?:extern )?QORX_API [^;#]*?(\w+)(\(|\[|;))", {1});
+  return {names.begin(), names.end()};
 }
 
 TEST_F(Install, TheSharedLibraryExportsWhatTheHeaderDeclaresAndNothingElse) {

@@ -3,12 +3,12 @@
 #include <unistd.h>
 
 #include <filesystem>
-#include <regex>
 #include <string>
 #include <vector>
 
 #include "tests/end_to_end/system_tools.h"
 #include "tests/support/fake_machine.h"
+#include "tests/support/pattern.h"
 
 namespace qorx::test {
 namespace {
@@ -29,7 +29,6 @@ class InstalledFiles : public testing::Test {
 };
 
 TEST_F(InstalledFiles, LinksInTheGuidesLeadToInstalledFiles) {
-  const std::regex link(R"(\]\(([^)#]*)[^)]*\))");
   int links = 0;
   for (const auto& guide : fs::directory_iterator(prefix_ / "share/doc/qorx")) {
     if (guide.path().extension() != ".md") {
@@ -37,8 +36,8 @@ TEST_F(InstalledFiles, LinksInTheGuidesLeadToInstalledFiles) {
     }
     const std::string text = read_file(guide.path());
     EXPECT_NE(text, "") << guide.path();
-    for (std::sregex_iterator match(text.begin(), text.end(), link), end; match != end; ++match) {
-      EXPECT_TRUE(fs::exists(guide.path().parent_path() / (*match)[1].str())) << guide.path() << (*match)[0];
+    for (const std::string& link : matches_in(text, R"(\]\(([^)#]*)[^)]*\))", {1})) {
+      EXPECT_TRUE(fs::exists(guide.path().parent_path() / link)) << guide.path() << " " << link;
       ++links;
     }
   }

@@ -4,13 +4,13 @@
 #include <algorithm>
 #include <filesystem>
 #include <iterator>
-#include <regex>
 #include <set>
 #include <string>
 #include <vector>
 
 #include "tests/end_to_end/manual_page.h"
 #include "tests/end_to_end/system_tools.h"
+#include "tests/support/pattern.h"
 #include "tests/support/rows.h"
 
 namespace qorx::test {
@@ -23,8 +23,7 @@ const fs::path kPages = documents() / "man";
 
 // What groups of a pattern take in a text, match after match.
 Lines taken(const std::string& text, const std::string& pattern, const std::vector<int>& groups = {1}) {
-  const std::regex regex(pattern);
-  return {std::sregex_token_iterator(text.begin(), text.end(), regex, groups), std::sregex_token_iterator()};
+  return matches_in(text, pattern, groups);
 }
 
 class ManualPage : public testing::TestWithParam<fs::path> {};
@@ -79,8 +78,7 @@ Lines plain_lines(const std::string& page) {
 
 // The pieces of a printf format between its conversions.
 Lines fixed_pieces(const std::string& format) {
-  static const std::regex conversion(R"(%(?:\.\*|\.\d)?[sdx]|\\n|\\")");
-  return {std::sregex_token_iterator(format.begin(), format.end(), conversion, -1), std::sregex_token_iterator()};
+  return matches_in(format, R"(%(?:\.\*|\.\d)?[sdx]|\\n|\\")", {-1});
 }
 
 bool holds_in_order(const std::string& line, const Lines& pieces) {
@@ -119,7 +117,7 @@ TEST(Manual, ExplainsEveryOperationAndOption) {
   EXPECT_EQ(words.size(), 19U) << "nine operations and ten options";
   const std::string page = read_file(kPages / "qorx.8");
   for (const std::string& name : words) {
-    EXPECT_TRUE(std::regex_search(page, std::regex("\n\\.It Fl " + name + "[ \n]"))) << name;
+    EXPECT_TRUE(holds_pattern(page, "\n\\.It Fl " + name + "[ \n]")) << name;
   }
 }
 
@@ -158,8 +156,8 @@ TEST(Manual, ListsTheFeatureWordsOfEachFile) {
   for (auto word = words.begin(); word != words.end(); word += 2) {
     const auto is_in = [&](const char* vocabulary) { return word[1].find(vocabulary) != std::string::npos; };
     EXPECT_EQ(platform_page.find("\n.It " + *word + "\n") != std::string::npos, is_in("kPlatform")) << *word;
-    const std::regex listed("\nThe feature words[^.]*[\\s:]" + *word + "\\b(?!-)");
-    EXPECT_EQ(std::regex_search(module_page, listed), is_in("kModule")) << *word;
+    const std::string listed = "\nThe feature words[^.]*[\\s:]" + *word + "\\b(?!-)";
+    EXPECT_EQ(holds_pattern(module_page, listed), is_in("kModule")) << *word;
   }
 }
 
@@ -221,7 +219,7 @@ TEST(Readme, ShowsRealRows) {
   const Lines table = page_lines(doc_example("all-ports").output);
   int shown = 0;
   for (const std::string& line : page_lines(read_file(kSource / "README.md"))) {
-    if (std::regex_search(line, std::regex("^(eth|br|enx)"))) {
+    if (holds_pattern(line, "^(eth|br|enx)")) {
       EXPECT_NE(std::find(table.begin(), table.end(), line), table.end()) << line;
       ++shown;
     }

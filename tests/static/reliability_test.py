@@ -13,11 +13,11 @@ BUILD = None
 
 
 def known_tests(build):
-    """The names in the files that ctest reads. (Asking ctest itself, while it runs, would wipe its log.)"""
+    """The names in the files that ctest reads, where each suite names its tests. (Asking ctest itself, while it runs, would wipe its log.)"""
     names = set()
     folder = pathlib.Path(build, "tests")
     for path in [*folder.rglob("CTestTestfile.cmake"), *folder.rglob("*_tests*.cmake")]:
-        names.update(re.findall(r'add_test\(\s*(?:\[=*\[|"?)([^\]"\s]+)', path.read_text(errors="replace")))
+        names.update(re.findall(r'(?:add_test\(\s*(?:\[=*\[|"?)|^# test )([^\]"\s]+)', path.read_text(), re.MULTILINE))
     return names
 
 
