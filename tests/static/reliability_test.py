@@ -13,7 +13,10 @@ BUILD = None
 
 
 def known_tests(build):
-    """The names in the files that ctest reads, where each suite names its tests. (Asking ctest itself, while it runs, would wipe its log.)"""
+    """The names in the files that ctest reads, where each suite names its tests.
+
+    Asking ctest itself, while it runs, would wipe its log.
+    """
     names = set()
     folder = pathlib.Path(build, "tests")
     for path in [*folder.rglob("CTestTestfile.cmake"), *folder.rglob("*_tests*.cmake")]:
