@@ -2,10 +2,8 @@
 // end, for what it names may be half of them.
 #include <gtest/gtest.h>
 
-#include <cstdlib>
 #include <filesystem>
 #include <string>
-#include <vector>
 
 #include "discovery/interface_scan.h"
 #include "tests/support/expect.h"
@@ -113,19 +111,16 @@ TEST_F(InterfaceList, ThatCannotBeOpenedEndsTheScan) {
 class InterfaceListRead : public InterfaceList {
  protected:
   void SetUp() override {
-    if (std::system("strace -o /dev/null /bin/true >/dev/null 2>&1") != 0) {
+    if (!can_plant_faults()) {
       GTEST_SKIP() << "strace is not installed or may not trace here";
     }
   }
 
   // Runs the tool while the n-th reading of the list fails. The scan reads it twice, to its end; with traces, the
   // listing of the virtual interfaces after it.
-  ToolRun run_with_failure(int reading, Texts words) const {
-    const std::string root = std::filesystem::canonical(machine_.root());
-    const std::string fault = "inject=getdents64:error=EIO:when=" + std::to_string(reading);
-    const std::string list = root + "/sys/class/net";
-    words.insert(words.begin(), {"strace", "-o", "calls", "-P", list, "-e", fault, replay_program(), root, "--"});
-    return run_program("/usr/bin/env", words, machine_.work(), [] { setenv("ASAN_OPTIONS", "detect_leaks=0", 1); });
+  ToolRun run_with_failure(int reading, const Texts& words) const {
+    return run_with_fault(machine_.root(), machine_.work(), words, machine_.root() / "sys/class/net",
+                          "getdents64:error=EIO:when=" + std::to_string(reading));
   }
 };
 

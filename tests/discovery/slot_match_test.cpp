@@ -132,11 +132,10 @@ TEST_F(SlotMatch, BridgesAreSearchedInTheFirstHundredCharacters) {
 TEST_F(SlotMatch, TheMoreExactLevelWinsOverTableOrder) {
   EXPECT_EQ(index_of({{3, 9, 0}, {3, 4, 0}, {3, 4, 1}}, kOwn, kDirect), 2);
   EXPECT_EQ(index_of({{3, 9, 0}, {3, 4, 0}}, kOwn, kDirect), 1);
-  EXPECT_EQ(index_of({{4, 0, 0}, {7, 9, 9}, {5, 1, 7}, {7, 0, 0}, {7, 0, 1}}, kBridges, kBehindSwitch), 4);
-  EXPECT_EQ(index_of({{4, 0, 0}, {7, 9, 9}, {5, 1, 7}, {7, 0, 0}}, kBridges, kBehindSwitch), 3);
-  EXPECT_EQ(index_of({{4, 0, 0}, {7, 9, 9}, {5, 1, 7}}, kBridges, kBehindSwitch), 2);
-  EXPECT_EQ(index_of({{4, 0, 0}, {7, 9, 9}}, kBridges, kBehindSwitch), 1);
-  EXPECT_EQ(index_of({{4, 0, 0}}, kBridges, kBehindSwitch), 0);
+  for (std::vector<Address> slots{{4, 0, 0}, {7, 9, 9}, {5, 1, 7}, {7, 0, 0}, {7, 0, 1}}; !slots.empty();) {
+    EXPECT_EQ(index_of(slots, kBridges, kBehindSwitch), static_cast<int>(slots.size()) - 1);
+    slots.pop_back();
+  }
 }
 
 TEST_F(SlotMatch, WithinALevelTheFirstInTheTableWins) {

@@ -91,27 +91,17 @@ TEST_F(PortPlace, AFilledRecordHasNamePathAddressIdsAndMac) {
   machine_.add_port("eth0", "0000:00:1c.0/0000:03:00.1", {0x8086, 0x1521, 0x13FE, 0x0038}, "02:00:00:00:00:05");
   const std::string net_path = kDevices + "0000:00:1c.0/0000:03:00.1";
   EXPECT_EQ(get_eth_device_pcie_info("eth0", &next_device_record()), static_cast<int>(net_path.size() + 9));
-  expect_port(qorx_eth_device_mapping[0], {.eth_name = "eth0",
-                                           .bus = 3,
-                                           .dev = 0,
-                                           .fun = 1,
-                                           .net_path = net_path,
-                                           .vendor_id = 0x8086,
-                                           .device_id = 0x1521,
-                                           .subsys_vendor_id = 0x13FE,
-                                           .subsys_device_id = 0x0038,
-                                           .mac_addr = "02:00:00:00:00:05",
-                                           .usb = ""});
+  const DeviceRecord& port = qorx_eth_device_mapping[0];
+  expect_port(port, {.eth_name = "eth0", .bus = 3, .dev = 0, .fun = 1, .net_path = net_path});
+  expect_port(port, {.mac_addr = "02:00:00:00:00:05", .usb = ""});
+  expect_port(port, {.vendor_id = 0x8086, .device_id = 0x1521, .subsys_vendor_id = 0x13FE, .subsys_device_id = 0x38});
 }
 
 TEST_F(PortPlace, AUsbAdapterKeepsItsUsbIds) {
   machine_.add_usb_port("usb0", "0000:00:14.0/usb2/2-1/2-1:1.0", "bda/8153/3000", "02:00:00:00:00:09");
-  expect_port(fill("usb0"), {.vendor_id = 0x0BDA,
-                             .device_id = 0x8153,
-                             .subsys_vendor_id = 0x10000,
-                             .subsys_device_id = 0x10000,
-                             .mac_addr = "02:00:00:00:00:09",
-                             .usb = "usb"});
+  const DeviceRecord& port = fill("usb0");
+  expect_port(port, {.vendor_id = 0x0BDA, .device_id = 0x8153, .mac_addr = "02:00:00:00:00:09", .usb = "usb"});
+  expect_port(port, {.subsys_vendor_id = 0x10000, .subsys_device_id = 0x10000});
 }
 
 TEST_F(PortPlace, TheNextFreeRecordIsClearedAndFilled) {

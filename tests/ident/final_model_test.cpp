@@ -26,11 +26,8 @@ class ConfirmedNames : public RowTest<Joining> {};
 
 TEST_P(ConfirmedNames, AreJoined) {
   const SlotRecord& slot = add_slot("S");
-  DeviceRecord& port = add_device("eth0", "S", kSlot);
-  copy_text(port.model, "WMX-1813/2848/8655");
-  for (const std::string& name : row().names) {
-    copy_text(port.module_names[port.module_name_count++], name);
-  }
+  const DeviceRecord& port =
+      add_port({.slot_name = "S", .model = "WMX-1813/2848/8655", .smbios_type = kSlot, .module_names = row().names});
   EXPECT_EQ(qorx_assign_final_model_name(), 0);
   EXPECT_EQ(port.model, row().model);
   EXPECT_EQ(slot.model_name, row().model);
@@ -58,19 +55,15 @@ struct Port {
   int smbios_type;
   const char* usb;
   const char* model;
-  const char* confirmed;  // a name from the module name file
+  Texts confirmed;  // by the module name file
   PortFields expected;
 };
 
 class FinalPort : public RowTest<Port> {};
 
 TEST_P(FinalPort, IsNamed) {
-  DeviceRecord& port = add_device("eth0", "Slot 1", row().smbios_type);
-  copy_text(port.panel_name, "Port 1");
-  copy_text(port.usb, row().usb);
-  copy_text(port.model, row().model);
-  copy_text(port.module_names[0], row().confirmed);
-  port.module_name_count = *row().confirmed == '\0' ? 0 : 1;
+  DeviceRecord& port = add_port({.slot_name = "Slot 1", .panel_name = "Port 1", .model = row().model});
+  set_port(port, {.smbios_type = row().smbios_type, .usb = row().usb, .module_names = row().confirmed});
   EXPECT_EQ(qorx_assign_final_model_name(), 0);
   expect_port(port, row().expected);
 }
@@ -81,29 +74,23 @@ PortFields placed(std::string_view model) {
 
 const PortFields kNowhere{.slot_name = "N/A", .panel_name = "N/A", .model = "ID not found"};
 
-QORX_ROWS(FinalPort, {"an unknown port with an onboard record is onboard", kOnboard, "", "", "", placed("Onboard")},
-          {"an unknown port in a slot is not found", kSlot, "", "", "", placed("ID not found")},
-          {"an unknown port without a record is not found", 0, "", "", "", placed("ID not found")},
-          {"an unknown usb port loses its place", 0, "usb", "", "", kNowhere},
-          {"an unknown usb port loses its place in a slot", kSlot, "usb", "", "", kNowhere},
-          {"an unknown usb port loses its onboard place", kOnboard, "usb", "", "", kNowhere},
-          {"a usb port with a model keeps its place", kSlot, "usb", "WMX-LH53", "", placed("WMX-LH53")},
-          {"a port without a model ignores confirmed names", kSlot, "", "", "WMX-1813", placed("ID not found")});
+QORX_ROWS(FinalPort, {"an unknown port with an onboard record is onboard", kOnboard, "", "", {}, placed("Onboard")},
+          {"an unknown port in a slot is not found", kSlot, "", "", {}, placed("ID not found")},
+          {"an unknown port without a record is not found", 0, "", "", {}, placed("ID not found")},
+          {"an unknown usb port loses its place", 0, "usb", "", {}, kNowhere},
+          {"an unknown usb port loses its place in a slot", kSlot, "usb", "", {}, kNowhere},
+          {"an unknown usb port loses its onboard place", kOnboard, "usb", "", {}, kNowhere},
+          {"a usb port with a model keeps its place", kSlot, "usb", "WMX-LH53", {}, placed("WMX-LH53")},
+          {"a port without a model ignores confirmed names", kSlot, "", "", {"WMX-1813"}, placed("ID not found")});
 
 using FinalModel = LibraryTest;
-
-DeviceRecord& add_model(const char* slot_name, std::string_view model) {
-  DeviceRecord& port = add_device("eth", slot_name, kSlot);
-  copy_text(port.model, model);
-  return port;
-}
 
 TEST_F(FinalModel, ASlotTakesTheModelOfItsFirstPort) {
   const SlotRecord& slot = add_slot("WMX Slot 1");
   copy_text(qorx_smbios_t9_t41_mapping[0].model_name, "WMX-1813/2848/8655");
-  add_model("WMX Slot 11", "WMX-9605");
-  add_model("WMX Slot 1", "WMX-3493");
-  add_model("WMX Slot 1", "WMX-6997");
+  add_port({.slot_name = "WMX Slot 11", .model = "WMX-9605"});
+  add_port({.slot_name = "WMX Slot 1", .model = "WMX-3493"});
+  add_port({.slot_name = "WMX Slot 1", .model = "WMX-6997"});
   qorx_assign_final_model_name();
   EXPECT_STREQ(slot.model_name, "WMX-3493");
 }

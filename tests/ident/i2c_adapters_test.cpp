@@ -2,6 +2,8 @@
 
 #include <gtest/gtest.h>
 
+#include <algorithm>
+#include <array>
 #include <filesystem>
 #include <string>
 #include <vector>
@@ -158,41 +160,83 @@ TEST_F(I2cAdapters, AChannelIsFoundByTheNameOfItsMultiplexerAnywhereInAName) {
       .add_i2c_adapter(79, "i2c-73-mux (chan_id 1)")
       .add_i2c_adapter(0, "i2c-11-mux (chan_id 0)")
       .add_i2c_adapter(4, "xi2c-0-mux (chan_id 2) more");
-  struct Case {
-    std::uint32_t parent;
-    std::uint32_t channel;
-    std::uint32_t number;
-  };
-  for (const Case& c : {Case{7, 1, 73}, Case{73, 0, 78}, Case{73, 1, 79}, Case{11, 0, 0}, Case{0, 2, 4},
-                        Case{7, 0, kUnset}, Case{1, 0, kUnset}, Case{3, 1, kUnset}, Case{73, 2, kUnset}}) {
-    SCOPED_TRACE(std::to_string(c.parent) + "." + std::to_string(c.channel));
+  using Case = std::array<std::uint32_t, 3>;
+  const std::vector<Case> cases{{7, 1, 73},     {73, 0, 78},    {73, 1, 79},    {11, 0, 0},     {0, 2, 4},
+                                {7, 0, kUnset}, {1, 0, kUnset}, {3, 1, kUnset}, {73, 2, kUnset}};
+  for (const auto& [parent, channel, number] : cases) {
     std::uint32_t port = kUnset;
-    EXPECT_EQ(mux_port(port, c.parent, c.channel), 0);
-    EXPECT_EQ(port, c.number);
+    EXPECT_EQ(mux_port(port, parent, channel), 0);
+    EXPECT_EQ(port, number) << parent << "." << channel;
   }
 }
 
 Outcome traced_channel(std::uint32_t parent, std::uint32_t channel) {
   std::uint32_t port = 255;
-  std::int32_t code = 0;
-  std::string trace = traced_by([&] { code = mux_port(port, parent, channel); });
-  return {trace, code & 0xFF};
+  Outcome outcome;
+  outcome.printed = traced_by([&] { outcome.code = mux_port(port, parent, channel) & 0xFF; });
+  return outcome;
 }
 
 TEST_F(I2cAdapters, TracesShowTheChannelBeforeAndAfterTheSearch) {
-  EXPECT_EQ(traced_channel(0, 2), (Outcome{"Found I2C mux port: i2c-0-mux (chan_id 2)\n" + std::string(kMissing) +
-                                               "I2C mux port number: 255\n",
-                                           0x98}));
+  const std::string search = "Found I2C mux port: i2c-0-mux (chan_id 2)\n";
+  EXPECT_EQ(traced_channel(0, 2), (Outcome{search + kMissing + "I2C mux port number: 255\n", 0x98}));
   machine_.add_i2c_adapter(4, "i2c-0-mux (chan_id 2)");
-  EXPECT_EQ(traced_channel(0, 2), (Outcome{"Found I2C mux port: i2c-0-mux (chan_id 2)\n"
-                                           "/sys/class/i2c-adapter/i2c-4/name, i2c-4\n"
-                                           "Root bus: i2c-4, founded.\n"
-                                           "I2C mux port number: 4\n",
-                                           0}));
-  EXPECT_EQ(traced_channel(10, 7), (Outcome{"Found I2C mux port: i2c-10-mux (chan_id 7)\n"
-                                            "/sys/class/i2c-adapter/i2c-4/name, i2c-4\n"
-                                            "I2C mux port number: 255\n",
-                                            0}));
+  const std::string adapter = "/sys/class/i2c-adapter/i2c-4/name, i2c-4\n";
+  EXPECT_EQ(traced_channel(0, 2),
+            (Outcome{search + adapter + "Root bus: i2c-4, founded.\nI2C mux port number: 4\n", 0}));
+  EXPECT_EQ(traced_channel(10, 7),
+            (Outcome{"Found I2C mux port: i2c-10-mux (chan_id 7)\n" + adapter + "I2C mux port number: 255\n", 0}));
+}
+
+// What is known of the adapters is kept as long as the object lives, and is what a search of its own would find.
+class KeptAdapters : public MachineTest {
+ protected:
+  std::uint32_t find(const std::string& pattern) {
+    std::uint32_t port = kUnset;
+    EXPECT_EQ(get_x86_i2c_port_number(adapters_, &port, pattern.c_str()), 0);
+    return port;
+  }
+
+  qorx::I2cAdapters adapters_;
+};
+
+TEST_F(KeptAdapters, AreReadOnce) {
+  machine_.add_i2c_adapter(3, "SMBus I801 adapter").add_i2c_adapter(4, "i2c-3-mux (chan_id 1)");
+  EXPECT_EQ(find("nothing"), kUnset);
+  machine_.remove("sys/class/i2c-adapter");
+  EXPECT_EQ(find("SMBus"), 3U);
+  EXPECT_EQ(find("chan_id 1"), 4U);
+  EXPECT_EQ(find("nothing"), kUnset);
+}
+
+TEST_F(KeptAdapters, AreTracedInEachSearchAsInTheFirst) {
+  machine_.add_i2c_adapter(3, "SMBus I801 adapter").add_i2c_adapter(4, "i2c-3-mux (chan_id 1)");
+  const std::string first = traced_by([&] { find("chan_id 1"); });
+  EXPECT_NE(first.find("i2c-4/name, i2c-4\nRoot bus: i2c-4, founded.\n"), std::string::npos) << first;
+  EXPECT_EQ(traced_by([&] { find("chan_id 1"); }), first);
+}
+
+TEST_F(KeptAdapters, ThatCannotBeListedAreAnErrorOfEachSearch) {
+  std::uint32_t port = kUnset;
+  for (int search = 0; search < 2; ++search) {
+    EXPECT_EQ(outcome_of([&] { return get_x86_i2c_port_number(adapters_, &port, "x"); }), (Outcome{kMissing, 0x98}));
+  }
+}
+
+// More names than are kept: the rest is read again, also a short one behind a long one that no longer fitted.
+TEST_F(KeptAdapters, AreFoundHoweverManyThereAre) {
+  constexpr int kCount = 1200;
+  for (int number = 0; number < kCount; ++number) {
+    const std::string rest(number % 3 == 0 ? 3 : 85, 'x');
+    machine_.add_i2c_adapter(number, "<" + std::to_string(number) + ">" + rest);
+  }
+  EXPECT_EQ(find("nothing"), kUnset);
+  for (int number = 0; number < kCount; ++number) {
+    ASSERT_EQ(find("<" + std::to_string(number) + ">"), static_cast<std::uint32_t>(number));
+  }
+  EXPECT_EQ(find("nothing"), kUnset);
+  const std::string trace = traced_by([&] { find("nothing"); });
+  EXPECT_EQ(std::count(trace.begin(), trace.end(), '\n'), kCount);
 }
 
 }  // namespace

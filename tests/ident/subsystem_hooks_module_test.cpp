@@ -13,7 +13,7 @@ namespace qorx::test {
 namespace {
 
 constexpr Ids kModule{0x10B5, 0x8724, 0x13FE, 0x204A};
-constexpr const char* kDevices = "../../devices/pci0000:00/";
+const std::string kDevices = "../../devices/pci0000:00/";
 constexpr const char* kPort = "0000:00:1c.0/0000:01:00.0/0000:02:01.0/0000:03:00.0";
 
 // Asks for a port of the table, on a machine that has not been asked before.
@@ -27,19 +27,14 @@ class BridgedModule : public MachineTest {
   // Asks for a port with this device path.
   bool is_module(const std::string& net_path) {
     reset_library();
-    DeviceRecord& record = add_device("eth0");
-    copy_text(record.net_path, net_path);
-    copy_text(record.model, "before");
-    copy_text(record.panel_name, "before");
-    record.feature = QORX_FEATURE_POE;
+    add_port({.eth_name = "eth0", .panel_name = "before", .model = "before", .feature = 1, .net_path = net_path});
     return is_module_at(0);
   }
 
   static void expect_amended(bool amended) {
-    const char* const panel = amended ? "N/A" : "before";
-    const int feature = amended ? QORX_FEATURE_NA : QORX_FEATURE_POE;
     expect_port(qorx_eth_device_mapping[0],
-                {.panel_name = panel, .model = amended ? "WMX-LH53" : "before", .feature = feature});
+                amended ? PortFields{.panel_name = "N/A", .model = "WMX-LH53", .feature = QORX_FEATURE_NA}
+                        : PortFields{.panel_name = "before", .model = "before", .feature = QORX_FEATURE_POE});
   }
 
   // Makes a function known by its address alone.
@@ -58,7 +53,7 @@ TEST_F(BridgedModule, ABridgeWithTheModulesIdsMarksThePort) {
       .add_function("0000:00:1c.0/0000:01:00.0", bridge_config(kModule, 0x40))
       .add_function("0000:00:1c.0/0000:01:00.0/0000:02:01.0", bridge_config({}, 0x80))
       .add_port("eth0", kPort);
-  EXPECT_TRUE(is_module(std::string(kDevices) + kPort));
+  EXPECT_TRUE(is_module(kDevices + kPort));
   expect_amended(true);
   EXPECT_TRUE(is_module_at(0));
   expect_amended(true);
@@ -69,33 +64,33 @@ TEST_F(BridgedModule, WithoutThoseIdsThePortIsLeftAlone) {
   for (const Ids& ids :
        {Ids{0x10B5, 0x8724, 0x13FE, 0x204B}, Ids{0x10B5, 0x8724, 0x8086, 0x204A}, Ids{0x13FE, 0x204A, 0, 0}}) {
     function("0000:01:00.0", bridge_config(ids, 0x40));
-    EXPECT_FALSE(is_module(std::string(kDevices) + kPort)) << ids.subsys_vendor << " " << ids.subsys_device;
+    EXPECT_FALSE(is_module(kDevices + kPort)) << ids.subsys_vendor << " " << ids.subsys_device;
     expect_amended(false);
   }
 }
 
 TEST_F(BridgedModule, ThePortsOwnFunctionAndTheRootPortCount) {
   function("0000:03:00.0", endpoint_config(kModule));
-  EXPECT_TRUE(is_module(std::string(kDevices) + kPort));
+  EXPECT_TRUE(is_module(kDevices + kPort));
   function("0000:03:00.0", "").write("sys/bus/pci/devices/0000:00:1c.0/config", bridge_config(kModule, 0xA0));
-  EXPECT_TRUE(is_module(std::string(kDevices) + kPort));
+  EXPECT_TRUE(is_module(kDevices + kPort));
 }
 
 TEST_F(BridgedModule, UnreadableFunctionsAreNotTheModule) {
-  EXPECT_FALSE(is_module(std::string(kDevices) + kPort));
+  EXPECT_FALSE(is_module(kDevices + kPort));
   machine_.make_directory("sys/bus/pci/devices/0000:01:00.0/config");
-  EXPECT_FALSE(is_module(std::string(kDevices) + kPort));
+  EXPECT_FALSE(is_module(kDevices + kPort));
   function("0000:02:01.0", "");
-  EXPECT_FALSE(is_module(std::string(kDevices) + kPort));
+  EXPECT_FALSE(is_module(kDevices + kPort));
   EXPECT_FALSE(is_module(""));
 }
 
 TEST_F(BridgedModule, OnlyComponentsOfDomainZeroAreVisited) {
   function("0000:01:00.0", endpoint_config(kModule));
   for (const char* const other : {"0001:01:00.0", "10000:01:00.0", "x0000:01:00.0"}) {
-    EXPECT_FALSE(is_module(std::string(kDevices) + other)) << other;
+    EXPECT_FALSE(is_module(kDevices + other)) << other;
   }
-  EXPECT_TRUE(is_module(std::string(kDevices) + "0000:01:00.0"));
+  EXPECT_TRUE(is_module(kDevices + "0000:01:00.0"));
   EXPECT_TRUE(is_module("0000:01:00.0"));
 }
 
@@ -130,7 +125,7 @@ TEST_F(BridgedModule, AFunctionAboveThePciRangesIsReadUnderThatNumber) {
 TEST_F(BridgedModule, TracesShowEveryStepUpToTheModule) {
   function("0000:03:00.0", endpoint_config({0x8086, 0x1521, 0x8086, 0x0001}));
   function("0000:01:00.0", endpoint_config(kModule));
-  const std::string path = std::string(kDevices) + "0000:00:1c.0/0000:01:00.0/0000:03:00.0";
+  const std::string path = kDevices + "0000:00:1c.0/0000:01:00.0/0000:03:00.0";
   add_device("eth0");
   copy_text(add_device("eth1").net_path, path);
   EXPECT_EQ(traced_by([] { EXPECT_TRUE(is_module_at(1)); }),

@@ -7,7 +7,7 @@
 #include <string>
 #include <vector>
 
-#include "base/bounded_text.h"
+#include "tests/support/expect.h"
 #include "tests/support/rows.h"
 
 namespace qorx::test {
@@ -46,15 +46,9 @@ using Results = std::vector<Result>;
 void add_ports(const Ports& ports) {
   int fun = 0;
   for (const Port& port : ports) {
-    DeviceRecord& record = add_device("eth");
-    record.bus = static_cast<std::uint8_t>(port.bus);
-    record.fun = static_cast<std::uint8_t>(fun++);
-    record.vendor_id = port.vendor_id;
-    record.device_id = port.device_id;
-    record.subsys_device_id = port.subsys_device_id;
-    record.feature = static_cast<std::uint8_t>(port.feature);
-    record.bypass_ctrl_flag = static_cast<std::uint8_t>(port.flag);
-    copy_text(record.model, port.model);
+    DeviceRecord& record = add_port({.bus = port.bus, .fun = fun++, .model = port.model, .feature = port.feature});
+    set_port(record, {.bypass_ctrl_flag = port.flag, .vendor_id = port.vendor_id, .device_id = port.device_id});
+    set_port(record, {.subsys_device_id = port.subsys_device_id});
   }
 }
 
@@ -170,11 +164,8 @@ class LowestBus : public RowTest<OneController> {};
 TEST_P(LowestBus, KeepsTheFlag) {
   for (const BypassPort& port : row().ports) {
     add_ports({{port.bus, 0x125B, port.subsys_device_id, "", 0, port.flag}});
-    DeviceRecord& record = device_records().back();
-    record.bypass_bus = static_cast<std::uint8_t>(port.i2c_bus);
-    record.bypass_switch1 = static_cast<std::uint8_t>(port.switch1);
-    record.bypass_switch2 = static_cast<std::uint8_t>(port.switch2);
-    record.mcu_segment = static_cast<std::uint8_t>(port.segment);
+    DeviceRecord& record = set_port(device_records().back(), {.bypass_bus = port.i2c_bus, .mcu_segment = port.segment});
+    set_port(record, {.bypass_switch1 = port.switch1, .bypass_switch2 = port.switch2});
   }
   std::vector<int> flags;
   for (const Result& result : corrected()) {

@@ -9,6 +9,7 @@
 #include <set>
 #include <string>
 #include <utility>
+#include <vector>
 
 #include "lib/qorx.h"
 #include "tests/ident/known_cards.h"
@@ -60,12 +61,9 @@ TEST_F(SupportedDevices, APairHasTheFeatureOfItsEntryOnceTheTableIsFilled) {
 
 TEST_F(SupportedDevices, AnUnknownPairHasFeature0) {
   device_mapping_init();
-  for (const auto& [vendor, device] : {std::pair{0x13FEU, 0x9999U},
-                                       {0x15B3U, 0x0038U},
-                                       {0x13FEU, 0x2049U},
-                                       {0x8086U, 0x2015U},
-                                       {0x10000U, 0x10000U},
-                                       {0U, 0U}}) {
+  const std::vector<std::pair<std::uint32_t, std::uint32_t>> unknown{
+      {0x13FE, 0x9999}, {0x15B3, 0x0038}, {0x13FE, 0x2049}, {0x8086, 0x2015}, {0x10000, 0x10000}, {0, 0}};
+  for (const auto& [vendor, device] : unknown) {
     EXPECT_EQ(default_feature(vendor, device), 0) << device;
   }
 }

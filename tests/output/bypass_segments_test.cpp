@@ -3,6 +3,7 @@
 #include <gtest/gtest.h>
 
 #include <string>
+#include <utility>
 #include <vector>
 
 #include "tests/support/rows.h"
@@ -10,21 +11,20 @@
 namespace qorx {
 namespace {
 
-struct NumberCase {
-  const char* text;
-  int number;
-};
+using Numbers = std::vector<std::pair<const char*, int>>;
 
-const std::vector<NumberCase> kNumbers{
+const Numbers kNumbers{
     {"", -1},      {"7", 7},      {"0", 0},        {"42", 42},     {"00", 0},     {"05", 5},        {"99", 99},
     {"123", 23},   {"Slot 7", 7}, {"Slot 10", 10}, {"Slot 05", 5}, {"Slot", 255}, {"Slot 1A", 255}, {"A1", 1},
     {"1 ", 255},   {" ", 255},    {"x", 255},      {"-1", 1},      {"a:9", 9},    {"a/9", 9},       {"\xB2\xB9\x33", 3},
     {"3\xB2", 255}};
 
 TEST(Last2CharToNum, ReadsOneOrTwoDigitsAtTheEndAndTracesTextAndResult) {
-  for (const NumberCase& c : kNumbers) {
-    EXPECT_EQ(test::traced_by([&c] { EXPECT_EQ(Last2CharToNum(c.text), c.number); }),
-              std::string(c.text) + " " + std::to_string(c.number) + "\n");
+  for (const auto& [text, number] : kNumbers) {
+    int read = -2;
+    EXPECT_EQ(test::traced_by([&read, text = text] { read = Last2CharToNum(text); }),
+              std::string(text) + " " + std::to_string(number) + "\n");
+    EXPECT_EQ(read, number);
   }
 }
 
@@ -86,24 +86,21 @@ QORX_ROWS(BypassSegments,
            {{1, ""}, {1, "Slot 1"}, {1, ""}},
            {255, 4, 255}});
 
+// From slot 64 on the byte wraps. A remark in parentheses is not part of the number, but only one behind a blank is a
+// remark.
+const Numbers kFirstSegments{
+    {"Slot 0", 0},        {"Slot 1", 4},       {"Slot 63", 252},       {"Slot 64", 0},
+    {"Slot 65", 4},       {"Slot 99", 140},    {"Slot 12 (left)", 48}, {"Slot 7 (H.1.255.255)", 28},
+    {"Slot 7  (x)", 255}, {"Slot 7(2)", 255},  {"Slot (5", 255},       {"Slot 3 (a) (b)", 12},
+    {" (x)", 255},        {"(5) (x)", 255},    {"Slot 2(a) (b)", 255}, {"Slot 23(a) (b)", 8},
+    {"Slot 4 (9", 16},    {"Slot (x) 5", 255}, {"Slot(8", 32},         {"Slot 6(9", 36},
+    {"Slot\t(8", 32}};
+
 // Each slot has a name of its own, so each begins at its own first segment.
 TEST_F(BypassSegments, AreNumberedByTheNameOfTheSlot) {
-  struct Case {
-    const char* name;
-    int segment;
-  };
-  for (const Case& c :
-       {// From slot 64 on the byte wraps.
-        Case{"Slot 0", 0}, Case{"Slot 1", 4}, Case{"Slot 63", 252}, Case{"Slot 64", 0}, Case{"Slot 65", 4},
-        Case{"Slot 99", 140},
-        // A remark in parentheses is not part of the number.
-        Case{"Slot 12 (left)", 48}, Case{"Slot 7 (H.1.255.255)", 28}, Case{"Slot 7  (x)", 255}, Case{"Slot 7(2)", 255},
-        Case{"Slot (5", 255}, Case{"Slot 3 (a) (b)", 12}, Case{" (x)", 255}, Case{"(5) (x)", 255},
-        Case{"Slot 2(a) (b)", 255}, Case{"Slot 23(a) (b)", 8}, Case{"Slot 4 (9", 16}, Case{"Slot (x) 5", 255},
-        // Only one behind a blank is a remark.
-        Case{"Slot(8", 32}, Case{"Slot 6(9", 36}, Case{"Slot\t(8", 32}}) {
+  for (const auto& [name, segment] : kFirstSegments) {
     test::reset_library();
-    EXPECT_EQ(assigned({{1, c.name}}), Segments{c.segment}) << c.name;
+    EXPECT_EQ(assigned({{1, name}}), Segments{segment}) << name;
   }
 }
 

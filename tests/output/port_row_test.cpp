@@ -39,21 +39,10 @@ std::string line(const Columns& port, std::string_view feature = "N/A", std::str
 class PortRow : public LibraryTest {
  protected:
   PortRow() {
-    set_port(record_, {.eth_name = "eth0",
-                       .bus = 0x5E,
-                       .dev = 0x1F,
-                       .fun = 3,
-                       .slot_name = "WMX Slot 1",
-                       .panel_name = "1 (*)",
-                       .model = "WMX-2248",
-                       .feature = 8,
-                       .vendor_id = 0x8086,
-                       .device_id = 0x1521,
-                       .subsys_vendor_id = 0x13FE,
-                       .subsys_device_id = 0x0037,
-                       .mac_addr = "02:00:00:00:00:01",
-                       .smbios_type = 9,
-                       .seg = 4});
+    set_port(record_, {.eth_name = "eth0", .bus = 0x5E, .dev = 0x1F, .fun = 3, .slot_name = "WMX Slot 1"});
+    set_port(record_, {.panel_name = "1 (*)", .model = "WMX-2248", .feature = 8, .smbios_type = 9, .seg = 4});
+    set_port(record_, {.vendor_id = 0x8086, .device_id = 0x1521, .subsys_vendor_id = 0x13FE});
+    set_port(record_, {.subsys_device_id = 0x0037, .mac_addr = "02:00:00:00:00:01"});
   }
 
   // The printed rows of four such ports, of which the second is marked and the last is a bypass port.

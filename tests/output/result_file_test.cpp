@@ -15,12 +15,8 @@ class ResultFile : public MachineTest {
   ResultFile() { g_qorx_init = 0; }
 
   static DeviceRecord& add_port(std::string_view name, int feature) {
-    return test::add_port({.eth_name = name,
-                           .slot_name = "S 1",
-                           .panel_name = "1 (*)",
-                           .model = "M",
-                           .feature = feature,
-                           .smbios_type = 9});
+    DeviceRecord& port = add_device(name, "S 1", QORX_SMBIOS_SYSTEM_SLOT);
+    return set_port(port, {.panel_name = "1 (*)", .model = "M", .feature = feature});
   }
 
   std::string written() {

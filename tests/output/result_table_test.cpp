@@ -21,13 +21,8 @@ class ResultTable : public MachineTest {
   }
 
   static DeviceRecord& add_port(std::string_view name, int feature, int bus = 1, int dev = 0, int fun = 0) {
-    return test::add_port({.eth_name = name,
-                           .bus = bus,
-                           .dev = dev,
-                           .fun = fun,
-                           .slot_name = "S 1",
-                           .feature = feature,
-                           .smbios_type = 9});
+    DeviceRecord& port = add_device(name, "S 1", QORX_SMBIOS_SYSTEM_SLOT);
+    return set_port(port, {.bus = bus, .dev = dev, .fun = fun, .feature = feature});
   }
 
   static std::string printed(const char* name, const char* feature, const char* bdf) {

@@ -39,18 +39,10 @@ class TovixFile : public MachineTest {
   ~TovixFile() override { std::filesystem::current_path(before_); }
 
   static DeviceRecord& add(const Port& port) {
-    return add_port({.eth_name = port.eth_name,
-                     .fun = port.fun,
-                     .slot_name = "S",
-                     .feature = port.feature,
-                     .bypass_ctrl_flag = port.ctrl_flag,
-                     .smbios_type = port.smbios_type,
-                     .seg = port.seg,
-                     .bypass_type = port.bypass_type,
-                     .bypass_bus = 3,
-                     .bypass_switch1 = 2,
-                     .bypass_switch2 = 255,
-                     .mcu_segment = 4});
+    DeviceRecord& record = add_device(port.eth_name, "S", port.smbios_type);
+    set_port(record, {.bypass_bus = 3, .bypass_switch1 = 2, .bypass_switch2 = 255, .mcu_segment = 4});
+    set_port(record, {.fun = port.fun, .feature = port.feature, .bypass_ctrl_flag = port.ctrl_flag});
+    return set_port(record, {.seg = port.seg, .bypass_type = port.bypass_type});
   }
 
   static void add_bypass_ports(int count) {

@@ -75,17 +75,16 @@ Texts module_names_of(const DeviceRecord& port) {
   }
 #define QORX_SET_NUMBER(field) port.field = static_cast<decltype(port.field)>(fields.field.value_or(port.field));
 
-void set_port(DeviceRecord& port, const PortFields& fields) {
+DeviceRecord& set_port(DeviceRecord& port, const PortFields& fields) {
   QORX_PORT_FIELDS(QORX_SET_TEXT, QORX_SET_NUMBER)
   for (const std::string& name : fields.module_names.value_or(Texts{})) {
     copy_text(port.module_names[port.module_name_count++], name);
   }
+  return port;
 }
 
 DeviceRecord& add_port(const PortFields& fields) {
-  DeviceRecord& port = add_device("");
-  set_port(port, fields);
-  return port;
+  return set_port(add_device(""), fields);
 }
 
 #define QORX_TEXT(field) comparison.text(#field, actual.field, expected.field);

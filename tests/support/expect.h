@@ -71,7 +71,7 @@ struct SlotFields {
 };
 
 // Sets the fields that are named, or appends a record that has them.
-void set_port(DeviceRecord& port, const PortFields& fields);
+DeviceRecord& set_port(DeviceRecord& port, const PortFields& fields);
 DeviceRecord& add_port(const PortFields& fields);
 
 void expect_port(const DeviceRecord& actual, const PortFields& expected, Where where = Where::here());

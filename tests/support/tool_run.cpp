@@ -84,6 +84,20 @@ ToolRun run_replay(const fs::path& root, const fs::path& directory, const std::v
   return run_program(replay_program(), words, directory, in_child);
 }
 
+ToolRun run_with_fault(const std::filesystem::path& root, const std::filesystem::path& directory,
+                       const std::vector<std::string>& arguments, const std::filesystem::path& path,
+                       const std::string& fault) {
+  std::vector<std::string> words{"strace",         "-o", "calls", "-P", std::filesystem::canonical(path), "-e",
+                                 "inject=" + fault};
+  words.insert(words.end(), {replay_program(), root, "--"});
+  words.insert(words.end(), arguments.begin(), arguments.end());
+  return run_program("/usr/bin/env", words, directory, [] { setenv("ASAN_OPTIONS", "detect_leaks=0", 1); });
+}
+
+bool can_plant_faults() {
+  return std::system("strace -o /dev/null /bin/true >/dev/null 2>&1") == 0;
+}
+
 fs::path qorx_program() {
   return QORX_PROGRAM;
 }

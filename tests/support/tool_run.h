@@ -31,6 +31,14 @@ ToolRun run_program(const std::filesystem::path& program, const std::vector<std:
 ToolRun run_replay(const std::filesystem::path& root, const std::filesystem::path& directory,
                    const std::vector<std::string>& arguments, const std::function<void()>& in_child = {});
 
+// Runs qorx-replay while system calls on `path` fail as strace is told: "read:error=EIO:when=2".
+ToolRun run_with_fault(const std::filesystem::path& root, const std::filesystem::path& directory,
+                       const std::vector<std::string>& arguments, const std::filesystem::path& path,
+                       const std::string& fault);
+
+// Whether strace is installed and may trace here.
+bool can_plant_faults();
+
 // The built programs.
 std::filesystem::path qorx_program();
 std::filesystem::path replay_program();
