@@ -22,9 +22,7 @@ inline std::filesystem::path capture_program() {
 class Capture {
  public:
   explicit Capture(const std::filesystem::path& tree, const std::vector<std::string>& options = {}) : tree_(tree) {
-    std::vector<std::string> words{"--root", tree.string(), "-o", archive().string()};
-    words.insert(words.end(), options.begin(), options.end());
-    run_ = run_program(capture_program(), words, directory_.path());
+    run_ = run_program(capture_program(), joined({"--root", tree, "-o", archive()}, options), directory_.path());
     EXPECT_EQ(run_.status, 0) << run_.errors;
     EXPECT_EQ(run_.output, "");
   }
@@ -38,8 +36,7 @@ class Capture {
   [[nodiscard]] std::filesystem::path unpacked() const {
     const std::filesystem::path place = directory_.path() / "unpacked";
     if (std::filesystem::create_directory(place)) {
-      const ToolRun run = run_command({"tar", "-xzf", archive().string(), "-C", place.string()});
-      EXPECT_EQ(run.status, 0) << run.errors;
+      output_of({"tar", "-xzf", archive(), "-C", place});
     }
     return place;
   }
@@ -56,9 +53,7 @@ class Capture {
     }
     const ToolRun expected = run_replay(tree_, on_tree.path(), arguments);
     const ToolRun replayed = run_replay(unpacked(), on_archive.path(), arguments);
-    EXPECT_EQ(replayed.output, expected.output);
-    EXPECT_EQ(replayed.errors, expected.errors);
-    EXPECT_EQ(replayed.status, expected.status);
+    EXPECT_EQ(replayed, expected);
     EXPECT_EQ(files_below(on_archive.path()), files_below(on_tree.path()));
     for (const std::string& name : files_below(on_tree.path())) {
       EXPECT_EQ(read_file(on_archive.path() / name), read_file(on_tree.path() / name)) << name;
@@ -71,6 +66,10 @@ class Capture {
   const TemporaryDirectory directory_;
   ToolRun run_;
 };
+
+inline bool holds(const std::string& text, const std::string& part) {
+  return text.find(part) != std::string::npos;
+}
 
 // The slot records as the debug trace lists them once the search for SMBIOS has succeeded: names and addresses.
 inline std::string slot_trace(const std::filesystem::path& machine) {

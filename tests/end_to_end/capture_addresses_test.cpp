@@ -55,7 +55,7 @@ std::vector<Row> rows_of(const fs::path& machine) {
   const TemporaryDirectory work;
   std::vector<Row> rows;
   for (const std::string& line : lines_of(run_replay(machine, work.path(), {"-a"}).output)) {
-    if (line.find(':') != std::string::npos && !line.starts_with("eth name")) {
+    if (holds(line, ":") && !line.starts_with("eth name")) {
       rows.push_back({line.substr(0, 15), line.substr(49, 17), line.substr(15, 34) + line.substr(66)});
     }
   }
@@ -88,10 +88,7 @@ void expect_same_rows(const fs::path& archive, const fs::path& machine, const Ma
 class CaptureByAwk : public testing::TestWithParam<const char*> {};
 
 TEST_P(CaptureByAwk, AddressesThatLookLikeNumbersStayApart) {
-  const ToolRun which = run_command({"sh", "-c", std::string("command -v ") + GetParam()});
-  if (which.status != 0) {
-    GTEST_SKIP() << "there is no " << GetParam() << " here";
-  }
+  QORX_SKIP_IF(!has_command(GetParam()), std::string("there is no ") + GetParam() + " here");
   FakeMachine machine;
   int number = 0;
   for (const std::string& mac : kNumberLike) {
@@ -101,12 +98,10 @@ TEST_P(CaptureByAwk, AddressesThatLookLikeNumbersStayApart) {
   }
   machine.smbios(SmbiosTable().slot("WMX Slot 1", "00:14.0"));
   machine.make_directory("tools");
-  machine.make_link(lines_of(which.output).at(0), "tools/awk");
+  machine.make_link(lines_of(output_of({"sh", "-c", std::string("command -v ") + GetParam()})).at(0), "tools/awk");
   const fs::path archive = machine.work() / "machine.tar.gz";
-  const ToolRun run =
-      run_command({"PATH=" + (machine.root() / "tools").string() + ":/usr/sbin:/usr/bin:/sbin:/bin",
-                   capture_program().string(), "--anonymize", "--root", machine.root().string(), "-o", archive});
-  EXPECT_EQ(run.status, 0) << run.errors;
+  output_of({"PATH=" + (machine.root() / "tools").string() + ":/usr/sbin:/usr/bin:/sbin:/bin", capture_program(),
+             "--anonymize", "--root", machine.root(), "-o", archive});
   expect_same_rows(archive, machine.root(), kNumberLike);
   EXPECT_EQ(slot_trace(archive), slot_trace(machine.root()));
 }
@@ -120,9 +115,7 @@ INSTANTIATE_TEST_SUITE_P(Each, CaptureByAwk, testing::Values("mawk", "gawk", "or
 
 // As many as the table of ports takes at once, and again.
 TEST(CaptureAnonymized, AThousandAddressesStayApart) {
-  if (kSanitizedBuild) {
-    GTEST_SKIP() << "qorx-capture is a script; one build is enough";
-  }
+  QORX_SKIP_IF(kSanitizedBuild, "qorx-capture is a script; one build is enough");
   constexpr std::size_t kPerMachine = 500;
   const Macs macs = random_macs(2 * kPerMachine);
   for (auto first = macs.begin(); first != macs.end(); first += kPerMachine) {

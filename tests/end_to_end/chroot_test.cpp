@@ -20,12 +20,8 @@ namespace fs = std::filesystem;
 class Chroot : public testing::Test {
  protected:
   void SetUp() override {
-    if (kSanitizedBuild) {
-      GTEST_SKIP() << "the sanitizers' run-time needs more of a system, and excludes a static program";
-    }
-    if (geteuid() != 0) {
-      GTEST_SKIP() << "chroot is for root";
-    }
+    QORX_SKIP_IF(kSanitizedBuild, "the sanitizers' run-time needs more of a system, and excludes a static program");
+    QORX_SKIP_IF(geteuid() != 0, "chroot is for root");
   }
 
   // Copies a command, and the libraries that it loads to the same places below the root.
@@ -37,9 +33,7 @@ class Chroot : public testing::Test {
       fs::create_directories(copy.parent_path());
       fs::copy_file(library, copy, fs::copy_options::overwrite_existing);
     }
-    if (run({"-V"}).status == kNoChroot) {
-      GTEST_SKIP() << "chroot is not allowed here";
-    }
+    QORX_SKIP_IF(run({"-V"}).status == kNoChroot, "chroot is not allowed here");
   }
 
   // Runs the command with root_ as the whole system.
@@ -101,10 +95,10 @@ TEST_F(StaticProgram, SaysTheSameOnAnAppliance) {
 
 TEST(StaticProgramFile, NeedsNoLibraryAndCanBeLoadedAnywhere) {
   QORX_SKIP_WITHOUT("readelf");
-  const std::string dynamic = run_command({"readelf", "-W", "-d", QORX_STATIC_PROGRAM}).output;
+  const std::string dynamic = output_of({"readelf", "-W", "-d", QORX_STATIC_PROGRAM});
   EXPECT_EQ(dynamic.find("NEEDED"), std::string::npos) << dynamic;
   EXPECT_NE(dynamic.find("PIE"), std::string::npos) << dynamic;
-  const std::string segments = run_command({"readelf", "-W", "-l", QORX_STATIC_PROGRAM}).output;
+  const std::string segments = output_of({"readelf", "-W", "-l", QORX_STATIC_PROGRAM});
   EXPECT_EQ(segments.find("INTERP"), std::string::npos) << segments;
   EXPECT_NE(segments.find("GNU_RELRO"), std::string::npos) << segments;
 }

@@ -1,14 +1,17 @@
 // The worked examples of the manual, doc/examples/<name>.txt: they run as they say, and the pages quote them exactly.
-// The one with a C program is run by doc_program_test.cpp.
+// The one with a C program is compiled as libqorx(3) says, and run on a sample appliance.
 #include <gtest/gtest.h>
 
 #include <algorithm>
+#include <cstdlib>
 #include <filesystem>
+#include <fstream>
 #include <set>
 #include <string>
 #include <vector>
 
 #include "tests/end_to_end/manual_page.h"
+#include "tests/end_to_end/system_tools.h"
 #include "tests/support/rows.h"
 #include "tests/support/transcript.h"
 
@@ -18,12 +21,13 @@ namespace {
 namespace fs = std::filesystem;
 
 std::vector<fs::path> all_examples() {
-  std::vector<fs::path> examples;
-  for (const auto& entry : fs::directory_iterator(documents() / "examples")) {
-    examples.push_back(entry.path());
-  }
-  std::sort(examples.begin(), examples.end());
-  return examples;
+  return entries_of(documents() / "examples");
+}
+
+std::vector<fs::path> all_runs() {
+  std::vector<fs::path> runs = all_examples();
+  std::erase_if(runs, [](const fs::path& file) { return read_transcript(file).program != "qorx"; });
+  return runs;
 }
 
 class DocRun : public testing::TestWithParam<fs::path> {};
@@ -36,13 +40,7 @@ TEST_P(DocRun, DoesWhatItSays) {
   EXPECT_EQ(text_of(played), read_file(GetParam()));
 }
 
-INSTANTIATE_TEST_SUITE_P(All, DocRun, testing::ValuesIn([] {
-                           std::vector<fs::path> runs = all_examples();
-                           std::erase_if(runs,
-                                         [](const fs::path& file) { return read_transcript(file).program != "qorx"; });
-                           return runs;
-                         }()),
-                         kNamedByFile);
+INSTANTIATE_TEST_SUITE_P(All, DocRun, testing::ValuesIn(all_runs()), kNamedByFile);
 
 class DocExample : public testing::TestWithParam<fs::path> {};
 
@@ -139,6 +137,67 @@ TEST_P(DocPage, QuotesTheExamplesExactly) {
 }
 
 INSTANTIATE_TEST_SUITE_P(All, DocPage, testing::ValuesIn(manual_pages()), kNamedByFile);
+
+// The compilers of this build: the library may carry their sanitizers' run-time.
+#if defined(__clang__)
+constexpr const char* kCompiler = "clang";
+constexpr const char* kCppCompiler = "clang++";
+#else
+constexpr const char* kCompiler = "gcc";
+constexpr const char* kCppCompiler = "g++";
+#endif
+
+const Words kSanitizers = kSanitizedBuild ? Words{"-fsanitize=address,undefined"} : Words{};
+
+// Sets the system root before main: the program itself looks at the machine that it runs on.
+constexpr const char* kOnRecordedMachine = R"(
+#include <cstdlib>
+#include "base/system_root.h"
+__attribute__((constructor)) static void use_recorded_machine() {
+  qorx::set_system_root(std::getenv("QORX_EXAMPLE_ROOT"));
+}
+)";
+
+class DocProgram : public testing::Test {
+ protected:
+  ToolRun compile(const char* compiler, const Words& arguments) const {
+    return run_command(joined(joined({compiler}, arguments), kSanitizers), work_.path());
+  }
+
+  DocProgram() { std::ofstream(work_.path() / "ports.c") << example_.given.at("ports.c"); }
+
+  const Transcript example_ = doc_example("libqorx");
+  const fs::path source_ = QORX_SOURCE_DIR;
+  const TemporaryDirectory work_;
+};
+
+TEST_F(DocProgram, IsCleanC) {
+  const ToolRun run =
+      compile(kCompiler, {"-std=c11", "-Wall", "-Wextra", "-Wpedantic", "-Werror", "-D_POSIX_C_SOURCE=200809L",
+                          "-fsyntax-only", "-I", source_ / "lib", "ports.c"});
+  EXPECT_EQ(run.status, 0) << run.output << run.errors;
+}
+
+TEST_F(DocProgram, PrintsWhatThePageShows) {
+  const fs::path library = qorx_program().parent_path().parent_path() / "lib/libqorx.a";
+  ASSERT_TRUE(fs::exists(library)) << library;
+  std::ofstream(work_.path() / "root.cpp") << kOnRecordedMachine;
+  const ToolRun object = compile(kCompiler, {"-I", source_ / "lib", "-c", "ports.c", "-o", "ports.o"});
+  ASSERT_EQ(object.status, 0) << object.errors;
+  const Words link{"-std=c++20", "-I", source_, "root.cpp", "ports.o", library, "-o", "ports"};
+  ToolRun linked = compile(kCppCompiler, link);
+  if (linked.status != 0) {  // a library with coverage counters needs their run-time
+    linked = compile(kCppCompiler, joined(link, {"--coverage"}));
+  }
+  ASSERT_EQ(linked.status, 0) << linked.errors;
+
+  const fs::path root = Appliance(example_.machine).root();
+  const Transcript played = play(example_, {}, [&](const fs::path& directory) {
+    return run_program(work_.path() / "ports", example_.arguments, directory,
+                       [&root] { setenv("QORX_EXAMPLE_ROOT", root.c_str(), 1); });
+  });
+  EXPECT_EQ(text_of(played), text_of(example_));
+}
 
 }  // namespace
 }  // namespace qorx::test

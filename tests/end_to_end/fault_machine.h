@@ -3,6 +3,7 @@
 #define QORX_TESTS_END_TO_END_FAULT_MACHINE_H
 
 #include <algorithm>
+#include <cstdio>
 #include <string>
 #include <string_view>
 #include <vector>
@@ -46,6 +47,28 @@ class FaultMachine : public SampleMachine {
     return "eth_name: eth3\nSEGMENT: 16\nBUS: 04\nDEV: 00\nFUN: 0\n\n"
            "eth_name: eth7\nSEGMENT: 24\nTYPE: SYS_I2C\nBUS: " +
            bus + "\nMCU_SEGMENT: 1\n\nTYPE:PCIE\n\n";
+  }
+};
+
+// As many ports and slots as there are records, every second port behind a bridge of its own, all with an I2C bypass.
+class LargeMachine : public FakeMachine {
+ public:
+  LargeMachine() {
+    SmbiosTable slots;
+    for (int i = 0; i < 512; ++i) {
+      const std::string number = std::to_string(i);
+      char address[8];
+      std::snprintf(address, sizeof address, "%02x:%02x.0", 1 + i % 250, i / 250);
+      const std::string function = std::string("0000:") + address;
+      add_port("eth" + number, (i % 2 == 0 ? "0000:00:1c.0/" : "") + function, {0x8086, 0x1521, 0x13FE, 0x205D});
+      slots.slot("Slot " + number + " (H.1.2.255)", address);
+    }
+    smbios(slots);
+    add_i2c_adapter(1, "SMBus I801 adapter at efa0").add_i2c_adapter(2, "i2c-1-mux (chan_id 2)");
+    add_usb_port("eth512", "0000:00:14.0/usb2/2-1/2-1:1.0", "bda/8153/3000");
+    user_file("qorx.cfg", "SLOT_NAME=\"Slot 0 (H.1.2.255)\"\nFUNCTION/NAME/FEATURE=\"0/first/A_BYPASS_I2C\"\n");
+    user_file("wmx_name.cfg", "WMX-2848 A_BYPASS\n");
+    user_file("smbios.cfg", "TYPE=\"9\"\nNAME=\"One\"\nBUS:DEV.FUN=\"01:00.0\"\n");
   }
 };
 

@@ -13,7 +13,6 @@
 #include <memory>
 #include <optional>
 #include <ostream>
-#include <stdexcept>
 #include <string>
 #include <system_error>
 #include <utility>
@@ -21,30 +20,19 @@
 
 #include "cli/command_line.h"
 #include "tests/end_to_end/fault_machine.h"
+#include "tests/end_to_end/system_tools.h"
 #include "tests/support/fixture.h"
+#include "tests/support/transcript.h"
 
 namespace qorx::test {
 
-using Words = std::vector<std::string>;
-
-inline Words joined(Words words, const Words& more) {
-  words.insert(words.end(), more.begin(), more.end());
-  return words;
-}
-
-inline const std::vector<Words>& every_operation() {
-  static const std::vector<Words> operations{
-      {"-a"},
-      {"-d", "eth5"},
-      {"-f", "A_BYPASS"},
-      {"-p", "03:00.1"},
-      {"-o", "result"},
-      {"-tovix.cfg"},
-      {"-sysinfo"},
-      {"-support"},
-      {"-V"},
-      {"-a", "-ML", "2"},
-      {"-tovix.cfg", "-F", "-sort_slotname", "-legacy", "-sys_WMX_cfg", "wmx_name.cfg"}};
+inline std::vector<Words> every_operation() {
+  std::vector<Words> operations;
+  for (const char* const operation :
+       {"-a", "-d eth5", "-f A_BYPASS", "-p 03:00.1", "-o result", "-tovix.cfg", "-sysinfo", "-support", "-V",
+        "-a -ML 2", "-tovix.cfg -F -sort_slotname -legacy -sys_WMX_cfg wmx_name.cfg"}) {
+    operations.push_back(words_of(operation));
+  }
   return operations;
 }
 
@@ -64,6 +52,11 @@ inline void PrintTo(Fault fault, std::ostream* stream) {
 // Nothing can be opened there as a file; as a directory nothing but kDirectory can.
 inline bool cant_be_opened(Fault fault) {
   return fault == Fault::kMissing || fault == Fault::kLoop || fault == Fault::kNowhere || fault == Fault::kUnreadable;
+}
+
+// Nor can anything be read from it as a file.
+inline bool cant_be_read(Fault fault) {
+  return cant_be_opened(fault) || fault == Fault::kDirectory || fault == Fault::kReadError;
 }
 
 // Lays a fault at `path` for a while; what was there comes back.
@@ -99,30 +92,26 @@ class Planted {
 
  private:
   void lay(Fault fault) const {
-    namespace fs = std::filesystem;
-    switch (fault) {
-      case Fault::kLoop:
-        return fs::create_symlink(path_.filename(), path_);
-      case Fault::kNowhere:
-        return fs::create_symlink("no/such/file", path_);
-      case Fault::kEndless:
-        return fs::create_symlink("/dev/zero", path_);
-      case Fault::kReadError:
-        return fs::create_symlink("/proc/self/mem", path_);  // which has nothing at address 0
-      case Fault::kDirectory:
-        fs::create_directory(path_);
-        return;
-      case Fault::kEmpty:
-        return make_node(S_IFREG);
-      case Fault::kPipe:
-        return make_node(S_IFIFO);
-      default:
-        return;
+    if (const std::filesystem::path target = link_target(fault); !target.empty()) {
+      std::filesystem::create_symlink(target, path_);
+    } else if (fault == Fault::kDirectory) {
+      std::filesystem::create_directory(path_);
+    } else if (fault == Fault::kEmpty || fault == Fault::kPipe) {
+      ASSERT_EQ(mknod(path_.c_str(), (fault == Fault::kPipe ? S_IFIFO : S_IFREG) | 0600, 0), 0) << path_;
     }
   }
-  void make_node(mode_t type) const {
-    if (mknod(path_.c_str(), type | 0600, 0) != 0) {
-      throw std::runtime_error("can't make " + path_.string());
+  [[nodiscard]] std::filesystem::path link_target(Fault fault) const {
+    switch (fault) {
+      case Fault::kLoop:
+        return path_.filename();
+      case Fault::kNowhere:
+        return "no/such/file";
+      case Fault::kEndless:
+        return "/dev/zero";
+      case Fault::kReadError:
+        return "/proc/self/mem";  // which has nothing at address 0
+      default:
+        return {};
     }
   }
 

@@ -90,8 +90,9 @@ class Changing : public RunsHere {
     const Disturber disturber(change);
     std::map<Words, std::set<std::string>> seen;
     bool is_seen = false;
+    const std::vector<Words> operations = every_operation();
     for (unsigned i = 0; i < kMost && (i < kRuns || disturber.count() < kRuns || !is_seen); ++i) {
-      const Words words = joined(every_operation()[i % every_operation().size()], options);
+      const Words words = joined(operations[i % operations.size()], options);
       const ToolRun result = run(machine_, words);
       expect_whole_run(result, words[0], failures);
       auto& outcomes = seen[words];

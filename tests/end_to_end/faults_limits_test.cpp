@@ -1,13 +1,11 @@
 // Few resources: a machine of the largest size with little of each, and what the smallest amounts do.
 #include <gtest/gtest.h>
 
-#include <cstdio>
 #include <functional>
 #include <string>
 #include <vector>
 
 #include "tests/end_to_end/faults.h"
-#include "tests/end_to_end/system_tools.h"
 #include "tests/support/expect.h"
 #include "tests/support/rows.h"
 
@@ -16,49 +14,39 @@ namespace {
 
 using Resource = decltype(RLIMIT_NOFILE);
 
-// As many ports and slots as there are records, every second port behind a bridge of its own, all with an I2C bypass.
-class LargeMachine : public FakeMachine {
- public:
-  LargeMachine() {
-    SmbiosTable slots;
-    for (int i = 0; i < 512; ++i) {
-      const std::string number = std::to_string(i);
-      char address[8];
-      std::snprintf(address, sizeof address, "%02x:%02x.0", 1 + i % 250, i / 250);
-      const std::string function = std::string("0000:") + address;
-      add_port("eth" + number, (i % 2 == 0 ? "0000:00:1c.0/" : "") + function, {0x8086, 0x1521, 0x13FE, 0x205D});
-      slots.slot("Slot " + number + " (H.1.2.255)", address);
-    }
-    smbios(slots);
-    add_i2c_adapter(1, "SMBus I801 adapter at efa0").add_i2c_adapter(2, "i2c-1-mux (chan_id 2)");
-    add_usb_port("eth512", "0000:00:14.0/usb2/2-1/2-1:1.0", "bda/8153/3000");
-    user_file("qorx.cfg", "SLOT_NAME=\"Slot 0 (H.1.2.255)\"\nFUNCTION/NAME/FEATURE=\"0/first/A_BYPASS_I2C\"\n");
-    user_file("wmx_name.cfg", "WMX-2848 A_BYPASS\n");
-    user_file("smbios.cfg", "TYPE=\"9\"\nNAME=\"One\"\nBUS:DEV.FUN=\"01:00.0\"\n");
+std::vector<Words> operations() {
+  std::vector<Words> operations = every_operation();
+  for (const char* const operation : {"-d eth77", "-f A_BYPASS_I2C", "-p 05:00.0", "-a -config qorx.cfg -sort_slotname",
+                                      "-a -smbios_cfg smbios.cfg", "-a -legacy -sys_WMX_cfg wmx_name.cfg"}) {
+    operations.push_back(words_of(operation));
+  }
+  return operations;
+}
+
+// What a run says, and what it makes of two files that are there before.
+struct Result {
+  ToolRun run;
+  std::string file = "old";
+  std::string tovix = "old";
+  bool operator==(const Result&) const = default;
+  friend void PrintTo(const Result& result, std::ostream* out) {
+    *out << testing::PrintToString(Texts{testing::PrintToString(result.run), result.file, result.tovix});
   }
 };
 
-std::vector<Words> operations() {
-  return {{"-a"},
-          {"-d", "eth77"},
-          {"-f", "A_BYPASS_I2C"},
-          {"-p", "05:00.0"},
-          {"-o", "result"},
-          {"-tovix.cfg"},
-          {"-sysinfo"},
-          {"-support"},
-          {"-a", "-config", "qorx.cfg", "-sort_slotname"},
-          {"-a", "-smbios_cfg", "smbios.cfg"},
-          {"-a", "-legacy", "-sys_WMX_cfg", "wmx_name.cfg"}};
-}
-
-ToolRun run_limited(const FakeMachine& machine, const Words& words, Resource resource, rlim_t amount) {
-  return run_replay(machine.root(), machine.work(), words, [resource, amount] {
+Result run_limited(FakeMachine& machine, const Words& words, Resource resource = RLIMIT_NOFILE,
+                   rlim_t amount = RLIM_INFINITY) {
+  machine.user_file("result", "old");
+  machine.user_file("tovix.cfg", "old");
+  const ToolRun run = run_replay(machine.root(), machine.work(), words, [resource, amount] {
     limit_time(20);
     closefrom(STDERR_FILENO + 1);  // what the test itself has inherited must not count
     const rlimit limit{amount, amount};
-    setrlimit(resource, &limit);
+    if (amount != RLIM_INFINITY) {
+      setrlimit(resource, &limit);
+    }
   });
+  return {run, read_file(machine.work() / "result"), read_file(machine.work() / "tovix.cfg")};
 }
 
 struct Limit {
@@ -70,34 +58,21 @@ struct Limit {
 
 class Limits : public RowTest<Limit> {
  protected:
-  // What a run says and writes.
-  static Texts outcome(const FakeMachine& machine, const std::function<ToolRun()>& run) {
-    Texts texts{testing::PrintToString(run())};
-    for (const char* const file : {"result", "tovix.cfg"}) {
-      texts.push_back(read_file(machine.work() / file));
-      std::filesystem::remove(machine.work() / file);
-    }
-    return texts;
-  }
-
-  static const FakeMachine& machine() {
-    static const LargeMachine large;
-    static const FaultMachine small;
-    return row().is_large ? static_cast<const FakeMachine&>(large) : small;
+  static FakeMachine& machine() {
+    static LargeMachine large;
+    static FaultMachine small;
+    return row().is_large ? static_cast<FakeMachine&>(large) : small;
   }
 };
 
 // The limited run says and writes the same as the free one.
 TEST_P(Limits, AreEnough) {
-  if (kSanitizedBuild && row().resource == RLIMIT_AS) {
-    GTEST_SKIP() << "the sanitizers need more address space than this";
-  }
+  QORX_SKIP_IF(kSanitizedBuild && row().resource == RLIMIT_AS, "the sanitizers need more address space than this");
   for (const Words& words : operations()) {
     SCOPED_TRACE(testing::PrintToString(words));
-    const Texts free_run = outcome(machine(), [&] { return machine().run(words); });
-    EXPECT_EQ(outcome(machine(), [&] { return run_limited(machine(), words, row().resource, row().amount); }),
-              free_run);
-    EXPECT_NE(free_run, (Texts{testing::PrintToString(said("")), "", ""}));
+    const Result free_run = run_limited(machine(), words);
+    EXPECT_EQ(run_limited(machine(), words, row().resource, row().amount), free_run);
+    EXPECT_NE(free_run, Result{said("")});
   }
 }
 
@@ -112,27 +87,19 @@ QORX_ROWS(Limits, Limit{"sixteen descriptors for a large machine", true, RLIMIT_
 // that was there alone.
 TEST(FewDescriptors, GiveTheSameResultOrNone) {
   FaultMachine machine;
-  const auto outcome = [&](const Words& words, rlim_t descriptors) {
-    machine.user_file("result", "old");
-    machine.user_file("tovix.cfg", "old");
-    const ToolRun run = descriptors == 0 ? machine.run(words) : run_limited(machine, words, RLIMIT_NOFILE, descriptors);
-    return std::pair(run,
-                     Texts{run.output, read_file(machine.work() / "result"), read_file(machine.work() / "tovix.cfg")});
-  };
   for (const Words& words : every_operation()) {
     for (const Words& options : {Words{}, Words{"-config", "qorx.cfg"}, Words{"-smbios_cfg", "smbios.cfg"}}) {
       const Words all = joined(words, options);
       SCOPED_TRACE(testing::PrintToString(all));
-      const auto [free_run, free_texts] = outcome(all, 0);
+      const Result free_run = run_limited(machine, all);
       // With three the C library can't be loaded.
       for (rlim_t descriptors = 4; descriptors <= 12; ++descriptors) {
-        const auto [run, texts] = outcome(all, descriptors);
-        if (run.status == 0) {
-          EXPECT_EQ(texts, free_texts) << descriptors;
+        const Result limited = run_limited(machine, all, RLIMIT_NOFILE, descriptors);
+        if (limited.run.status != 0) {
+          EXPECT_TRUE(limited.run.output.ends_with("Error: QORX_ERR_OPEN_FILE (0x80)\n")) << descriptors;
+          EXPECT_EQ(limited, (Result{said(limited.run.output, 128)})) << descriptors;
         } else {
-          EXPECT_EQ(run.status, 128) << descriptors;
-          EXPECT_TRUE(run.output.ends_with("Error: QORX_ERR_OPEN_FILE (0x80)\n")) << descriptors;
-          EXPECT_EQ(texts[1] + texts[2], "oldold") << descriptors;
+          EXPECT_EQ(limited, free_run) << descriptors;
         }
       }
     }

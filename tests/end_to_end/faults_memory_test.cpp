@@ -39,13 +39,9 @@ class MemoryMachine : public FakeMachine {
 
   // What -a says where the port is in this slot.
   static ToolRun listed(const std::string& slot) {
-    return said(table_of(table_line({.eth_name = "eth0",
-                                     .address = "03:00.0",
-                                     .ids = "8086 1521",
-                                     .subsystem_ids = "8086 0001",
-                                     .mac = "02:00:00:00:00:01",
-                                     .slot = slot,
-                                     .panel = slot == "(!!)" ? "N/A" : "1 (*)"})));
+    const char* const panel = slot == "(!!)" ? "N/A" : "1 (*)";
+    return said(
+        table_of(table_line({"eth0", "03:00.0", false, "8086 1521", "8086 0001", "02:00:00:00:00:01", slot, panel})));
   }
 };
 
@@ -120,9 +116,7 @@ TEST_F(Memory, AnotherDeviceIsNotMapped) {
 // The device number of memory, where opening or mapping it is refused: as in a container, or with a locked-down kernel.
 TEST_F(Memory, ADeviceThatRefuses) {
   std::filesystem::remove(memory_);
-  if (mknod(memory_.c_str(), S_IFCHR | 0600, makedev(1, 1)) != 0) {
-    GTEST_SKIP() << "devices can't be made here";
-  }
+  QORX_SKIP_IF(mknod(memory_.c_str(), S_IFCHR | 0600, makedev(1, 1)) != 0, "devices can't be made here");
   if (FILE* const opened = std::fopen(memory_.c_str(), "r"); opened != nullptr) {
     std::fclose(opened);
     GTEST_SKIP() << "this machine's own memory can be read";
@@ -160,9 +154,7 @@ TEST_F(Memory, OfALargerTableTheFrontIsLoaded) {
 }
 
 TEST_F(Memory, MoreThanThereIsMemoryFor) {
-  if (kSanitizedBuild) {
-    GTEST_SKIP() << "the sanitizers need more address space than this";
-  }
+  QORX_SKIP_IF(kSanitizedBuild, "the sanitizers need more address space than this");
   machine_.announce(kMostThatIsLoaded - 1);
   EXPECT_EQ(run_replay(machine_.root(), machine_.work(), {"-a"},
                        [] {

@@ -14,20 +14,6 @@
 namespace qorx::test {
 namespace {
 
-// A machine of the largest size.
-struct LargestMachine : FakeMachine {
-  LargestMachine() {
-    SmbiosTable slots;
-    for (int i = 0; i < 512; ++i) {
-      char address[8];
-      std::snprintf(address, sizeof address, "%02x:%02x.%d", 16 + i % 128, i / 128, i % 2);
-      add_port("big" + std::to_string(i), std::string("0000:00:01.0/0000:") + address);
-      slots.slot(std::string("Big slot ") + address, address);
-    }
-    smbios(slots);
-  }
-};
-
 class Reopen : public RunsHere {
  protected:
   static std::int32_t open(const FakeMachine& machine) {
@@ -80,7 +66,7 @@ TEST_F(Reopen, ASecondOpenSaysTheSame) {
 }
 
 TEST_F(Reopen, NothingIsLeftOfALargerMachine) {
-  const LargestMachine large;
+  const LargeMachine large;
   ASSERT_EQ(open(large), 0);
   expect_no_other_records(kMaxRecords, kMaxRecords);
   expect_as_if_alone();
@@ -105,7 +91,7 @@ struct Failure {
 class FailedOpen : public RowTest<Failure, Reopen> {};
 
 TEST_P(FailedOpen, LeavesNothing) {
-  const LargestMachine large;
+  const LargeMachine large;
   ASSERT_EQ(open(large), 0);
   FaultMachine broken;
   row().cause(broken, broken.user_file("wrong.cfg", row().text));
@@ -133,7 +119,10 @@ void wrong_name_file(FaultMachine& /*machine*/, const std::string& file) {
 QORX_ROWS(FailedOpen,
           Failure{"no interfaces", 0x98, [](FaultMachine& machine, const auto&) { machine.remove("sys/class/net"); }},
           Failure{"adapters", 0x98,
-                  [](FaultMachine& machine, const auto&) { machine.remove("sys/class/i2c-adapter"); }},
+                  [](FaultMachine& machine, const auto&) {
+                    g_x86_i2c_root_port_number = -1;  // searched for once in the life of the process
+                    machine.remove("sys/class/i2c-adapter");
+                  }},
           Failure{"override file", 0x81, wrong_override_file, "TYPE=\"9\"\nNAME=\"x\"\n"},
           Failure{"switch line", 0x81, wrong_platform_file,
                   "SLOT_NAME=\"SW Slot\"\nPCIe_SW_DEV/WMX_SLOT=\"3-6/A\"\nPCIe_SW_DEV/WMX_SLOT=\"3\"\n"},

@@ -16,12 +16,21 @@ struct UserFile {
   Words words;
   std::string no_data;   // what an empty file lacks
   bool line_is_printed;  // and the number of the line where it ends
+  std::string line;      // one that is right, as often as it stands there
 };
 
 const std::vector<UserFile> kFiles{
-    {"qorx.cfg", {"-config", "qorx.cfg"}, "Can't find SLOT_NAME! qorx.cfg line: ", true},
-    {"smbios.cfg", {"-smbios_cfg", "smbios.cfg"}, "Can't find TYPE! smbios.cfg line: ", true},
-    {"wmx_name.cfg", {"-legacy", "-sys_WMX_cfg", "wmx_name.cfg"}, "Can't find WMX NAME in wmx_name.cfg", false},
+    {"qorx.cfg", {"-config", "qorx.cfg"}, "Can't find SLOT_NAME! qorx.cfg line: ", true, "SLOT_NAME=\"WMX Slot 3\"\n"},
+    {"smbios.cfg",
+     {"-smbios_cfg", "smbios.cfg"},
+     "Can't find TYPE! smbios.cfg line: ",
+     true,
+     "TYPE=\"9\"\nNAME=\"S\"\nBUS:DEV.FUN=\"03:00.0\"\n"},
+    {"wmx_name.cfg",
+     {"-legacy", "-sys_WMX_cfg", "wmx_name.cfg"},
+     "Can't find WMX NAME in wmx_name.cfg",
+     false,
+     "WMX-2848 A_BYPASS\n"},
 };
 
 const std::string kWrongFormat = "\nError: QORX_ERR_CONF_FILE_FORMAT (0x81)\n";
@@ -29,14 +38,17 @@ const std::string kWrongFormat = "\nError: QORX_ERR_CONF_FILE_FORMAT (0x81)\n";
 // 16 MiB of zeros in pieces of 1,023 bytes: 16,400 whole ones and a rest.
 constexpr const char* kLastLineOfEndlessFile = "16401";
 
+ToolRun cant_open(const UserFile& file) {
+  return said("Error: Open file " + file.name + " failed.\nError: QORX_ERR_OPEN_FILE (0x80)\n", 128);
+}
+
 class UserFileFaults : public FaultTest {
  protected:
   [[nodiscard]] ToolRun expected(const UserFile& file) const {
-    const Fault fault = GetParam();
-    if (cant_be_opened(fault) || fault == Fault::kDirectory || fault == Fault::kReadError) {
-      return said("Error: Open file " + file.name + " failed.\nError: QORX_ERR_OPEN_FILE (0x80)\n", 128);
+    if (cant_be_read(GetParam())) {
+      return cant_open(file);
     }
-    const std::string line = fault == Fault::kEndless ? kLastLineOfEndlessFile : "1";
+    const std::string line = GetParam() == Fault::kEndless ? kLastLineOfEndlessFile : "1";
     return said(file.no_data + (file.line_is_printed ? line : "") + kWrongFormat, 129);
   }
 
@@ -55,16 +67,14 @@ TEST_P(UserFileFaults, AConfigurationFileEndsTheRun) {
 }
 
 TEST_P(UserFileFaults, ARecordedTableIsPassedOver) {
-  const bool is_closed =
-      cant_be_opened(GetParam()) || GetParam() == Fault::kDirectory || GetParam() == Fault::kReadError;
   machine_.user_file("entry", FaultMachine::slots().entry_point3());
   machine_.user_file("table", FaultMachine::slots().bytes());
   const auto expect = [&](const char* name, const std::string& message) {
     const Planted fault(machine_, machine_.work() / name, GetParam());
     EXPECT_EQ(run(machine_, {"-a", "-diag", "entry", "table"}), said(message + table_without_slots())) << name;
   };
-  expect("entry", is_closed ? "1Can't get entry\n" : "Can't find SMBIOS!\n");
-  expect("table", is_closed ? "2Can't get table\n" : "");
+  expect("entry", cant_be_read(GetParam()) ? "1Can't get entry\n" : "Can't find SMBIOS!\n");
+  expect("table", cant_be_read(GetParam()) ? "2Can't get table\n" : "");
 }
 
 QORX_FAULTS(UserFileFaults);
@@ -145,6 +155,32 @@ TEST_F(UserPipe, WhatLiesBehind16MegabytesIsNotRead) {
   EXPECT_EQ(run(machine_, {"-a", "-smbios_cfg", "smbios.cfg"}), by_file);
   machine_.user_file("smbios.cfg", text.substr(1) + "wrong\n");
   EXPECT_EQ(run(machine_, {"-a", "-smbios_cfg", "smbios.cfg"}).status, 129);
+}
+
+// Three pieces of the size that the C library reads at once; the fourth read finds the end.
+std::string long_text(const std::string& line) {
+  std::string text;
+  while (text.size() < 3 * 4096) {
+    text += line;
+  }
+  return text;
+}
+
+// At the first, the second and a later read of each file.
+TEST(ReadErrors, OfAConfigurationFileEndTheRunAndNameIt) {
+  QORX_SKIP_IF(!can_plant_faults(), "strace is not installed or may not trace here");
+  for (const UserFile& file : kFiles) {
+    for (const int which : {1, 2, 3, 4}) {
+      SCOPED_TRACE(file.name + " " + std::to_string(which));
+      FaultMachine machine;
+      machine.user_file(file.name, long_text(file.line));
+      machine.user_file("tovix.cfg", "old\n");
+      EXPECT_EQ(run_with_fault(machine.root(), machine.work(), joined({"-tovix.cfg"}, file.words),
+                               machine.work() / file.name, "read:error=EIO:when=" + std::to_string(which)),
+                cant_open(file));
+      EXPECT_EQ(read_file(machine.work() / "tovix.cfg"), "old\n");
+    }
+  }
 }
 
 }  // namespace

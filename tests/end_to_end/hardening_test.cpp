@@ -36,9 +36,7 @@ class Hardening : public RowTest<Binary> {
 
   // The lines of readelf's output that hold `text`.
   static std::vector<std::string> readelf(const std::string& option, const std::string& text) {
-    const ToolRun run = run_command({"readelf", "-W", option, row().path});
-    EXPECT_EQ(run.status, 0) << run.errors;
-    std::vector<std::string> found = lines_of(run.output);
+    std::vector<std::string> found = lines_of(output_of({"readelf", "-W", option, row().path}));
     std::erase_if(found, [&](const std::string& line) { return line.find(text) == std::string::npos; });
     return found;
   }
@@ -72,28 +70,21 @@ TEST_P(Hardening, ItLooksForLibrariesInNoFolderOfItsOwn) {
 }
 
 TEST_P(Hardening, ItLoadsNothingButTheCLibrary) {
-  if (kSanitizedBuild) {
-    GTEST_SKIP() << "the sanitizers bring libraries";
-  }
-  if (is_static()) {
-    GTEST_SKIP() << "it is fully static";
-  }
+  QORX_SKIP_IF(kSanitizedBuild, "the sanitizers bring libraries");
+  QORX_SKIP_IF(is_static(), "it is fully static");
   // The loader is a part of the C library.
   EXPECT_THAT(readelf("-d", "(NEEDED)"), AllOf(Not(IsEmpty()), Each(AnyOf(HasSubstr("[libc.so"), HasSubstr("[ld-")))));
 }
 
 // libstdc++, which some of them carry, refers to it; only glibc 2.36 and later have it.
 TEST_P(Hardening, ItStartsWithOlderCLibraries) {
-  if (kSanitizedBuild) {
-    GTEST_SKIP() << "the sanitizers bring libraries";
-  }
+  QORX_SKIP_IF(kSanitizedBuild, "the sanitizers bring libraries");
   EXPECT_TRUE(readelf("--dyn-syms", "arc4random").empty());
 }
 
 TEST_P(Hardening, ReleaseBuildsCheckBuffersAndTheStack) {
-  if (!kReleaseBuild || is_static()) {
-    GTEST_SKIP() << "only release builds are compiled so, and a fully static one does not show it";
-  }
+  QORX_SKIP_IF(!kReleaseBuild || is_static(),
+               "only release builds are compiled so, and a fully static one does not show it");
   EXPECT_THAT(readelf("--dyn-syms", "__stack_chk_fail"), Not(IsEmpty()));
   EXPECT_THAT(readelf("--dyn-syms", "printf_chk"), Not(IsEmpty())) << "_FORTIFY_SOURCE has no effect";
 #if !defined(__clang__)  // which can't check a call with a variable number of arguments
@@ -103,15 +94,10 @@ TEST_P(Hardening, ReleaseBuildsCheckBuffersAndTheStack) {
 
 #if defined(__x86_64__)
 TEST_P(Hardening, ReleaseBuildsMarkTheTargetsOfIndirectJumps) {
-  if (!kReleaseBuild) {
-    GTEST_SKIP() << "only release builds are compiled so";
-  }
+  QORX_SKIP_IF(!kReleaseBuild, "only release builds are compiled so");
   QORX_SKIP_WITHOUT("objdump");
-  const ToolRun run =
-      run_command({"objdump", "-d", "--no-show-raw-insn",
-                   std::string("--disassemble=") + (row().is_program ? "main" : "qorx_open"), row().path});
-  EXPECT_EQ(run.status, 0) << run.errors;
-  EXPECT_THAT(run.output, HasSubstr("endbr64"));
+  const std::string symbol = std::string("--disassemble=") + (row().is_program ? "main" : "qorx_open");
+  EXPECT_THAT(output_of({"objdump", "-d", "--no-show-raw-insn", symbol, row().path}), HasSubstr("endbr64"));
 }
 #endif
 

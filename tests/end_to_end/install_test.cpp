@@ -1,5 +1,7 @@
-// What cmake --install puts where, and programs of users built against it.
+// What cmake --install puts where; that it can be used as it stands; and programs of users built against it, also under
+// the default prefix.
 #include <gtest/gtest.h>
+#include <unistd.h>
 
 #include <filesystem>
 #include <fstream>
@@ -8,6 +10,7 @@
 #include <vector>
 
 #include "tests/end_to_end/system_tools.h"
+#include "tests/support/fake_machine.h"
 #include "tests/support/pattern.h"
 #include "tests/support/rows.h"
 
@@ -26,10 +29,7 @@ constexpr bool kWithInspect = false;
 
 class Install : public testing::Test {
  protected:
-  void SetUp() override {
-    const ToolRun run = run_command({QORX_CMAKE, "--install", QORX_BINARY_DIR, "--prefix", prefix_.string()});
-    ASSERT_EQ(run.status, 0) << run.output << run.errors;
-  }
+  void SetUp() override { output_of({QORX_CMAKE, "--install", QORX_BINARY_DIR, "--prefix", prefix_}); }
 
   const TemporaryDirectory directory_;
   const fs::path prefix_ = directory_.path() / "prefix";
@@ -78,9 +78,8 @@ TEST_F(Install, PutsEveryFileInItsPlace) {
 }
 
 TEST_F(Install, TheInstalledCommandRuns) {
-  EXPECT_EQ(run_command({(prefix_ / "sbin/qorx").string(), "-V"}).output,
-            "libqorx version: 01.36\nqorx version: 01.38\n");
-  EXPECT_EQ(run_command({(prefix_ / "bin/qorx-capture").string(), "--help"}).status, 0);
+  EXPECT_EQ(output_of({prefix_ / "sbin/qorx", "-V"}), "libqorx version: 01.36\nqorx version: 01.38\n");
+  EXPECT_NE(output_of({prefix_ / "bin/qorx-capture", "--help"}), "");
 }
 
 TEST_F(Install, ProgramsLoadTheLibraryByItsFirstVersion) {
@@ -113,6 +112,32 @@ TEST_F(Install, TheSharedLibraryExportsWhatTheHeaderDeclaresAndNothingElse) {
   EXPECT_EQ(exported, declared);
 }
 
+TEST_F(Install, LinksInTheGuidesLeadToInstalledFiles) {
+  int links = 0;
+  for (const auto& guide : fs::directory_iterator(prefix_ / "share/doc/qorx")) {
+    const bool is_guide = guide.path().extension() == ".md";
+    const std::string text = is_guide ? read_file(guide.path()) : "";
+    EXPECT_EQ(text.empty(), !is_guide) << guide.path();
+    for (const std::string& link : matches_in(text, R"(\]\(([^)#]*)[^)]*\))", {1})) {
+      EXPECT_TRUE(fs::exists(guide.path().parent_path() / link)) << guide.path() << " " << link;
+      ++links;
+    }
+  }
+  EXPECT_GT(links, 0) << "they still lead from one to the other";
+}
+
+TEST_F(Install, TheSampleMachinesCanBeTried) {
+  for (const char* const machine : {"edge", "legacy"}) {
+    const fs::path sample = prefix_ / "share/doc/qorx/examples" / machine;
+    const fs::path source = kSource / "examples/appliances" / machine;
+    for (const std::vector<std::string>& words :
+         {std::vector<std::string>{"-a"}, {"-sysinfo"}, {"-a", "-config", "qorx.cfg"}}) {
+      EXPECT_EQ(run_replay(sample / "machine.tar.gz", sample, words),
+                said(run_replay(source / "root", source, words).output));
+    }
+  }
+}
+
 // A program that uses functions, an option and the tables; valid C and C++.
 constexpr const char* kUserProgram = R"(#include <qorx.h>
 #include <stdio.h>
@@ -142,38 +167,27 @@ int main(void) {
 class InstallForUsers : public Install {
  protected:
   void SetUp() override {
-    if (!kReleaseBuild) {
-      GTEST_SKIP() << "users build against a release build";
-    }
+    QORX_SKIP_IF(!kReleaseBuild, "users build against a release build");
     Install::SetUp();
     std::ofstream(directory_.path() / "user.c") << kUserProgram;
     std::ofstream(directory_.path() / "user.cpp") << kUserProgram;
   }
 
   void expect_runs(const std::string& program) const {
-    const ToolRun run = run_command({"LD_LIBRARY_PATH=" + libraries_.string(), directory_.path() / program});
-    EXPECT_EQ(run.output, "1.36\n") << program;
-    EXPECT_EQ(run.errors, "") << program;
-    EXPECT_EQ(run.status, 0) << program;
-  }
-
-  // Runs cmake, which must succeed.
-  void cmake(std::vector<std::string> words) const {
-    words.insert(words.begin(), QORX_CMAKE);
-    const ToolRun run = run_command(words);
-    ASSERT_EQ(run.status, 0) << run.output << run.errors;
+    EXPECT_EQ(run_command({"LD_LIBRARY_PATH=" + libraries_.string(), directory_.path() / program}), said("1.36\n"))
+        << program;
   }
 
   // Configures a project of users with this CMakeLists.txt.
   void configure(const std::string& lists) const {
     std::ofstream(directory_.path() / "CMakeLists.txt") << "cmake_minimum_required(VERSION 3.16)\n" << lists;
-    cmake({"-S", directory_.path(), "-B", build_, "-DCMAKE_PREFIX_PATH=" + prefix_.string(),
-           "-DCMAKE_C_COMPILER=" QORX_C_COMPILER, "-DCMAKE_CXX_COMPILER=" QORX_CXX_COMPILER});
+    output_of({QORX_CMAKE, "-S", directory_.path(), "-B", build_, "-DCMAKE_PREFIX_PATH=" + prefix_.string(),
+               "-DCMAKE_C_COMPILER=" QORX_C_COMPILER, "-DCMAKE_CXX_COMPILER=" QORX_CXX_COMPILER});
   }
 
-  [[nodiscard]] ToolRun run_with_pkg_config(const std::string& script) const {
-    return run_command({"PKG_CONFIG_PATH=" + (libraries_ / "pkgconfig").string(), "sh", "-ec", script},
-                       directory_.path());
+  [[nodiscard]] std::string output_with_pkg_config(const std::string& script) const {
+    return output_of({"PKG_CONFIG_PATH=" + (libraries_ / "pkgconfig").string(), "sh", "-ec", script},
+                     directory_.path());
   }
 
   const fs::path build_ = directory_.path() / "build";
@@ -189,9 +203,8 @@ class InstallForPkgConfig : public RowTest<Compilation, InstallForUsers> {};
 
 TEST_P(InstallForPkgConfig, IsBuiltAndRuns) {
   QORX_SKIP_WITHOUT("pkg-config");
-  const ToolRun run = run_with_pkg_config(row().command + " -Wall -Wextra -Wpedantic -Werror -o user " +
-                                          "$(pkg-config --cflags --libs " + row().pkg_config_option + " qorx)");
-  ASSERT_EQ(run.status, 0) << run.output << run.errors;
+  output_with_pkg_config(row().command + " -Wall -Wextra -Wpedantic -Werror -o user $(pkg-config --cflags --libs " +
+                         row().pkg_config_option + " qorx)");
   expect_runs("user");
 }
 
@@ -201,7 +214,7 @@ QORX_ROWS(InstallForPkgConfig, {"a C program", QORX_C_COMPILER " user.c", ""},
 
 TEST_F(InstallForUsers, PkgConfigNamesTheVersionOfTheLibrary) {
   QORX_SKIP_WITHOUT("pkg-config");
-  EXPECT_EQ(run_with_pkg_config("pkg-config --modversion qorx").output, "1.36\n");
+  EXPECT_EQ(output_with_pkg_config("pkg-config --modversion qorx"), "1.36\n");
 }
 
 TEST_F(InstallForUsers, CAndCppProgramsByFindPackage) {
@@ -214,7 +227,7 @@ target_link_libraries(user_cpp qorx::qorx)
 add_executable(user_static user.c)
 target_link_libraries(user_static qorx::qorx_static)
 )");
-  cmake({"--build", build_});
+  output_of({QORX_CMAKE, "--build", build_});
   for (const char* const program : {"build/user_c", "build/user_cpp", "build/user_static"}) {
     expect_runs(program);
   }
@@ -228,6 +241,50 @@ if(qorx_FOUND)
 endif()
 find_package(qorx REQUIRED)
 )");
+}
+
+// The system as it is with /usr/local replaced by an empty one: in a mount namespace, and changes go to memory.
+TEST(InstallUnderTheDefaultPrefix, EverythingIsFound) {
+  QORX_SKIP_IF(!kReleaseBuild, "users install a release build");
+  QORX_SKIP_IF(geteuid() != 0, "only root can install under the default prefix");
+  const std::string cache = read_file(fs::path(QORX_BINARY_DIR) / "CMakeCache.txt");
+  QORX_SKIP_IF(cache.find("CMAKE_INSTALL_PREFIX:PATH=/usr/local\n") == std::string::npos,
+               "this build has another prefix");
+  const TemporaryDirectory directory;
+  QORX_SKIP_IF(run_command({"unshare", "--mount", "--propagation", "private", "true"}).status != 0,
+               "no mount namespace can be made here");
+  const ToolRun run = run_command({"unshare", "--mount", "--propagation", "private", "sh", "-ec", R"(
+root=$1/root build=$2 source=$3 cc=$4
+mount -t tmpfs tmpfs "$1"
+mkdir "$1/upper" "$1/work" "$root" "$1/empty"
+mount -t overlay overlay -o "lowerdir=/,upperdir=$1/upper,workdir=$1/work" "$root" 2>/dev/null || exit 77
+mount --bind "$1/empty" "$root/usr/local"
+for place in /dev /proc "$build" "$source"; do
+  mkdir -p "$root$place"
+  mount --bind "$place" "$root$place"
+done
+exec chroot "$root" sh -ec '
+  "$1" --install "$2" >/dev/null
+  printf "%s" "$4" >/tmp/user.c
+  "$3" /tmp/user.c -o /tmp/user -lqorx
+  /tmp/user
+  "$3" /tmp/user.c -o /tmp/user-static $(PKG_CONFIG_PATH= pkg-config --static --cflags --libs qorx)
+  /tmp/user-static
+  /usr/local/sbin/qorx -V
+  zsh -fc "autoload -Uz +X _qorx && echo \"\$functions_source[_qorx]\"" || echo "no zsh"
+  ' sh "$5" "$build" "$cc" "$6")",
+                                   "sh", directory.path(), QORX_BINARY_DIR, QORX_SOURCE_DIR, QORX_C_COMPILER,
+                                   QORX_CMAKE, kUserProgram});
+  QORX_SKIP_IF(run.status == 77, "no overlay of the system can be mounted here");
+  EXPECT_EQ(run.status, 0) << run.errors;
+  const std::vector<std::string> lines = lines_of(run.output);
+  ASSERT_EQ(lines.size(), 5U) << run.output << run.errors;
+  EXPECT_EQ(lines[0], "1.36") << "the shared library, without LD_LIBRARY_PATH";
+  EXPECT_EQ(lines[1], "1.36") << "the static library";
+  EXPECT_EQ(lines[3], "qorx version: 01.38");
+  if (has_command("zsh")) {
+    EXPECT_EQ(lines[4], "/usr/local/share/zsh/site-functions/_qorx") << run.errors;
+  }
 }
 
 }  // namespace

@@ -3,13 +3,12 @@
 #define QORX_TESTS_END_TO_END_MANUAL_PAGE_H
 
 #include <algorithm>
-#include <array>
 #include <filesystem>
+#include <map>
 #include <sstream>
 #include <stdexcept>
 #include <string>
 #include <string_view>
-#include <utility>
 #include <vector>
 
 #include "tests/support/transcript.h"
@@ -43,17 +42,10 @@ inline Lines page_lines(const std::string& text) {
 
 // The text behind the roff escapes that the pages use. An unknown escape stays, and so fails a comparison.
 inline std::string without_escapes(std::string text) {
-  static constexpr std::array<std::pair<std::string_view, std::string_view>, 8> kEscapes{{
-      {"\\&", ""},
-      {"\\-", "-"},
-      {"\\(aq", "'"},
-      {"\\(dq", "\""},
-      {"\\(ga", "`"},
-      {"\\(ha", "^"},
-      {"\\(ti", "~"},
-      {"\\e", "\\"},
-  }};
-  for (const auto& [escape, plain] : kEscapes) {
+  static const std::map<std::string_view, std::string_view> escapes{{"\\&", ""},    {"\\-", "-"},    {"\\e", "\\"},
+                                                                    {"\\(aq", "'"}, {"\\(dq", "\""}, {"\\(ga", "`"},
+                                                                    {"\\(ha", "^"}, {"\\(ti", "~"}};
+  for (const auto& [escape, plain] : escapes) {
     for (std::size_t at = text.find(escape); at != std::string::npos; at = text.find(escape, at + plain.size())) {
       text.replace(at, escape.size(), plain);
     }
@@ -61,13 +53,16 @@ inline std::string without_escapes(std::string text) {
   return text;
 }
 
+// What stands in a directory, in the order of the names.
+inline std::vector<std::filesystem::path> entries_of(const std::filesystem::path& directory) {
+  const std::filesystem::directory_iterator entries(directory);
+  std::vector<std::filesystem::path> paths(begin(entries), end(entries));
+  std::sort(paths.begin(), paths.end());
+  return paths;
+}
+
 inline std::vector<std::filesystem::path> manual_pages() {
-  std::vector<std::filesystem::path> pages;
-  for (const auto& entry : std::filesystem::directory_iterator(documents() / "man")) {
-    pages.push_back(entry.path());
-  }
-  std::sort(pages.begin(), pages.end());
-  return pages;
+  return entries_of(documents() / "man");
 }
 
 // A display that is quoted from an example: the comment EXAMPLE <example> <role> [<file>] stands before it.

@@ -3,7 +3,6 @@
 
 #include <algorithm>
 #include <filesystem>
-#include <iterator>
 #include <set>
 #include <string>
 #include <vector>
@@ -60,9 +59,9 @@ TEST(Manual, HasAPageForEveryCommandFileAndLibrary) {
 Lines found_in_sources(const Lines& folders, const std::string& pattern) {
   Lines found;
   for (const std::string& folder : folders) {
-    for (const auto& entry : fs::directory_iterator(kSource / folder)) {
-      if (entry.path().extension() == ".cpp") {
-        const Lines more = taken(read_file(entry.path()), pattern);
+    for (const fs::path& path : entries_of(kSource / folder)) {
+      if (path.extension() == ".cpp") {
+        const Lines more = taken(read_file(path), pattern);
         found.insert(found.end(), more.begin(), more.end());
       }
     }
@@ -162,10 +161,9 @@ TEST(Manual, ListsTheFeatureWordsOfEachFile) {
 }
 
 std::vector<fs::path> all_documents() {
-  std::vector<fs::path> found{kSource / "README.md", kSource / "CONTRIBUTING.md"};
-  std::copy_if(fs::directory_iterator(documents()), {}, std::back_inserter(found),
-               [](const fs::path& path) { return path.extension() == ".md"; });
-  std::sort(found.begin(), found.end());
+  std::vector<fs::path> found = entries_of(documents());
+  std::erase_if(found, [](const fs::path& path) { return path.extension() != ".md"; });
+  found.insert(found.end(), {kSource / "README.md", kSource / "CONTRIBUTING.md"});
   return found;
 }
 

@@ -73,6 +73,8 @@ bool can_trace() {
 
 class SignalsDuringAnOutput : public testing::TestWithParam<int> {
  protected:
+  void SetUp() override { QORX_SKIP_IF(!can_trace(), "this system allows no tracing"); }
+
   // Runs with the signal at each system call; counts what is left.
   void interrupt_everywhere(const std::vector<std::string>& words, const char* name, const std::string& old_text) {
     SampleMachine machine;
@@ -106,23 +108,14 @@ class SignalsDuringAnOutput : public testing::TestWithParam<int> {
 };
 
 TEST_P(SignalsDuringAnOutput, LeaveTheOldTextOrTheNewOne) {
-  if (!can_trace()) {
-    GTEST_SKIP() << "this system allows no tracing";
-  }
   interrupt_everywhere({"-tovix.cfg"}, "tovix.cfg", std::string(5000, 'o'));
 }
 
 TEST_P(SignalsDuringAnOutput, LeaveTheOldResultOrTheNewOne) {
-  if (!can_trace()) {
-    GTEST_SKIP() << "this system allows no tracing";
-  }
   interrupt_everywhere({"-o", "result"}, "result", "old\n");
 }
 
 TEST_P(SignalsDuringAnOutput, LeaveNoFileOrAWholeOne) {
-  if (!can_trace()) {
-    GTEST_SKIP() << "this system allows no tracing";
-  }
   interrupt_everywhere({"-tovix.cfg"}, "tovix.cfg", "");
 }
 

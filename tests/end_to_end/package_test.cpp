@@ -18,29 +18,24 @@ namespace fs = std::filesystem;
 
 const std::vector<std::string> kPackages{"libqorx-dev", "libqorx1", "qorx"};
 
-std::string cpack_program() {
-  return (fs::path(QORX_CMAKE).parent_path() / "cpack").string();
-}
-
 // A build as the preset "package" makes it, in a folder of its own: made by the first test that wants it, while others
 // wait. `sources` are those of the project or a copy.
 fs::path package_build(const fs::path& sources, const std::string& name) {
   const fs::path build = fs::path(QORX_BINARY_DIR) / name;
-  const ToolRun run =
-      run_command({"flock", build.string() + ".lock", "sh", "-ec",
-                   R"("$1" -G Ninja -S "$2" -B "$3" -DCMAKE_BUILD_TYPE=Release -DCMAKE_INSTALL_PREFIX=/usr \
+  output_of({"flock", build.string() + ".lock", "sh", "-ec",
+             R"("$1" -G Ninja -S "$2" -B "$3" -DCMAKE_BUILD_TYPE=Release -DCMAKE_INSTALL_PREFIX=/usr \
                         -DQORX_BUILD_TESTS=OFF -DCMAKE_C_COMPILER="$4" -DCMAKE_CXX_COMPILER="$5"
                       "$1" --build "$3" --parallel 2)",
-                   "sh", QORX_CMAKE, sources, build, QORX_C_COMPILER, QORX_CXX_COMPILER});
-  EXPECT_EQ(run.status, 0) << run.output << run.errors;
+             "sh", QORX_CMAKE, sources, build, QORX_C_COMPILER, QORX_CXX_COMPILER});
   return build;
 }
 
 // Packs a build, with the revision 7, into `directory`.
-ToolRun pack(const std::string& generator, const fs::path& build, const fs::path& directory) {
-  return run_command({cpack_program(), "-G", generator, "-B", directory.string(), "-D", "CPACK_QORX_REVISION=7",
-                      "--config", (build / "CPackConfig.cmake").string()},
-                     directory);
+void pack(const std::string& generator, const fs::path& build, const fs::path& directory,
+          const Words& environment = {}) {
+  output_of(joined(environment, {fs::path(QORX_CMAKE).parent_path() / "cpack", "-G", generator, "-B", directory, "-D",
+                                 "CPACK_QORX_REVISION=7", "--config", build / "CPackConfig.cmake"}),
+            directory);
 }
 
 // The file of this kind in `directory` whose name begins so.
@@ -61,27 +56,22 @@ class Package : public testing::Test {
   static void SetUpTestSuite() {
     if (kReleaseBuild && has_command("dpkg-deb")) {
       directory_ = std::make_unique<TemporaryDirectory>();
-      const ToolRun run = pack("DEB", package_build(QORX_SOURCE_DIR, "package"), directory_->path());
-      EXPECT_EQ(run.status, 0) << run.output << run.errors;
+      pack("DEB", package_build(QORX_SOURCE_DIR, "package"), directory_->path());
     }
   }
   static void TearDownTestSuite() { directory_.reset(); }
 
   void SetUp() override {
-    if (!kReleaseBuild) {
-      GTEST_SKIP() << "packages are made of release builds";
-    }
+    QORX_SKIP_IF(!kReleaseBuild, "packages are made of release builds");
     QORX_SKIP_WITHOUT("dpkg-deb");
     for (const std::string& name : kPackages) {
       files_.push_back(file_named(directory_->path(), name + "_1.38-7_", ".deb"));
     }
   }
 
-  std::string contents(std::size_t package) const {
-    return run_command({"dpkg-deb", "-c", files_[package].string()}).output;
-  }
+  std::string contents(std::size_t package) const { return output_of({"dpkg-deb", "-c", files_[package]}); }
   std::string field(std::size_t package, const std::string& name) const {
-    return run_command({"dpkg-deb", "-f", files_[package].string(), name}).output;
+    return output_of({"dpkg-deb", "-f", files_[package], name});
   }
 
   static std::unique_ptr<TemporaryDirectory> directory_;
@@ -90,13 +80,14 @@ class Package : public testing::Test {
 
 std::unique_ptr<TemporaryDirectory> Package::directory_;
 
-TEST_F(Package, EachHoldsItsPart) {
+TEST_F(Package, EachHoldsItsPartAndTheRevisionFollowsTheVersion) {
   const auto holds = [&](std::size_t package, const std::string& file) {
     return contents(package).find(file) != std::string::npos;
   };
   for (std::size_t package = 0; package < kPackages.size(); ++package) {
     SCOPED_TRACE(kPackages[package]);
     EXPECT_EQ(field(package, "Package"), kPackages[package] + "\n");
+    EXPECT_EQ(field(package, "Version"), "1.38-7\n");
     EXPECT_EQ(holds(package, "./usr/include/qorx.h"), package == 0);
     EXPECT_EQ(holds(package, "/libqorx.a"), package == 0);
     EXPECT_EQ(holds(package, "/libqorx.so -> "), package == 0);
@@ -118,33 +109,19 @@ TEST_F(Package, OnlyTheHeadersNeedAnotherOfThem) {
   EXPECT_EQ(field(2, "Depends").find(','), std::string::npos) << field(2, "Depends");
 }
 
-TEST_F(Package, TheRevisionFollowsTheVersion) {
-  for (std::size_t package = 0; package < kPackages.size(); ++package) {
-    EXPECT_EQ(field(package, "Version"), "1.38-7\n");
-  }
-}
-
 TEST_F(Package, LintianFindsNothing) {
   QORX_SKIP_WITHOUT("lintian");
-  std::vector<std::string> words{"lintian", "--allow-root"};
-  for (const fs::path& file : files_) {
-    words.push_back(file.string());
-  }
-  const ToolRun run = run_command(words, directory_->path());
-  EXPECT_EQ(run.status, 0) << run.errors;
-  EXPECT_EQ(run.output, "");
+  EXPECT_EQ(output_of(joined({"lintian", "--allow-root"}, Words(files_.begin(), files_.end())), directory_->path()),
+            "");
 }
 
 TEST(PackageOfRpm, HoldsTheTool) {
-  if (!kReleaseBuild) {
-    GTEST_SKIP() << "packages are made of release builds";
-  }
+  QORX_SKIP_IF(!kReleaseBuild, "packages are made of release builds");
   QORX_SKIP_WITHOUT("rpmbuild");
   const TemporaryDirectory directory;
-  const ToolRun run = pack("RPM", package_build(QORX_SOURCE_DIR, "package"), directory.path());
-  ASSERT_EQ(run.status, 0) << run.output << run.errors;
+  pack("RPM", package_build(QORX_SOURCE_DIR, "package"), directory.path());
   const std::string file = file_named(directory.path(), "qorx-1.38-7.", ".rpm");
-  const std::vector<std::string> listed = lines_of(run_command({"rpm", "-qpl", file}).output);
+  const std::vector<std::string> listed = lines_of(output_of({"rpm", "-qpl", file}));
   const std::set<std::string> files(listed.begin(), listed.end());
   for (const char* const path :
        {"/usr/sbin/qorx", "/usr/bin/qorx-replay", "/usr/bin/qorx-capture", "/usr/share/man/man8/qorx.8",
@@ -157,53 +134,42 @@ TEST(PackageOfRpm, HoldsTheTool) {
 }
 
 TEST(PackageAsArchive, IsOneTree) {
-  if (!kReleaseBuild) {
-    GTEST_SKIP() << "packages are made of release builds";
-  }
+  QORX_SKIP_IF(!kReleaseBuild, "packages are made of release builds");
   const TemporaryDirectory directory;
-  const ToolRun run = pack("TGZ", QORX_BINARY_DIR, directory.path());
-  ASSERT_EQ(run.status, 0) << run.output << run.errors;
+  pack("TGZ", QORX_BINARY_DIR, directory.path());
   const fs::path archive = file_named(directory.path(), "qorx-1.38-7-", ".tar.gz");
   const std::string name = archive.filename().string();
   const std::string top = name.substr(0, name.size() - std::string(".tar.gz").size());
-  ASSERT_EQ(run_command({"tar", "-xzf", archive.string()}, directory.path()).status, 0);
+  output_of({"tar", "-xzf", archive}, directory.path());
   const fs::path installed = directory.path() / "installed";
-  ASSERT_EQ(run_command({QORX_CMAKE, "--install", QORX_BINARY_DIR, "--prefix", installed.string()}).status, 0);
+  output_of({QORX_CMAKE, "--install", QORX_BINARY_DIR, "--prefix", installed});
   EXPECT_EQ(files_below(directory.path() / top), files_below(installed));
-  for (const std::string& line : lines_of(run_command({"tar", "-tzf", archive.string()}).output)) {
+  for (const std::string& line : lines_of(output_of({"tar", "-tzf", archive}))) {
     EXPECT_TRUE(line.starts_with(top + "/")) << line;
   }
 }
 
 // A copy of the sources, elsewhere.
 void copy_sources(const fs::path& copy) {
-  const ToolRun run = run_command({"sh", "-ec",
-                                   R"(mkdir -p "$2"; cd "$1"
+  output_of({"sh", "-ec",
+             R"(mkdir -p "$2"; cd "$1"
                                       tar --exclude=./build --exclude=./.git --exclude=./tests -cf - . | tar -C "$2" -xf -)",
-                                   "sh", QORX_SOURCE_DIR, copy.string()});
-  ASSERT_EQ(run.status, 0) << run.errors;
+             "sh", QORX_SOURCE_DIR, copy.string()});
 }
 
 TEST(PackageBytes, AreTheSameFromEveryFolder) {
-  if (std::getenv("QORX_LONG") == nullptr) {
-    GTEST_SKIP() << "it builds everything twice: only in long runs (QORX_LONG=1)";
-  }
-  if (!kReleaseBuild) {
-    GTEST_SKIP() << "packages are made of release builds";
-  }
+  QORX_SKIP_IF(std::getenv("QORX_LONG") == nullptr, "it builds everything twice: only in long runs (QORX_LONG=1)");
+  QORX_SKIP_IF(!kReleaseBuild, "packages are made of release builds");
   QORX_SKIP_WITHOUT("dpkg-deb");
   const TemporaryDirectory directory;
   const fs::path copy = fs::path(QORX_BINARY_DIR) / "another longer name";
   copy_sources(copy);
-  const std::string time = "SOURCE_DATE_EPOCH=1790000000";
   for (const auto& [sources, name] : {std::pair(fs::path(QORX_SOURCE_DIR), "package"), {copy, "package of a copy"}}) {
     const fs::path build = package_build(sources, name);
     fs::create_directories(directory.path() / name);
     for (const char* const generator : {"DEB", "RPM", "TGZ"}) {
       if (generator != std::string("RPM") || has_command("rpmbuild")) {
-        const ToolRun run = run_command({time, cpack_program(), "-G", generator, "-B", directory.path() / name, "-D",
-                                         "CPACK_QORX_REVISION=7", "--config", build / "CPackConfig.cmake"});
-        ASSERT_EQ(run.status, 0) << run.output << run.errors;
+        pack(generator, build, directory.path() / name, {"SOURCE_DATE_EPOCH=1790000000"});
       }
     }
     fs::remove_all(directory.path() / name / "_CPack_Packages");

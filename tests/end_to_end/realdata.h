@@ -12,6 +12,7 @@
 #include <string>
 #include <vector>
 
+#include "tests/end_to_end/system_tools.h"
 #include "tests/support/library.h"
 #include "tests/support/rows.h"
 #include "tests/support/tool_run.h"
@@ -27,8 +28,7 @@ using Row = std::vector<std::string>;
 // The lines of a listing without its comments, each split at tabs.
 inline std::vector<Row> read_listing(const fs::path& file) {
   std::vector<Row> rows;
-  std::istringstream lines(read_file(file));
-  for (std::string line; std::getline(lines, line);) {
+  for (const std::string& line : lines_of(read_file(file))) {
     if (line.starts_with("#")) {
       continue;
     }
@@ -75,9 +75,7 @@ inline constexpr auto kNamedByRecording = [](const auto& tested) {
 class RealMachine : public testing::TestWithParam<std::string> {
  protected:
   void SetUp() override {
-    if (kRealData.empty()) {
-      GTEST_SKIP() << "no recorded machines: QORX_REALDATA_DIR is not set";
-    }
+    QORX_SKIP_IF(kRealData.empty(), "no recorded machines: QORX_REALDATA_DIR is not set");
     ASSERT_NE(GetParam(), "") << "no recordings below " << kRealData;
     reset_library();
   }

@@ -5,6 +5,7 @@
 #include <sys/wait.h>
 #include <unistd.h>
 
+#include <algorithm>
 #include <chrono>
 #include <csignal>
 #include <filesystem>
@@ -19,28 +20,20 @@ namespace qorx::test {
 namespace {
 
 namespace fs = std::filesystem;
-using Words = std::vector<std::string>;
 
 ToolRun replay(const FakeMachine& machine, const Words& words) {
   return run_program(replay_program(), words, machine.work());
 }
 
 TEST(ReplayArguments, WithoutAMachineItSaysHowItIsUsed) {
-  const FakeMachine machine;
-  const ToolRun run = replay(machine, {});
-  EXPECT_EQ(run.errors, "Usage: qorx-replay MACHINE [--] OPERATION [OPTION...]\n");
-  EXPECT_EQ(run.output, "");
-  EXPECT_EQ(run.status, 2);
+  EXPECT_EQ(replay(FakeMachine(), {}), (ToolRun{"", "Usage: qorx-replay MACHINE [--] OPERATION [OPTION...]\n", 2}));
 }
 
 TEST(ReplayArguments, AMachineThatIsNotThereIsNamed) {
   const FakeMachine machine;
   for (const std::string name : {"nosuch", "no/such.tar.gz", ""}) {
     for (const Words& words : {Words{name}, Words{name, "-a"}, Words{name, "--", "-V"}}) {
-      const ToolRun run = replay(machine, words);
-      EXPECT_EQ(run.errors, "qorx-replay: " + name + ": No such file or directory\n");
-      EXPECT_EQ(run.output, "");
-      EXPECT_EQ(run.status, 2);
+      EXPECT_EQ(replay(machine, words), (ToolRun{"", "qorx-replay: " + name + ": No such file or directory\n", 2}));
     }
   }
 }
@@ -82,8 +75,7 @@ TEST(ReplayArguments, ARecordedOrderOfMissingDirectoriesIsNoFault) {
 class InterruptedReplay : public testing::TestWithParam<int> {
  protected:
   InterruptedReplay() {
-    const ToolRun run = run_command({"tar", "-czf", archive_, "-C", machine_.root().string(), "."});
-    EXPECT_EQ(run.status, 0) << run.errors;
+    output_of({"tar", "-czf", archive_, "-C", machine_.root(), "."});
     EXPECT_EQ(mkfifo((machine_.work() / "pipe").c_str(), 0600), 0);
   }
 
@@ -105,12 +97,9 @@ class InterruptedReplay : public testing::TestWithParam<int> {
   }
 
   [[nodiscard]] bool is_unpacked() const {
-    for (const auto& entry : fs::directory_iterator(temporary_.path())) {
-      if (fs::exists(entry.path() / "sys/devices/pci0000:00")) {
-        return true;
-      }
-    }
-    return false;
+    const fs::directory_iterator entries(temporary_.path());
+    return std::any_of(fs::begin(entries), fs::end(entries),
+                       [](const auto& entry) { return fs::exists(entry.path() / "sys/devices/pci0000:00"); });
   }
 
   void end(pid_t child) const {

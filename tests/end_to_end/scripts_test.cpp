@@ -15,12 +15,15 @@ namespace {
 
 namespace fs = std::filesystem;
 
+const std::string kMissing =
+    "Packages of Debian and Ubuntu that are missing: g++ cmake ninja-build nlohmann-json3-dev ";
+
 class Scripts : public testing::Test {
  protected:
   void SetUp() override {
     for (const char* const tool : {"sh", "env", "sed", "grep", "sort", "head", "dirname", "find", "xargs"}) {
-      const ToolRun which = run_command({"sh", "-c", std::string("command -v ") + tool});
-      fs::create_symlink(lines_of(which.output).at(0), tools_.path() / tool);
+      fs::create_symlink(lines_of(output_of({"sh", "-c", std::string("command -v ") + tool})).at(0),
+                         tools_.path() / tool);
     }
     tool("id", "echo 1000");
     tool("dpkg-query", "exit 1");
@@ -39,11 +42,10 @@ class Scripts : public testing::Test {
   void tool_apt_get() const { tool("apt-get", "echo \"$*\" >>'" + (tools_.path() / "apt-get.log").string() + "'"); }
   std::string apt_get_log() const { return read_file(tools_.path() / "apt-get.log"); }
 
-  ToolRun run(const std::string& script, const std::vector<std::string>& arguments) const {
-    std::vector<std::string> words{"-i", "PATH=" + tools_.path().string(), kSource / script};
-    words.insert(words.end(), arguments.begin(), arguments.end());
-    return run_command(words);
+  ToolRun run(const std::string& script, const Words& arguments) const {
+    return run_command(joined({"-i", "PATH=" + tools_.path().string(), kSource / script}, arguments));
   }
+  ToolRun install(const std::string& set) const { return run("scripts/install-packages", {set}); }
 
   const fs::path kSource = QORX_SOURCE_DIR;
   const TemporaryDirectory tools_;
@@ -53,9 +55,7 @@ TEST_F(Scripts, NothingIsSaidOrDoneWhereNothingIsMissing) {
   tool("dpkg-query", "echo 'install ok installed'");
   tool_apt_get();
   for (const char* const set : {"build", "check", "long"}) {
-    const ToolRun installed = run("scripts/install-packages", {set});
-    EXPECT_EQ(installed.output + installed.errors, "") << set;
-    EXPECT_EQ(installed.status, 0) << set;
+    EXPECT_EQ(install(set), said("")) << set;
   }
   EXPECT_EQ(apt_get_log(), "");
 }
@@ -64,45 +64,30 @@ TEST_F(Scripts, RootInstallsWhatIsMissingAndSaysWhatThatIs) {
   tool("id", "echo 0");
   tool("dpkg-query", "case $* in *ninja-build) exit 1 ;; esac; echo 'install ok installed'");
   tool_apt_get();
-  const ToolRun installed = run("scripts/install-packages", {"build"});
-  EXPECT_EQ(installed.output, "Installing: ninja-build\n");
-  EXPECT_EQ(installed.errors, "");
-  EXPECT_EQ(installed.status, 0);
+  EXPECT_EQ(install("build"), said("Installing: ninja-build\n"));
   EXPECT_EQ(apt_get_log(), "update -qq\ninstall -y -qq --no-install-recommends ninja-build\n");
 }
 
 TEST_F(Scripts, AnOrdinaryUserAsksSudo) {
   tool_apt_get();
   tool("sudo", "echo sudo; exec \"$@\"");
-  const ToolRun installed = run("scripts/install-packages", {"build"});
-  EXPECT_EQ(installed.output, "Installing: g++ cmake ninja-build nlohmann-json3-dev\nsudo\nsudo\n");
-  EXPECT_EQ(installed.status, 0);
+  EXPECT_EQ(install("build"), said("Installing: g++ cmake ninja-build nlohmann-json3-dev\nsudo\nsudo\n"));
 }
 
 TEST_F(Scripts, WithoutARightToInstallThePackagesAreNamedAndTheProgramsDo) {
   tool_apt_get();
-  const ToolRun installed = run("scripts/install-packages", {"build"});
-  EXPECT_EQ(installed.output, "");
-  EXPECT_EQ(installed.errors,
-            "Packages of Debian and Ubuntu that are missing: g++ cmake ninja-build nlohmann-json3-dev (only root can, "
-            "and there is no sudo "
-            "here)\n");
-  EXPECT_EQ(installed.status, 0) << "the programs are there";
+  EXPECT_EQ(install("build"), (ToolRun{"", kMissing + "(only root can, and there is no sudo here)\n", 0}));
   EXPECT_EQ(apt_get_log(), "");
 }
 
 TEST_F(Scripts, WithoutAptGetThePackagesAreNamedAndTheProgramsDo) {
-  const ToolRun installed = run("scripts/install-packages", {"build"});
-  EXPECT_EQ(installed.errors,
-            "Packages of Debian and Ubuntu that are missing: g++ cmake ninja-build nlohmann-json3-dev (there is no "
-            "apt-get here)\n");
-  EXPECT_EQ(installed.status, 0);
+  EXPECT_EQ(install("build"), (ToolRun{"", kMissing + "(there is no apt-get here)\n", 0}));
 }
 
 TEST_F(Scripts, WithoutTheProgramsThereIsNoGoingOn) {
   no_tool("ninja");
   no_tool("c++");
-  const ToolRun installed = run("scripts/install-packages", {"build"});
+  const ToolRun installed = install("build");
   EXPECT_EQ(lines_of(installed.errors).back(), "Can't go on without: a C++ compiler ninja");
   EXPECT_EQ(installed.status, 1);
 }
@@ -111,10 +96,7 @@ TEST_F(Scripts, AnOlderCMakeIsNamedInOneLine) {
   tool("dpkg-query", "echo 'install ok installed'");
   tool("cmake", "echo 'cmake version 3.22.1'; echo 'CMake suite'; [ \"$1\" = --version ]");
   for (const char* const script : {"demo", "check"}) {
-    const ToolRun run = this->run(script, {});
-    EXPECT_EQ(run.output, "") << script;
-    EXPECT_EQ(run.errors, "CMake is too old: 3.22.1; qorx needs 3.25 or newer.\n") << script;
-    EXPECT_EQ(run.status, 1) << script;
+    EXPECT_EQ(run(script, {}), (ToolRun{"", "CMake is too old: 3.22.1; qorx needs 3.25 or newer.\n", 1})) << script;
   }
 }
 
@@ -143,9 +125,8 @@ TEST_F(Scripts, ChecksWhoseAnswerDependsOnTheToolAreSkippedForAnotherVersion) {
   for (const auto& [check, reason] :
        {std::pair("format", "clang-format 14; here is 18.1.3"), std::pair("tidy", "clang-tidy 14; here is 19.1.7"),
         std::pair("cppcheck", "cppcheck 2.10; here is 2.17.1")}) {
-    const ToolRun skipped = run("scripts/static-checks", {check, "build"});
-    EXPECT_EQ(skipped.output, std::string("skipped: the rules are written for ") + reason + "\n");
-    EXPECT_EQ(skipped.status, 77) << check;
+    EXPECT_EQ(run("scripts/static-checks", {check, "build"}),
+              said(std::string("skipped: the rules are written for ") + reason + "\n", 77));
   }
   no_tool("cppcheck");
   EXPECT_EQ(run("scripts/static-checks", {"cppcheck", "build"}).output,
@@ -154,9 +135,8 @@ TEST_F(Scripts, ChecksWhoseAnswerDependsOnTheToolAreSkippedForAnotherVersion) {
 
 TEST_F(Scripts, ChecksOfTheRightVersionRun) {
   tool("cppcheck", "case $1 in --version) echo 'Cppcheck 2.10' ;; *) echo \"$1\"; exit 1 ;; esac");
-  const ToolRun checked = run("scripts/static-checks", {"cppcheck", "build"});
-  EXPECT_EQ(checked.output, "--enable=warning,performance,portability,style\n");
-  EXPECT_EQ(checked.status, 1);
+  EXPECT_EQ(run("scripts/static-checks", {"cppcheck", "build"}),
+            said("--enable=warning,performance,portability,style\n", 1));
   tool("clang-format-14", "case $1 in --version) echo 'clang-format version 14.0.6' ;; *) exit 1 ;; esac");
   tool("clang-format", "echo 'clang-format version 19.1.7'");
   EXPECT_NE(run("scripts/static-checks", {"format", "build"}).status, 77) << "by its name with the version";
@@ -166,8 +146,7 @@ TEST_F(Scripts, AreSoundShell) {
   QORX_SKIP_WITHOUT("shellcheck");
   for (const char* const script : {"check", "demo", "scripts/fresh-machine", "scripts/install-packages",
                                    "scripts/run-tests", "scripts/static-checks", "fuzz/run"}) {
-    const ToolRun run = run_command({"shellcheck", (kSource / script).string()});
-    EXPECT_EQ(run.status, 0) << run.output;
+    output_of({"shellcheck", kSource / script});
   }
 }
 

@@ -2,6 +2,8 @@
 #ifndef QORX_TESTS_END_TO_END_SYSTEM_TOOLS_H
 #define QORX_TESTS_END_TO_END_SYSTEM_TOOLS_H
 
+#include <gtest/gtest.h>
+
 #include <csignal>
 #include <filesystem>
 #include <set>
@@ -35,9 +37,23 @@ inline void stop_ignoring_signals() {
   }
 }
 
+using Words = std::vector<std::string>;
+
+inline Words joined(Words words, const Words& more) {
+  words.insert(words.end(), more.begin(), more.end());
+  return words;
+}
+
 // Runs a command found in PATH, after `VARIABLE=value` words.
-inline ToolRun run_command(std::vector<std::string> words, const std::filesystem::path& directory = "/") {
+inline ToolRun run_command(const Words& words, const std::filesystem::path& directory = "/") {
   return run_program("/usr/bin/env", words, directory);
+}
+
+// The output of a command that must succeed.
+inline std::string output_of(const Words& words, const std::filesystem::path& directory = "/") {
+  const ToolRun run = run_command(words, directory);
+  EXPECT_EQ(run.status, 0) << testing::PrintToString(words) << "\n" << run.output << run.errors;
+  return run.output;
 }
 
 inline bool has_command(const std::string& name) {
@@ -66,10 +82,12 @@ inline std::set<std::string> files_below(const std::filesystem::path& directory)
 
 }  // namespace qorx::test
 
-#define QORX_SKIP_WITHOUT(command)                  \
-  if (!has_command(command)) {                      \
-    GTEST_SKIP() << "there is no " command " here"; \
-  }                                                 \
+#define QORX_SKIP_IF(condition, reason) \
+  if (condition) {                      \
+    GTEST_SKIP() << (reason);           \
+  }                                     \
   static_assert(true)
+
+#define QORX_SKIP_WITHOUT(command) QORX_SKIP_IF(!has_command(command), "there is no " command " here")
 
 #endif
