@@ -203,8 +203,9 @@ class InstallForPkgConfig : public RowTest<Compilation, InstallForUsers> {};
 
 TEST_P(InstallForPkgConfig, IsBuiltAndRuns) {
   QORX_SKIP_WITHOUT("pkg-config");
-  output_with_pkg_config(row().command + " -Wall -Wextra -Wpedantic -Werror -o user $(pkg-config --cflags --libs " +
-                         row().pkg_config_option + " qorx)");
+  static_cast<void>(output_with_pkg_config(row().command +
+                                           " -Wall -Wextra -Wpedantic -Werror -o user $(pkg-config --cflags --libs " +
+                                           row().pkg_config_option + " qorx)"));
   expect_runs("user");
 }
 

@@ -2,6 +2,8 @@
 
 #include <gtest/gtest.h>
 
+#include <initializer_list>
+
 #include "lib/qorx.h"
 #include "records/record_order.h"
 #include "records/state.h"
@@ -21,7 +23,7 @@ class Origins : public test::LibraryTest {
 };
 
 TEST_F(Origins, FollowTheirPortsThroughASort) {
-  for (const std::uint8_t bus : {9, 3, 7, 1}) {
+  for (const std::uint8_t bus : std::initializer_list<std::uint8_t>{9, 3, 7, 1}) {
     add(bus, bus * 10);
   }
   sort_result_by_bus_dev_function(qorx_eth_device_mapping, 4);
