@@ -33,6 +33,12 @@ TEST(PciAddressText, IsSplitAtRunsOfEitherDelimiter) {
   EXPECT_EQ(parse_pci_address("0a.1f:7"), (PciAddress{0x0A, 0x1F, 7}));
 }
 
+TEST(PciAddressText, IsNotSplitAtAnythingElse) {
+  EXPECT_EQ(parse_pci_address("0a;1f.7"), (PciAddress{0x0A, 7, 0}));
+  EXPECT_EQ(parse_pci_address("0a:1f;7"), (PciAddress{0x0A, 0x1F, 0}));
+  EXPECT_EQ(parse_pci_address("0a:1f.g"), (PciAddress{0x0A, 0x1F, 0}));
+}
+
 TEST(PciAddressText, EndsWithTheThirdNumber) {
   EXPECT_EQ(parse_pci_address("0a:1f.7:pcie001"), (PciAddress{0x0A, 0x1F, 7}));
   EXPECT_EQ(parse_pci_address("0a:1f.7-more"), (PciAddress{0x0A, 0x1F, 7}));
