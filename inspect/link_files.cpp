@@ -95,8 +95,7 @@ class LinkWriter {
         ports_(name_ports(machine, kind_)) {}
 
   int run() {
-    if (!is_dry_ && !fs::is_directory(directory_)) {
-      complain(printable(directory_.string()) + " is no directory");
+    if (!is_dry_ && !has_directory()) {
       return kTrouble;
     }
     for (const NamedPort& named : ports_) {
@@ -118,6 +117,17 @@ class LinkWriter {
   void fail(const fs::path& file, const std::string& what) {
     complain(printable(file.string()) + " " + what);
     status_ = kTrouble;
+  }
+
+  bool has_directory() {
+    std::error_code error;
+    const fs::file_status status = fs::status(directory_, error);
+    if (!fs::is_directory(status)) {
+      const std::string reason = fs::status_known(status) ? " is no directory" : ": " + error.message();
+      complain(printable(directory_.string()) + reason);
+      return false;
+    }
+    return true;
   }
 
   void take(const NamedPort& named) {

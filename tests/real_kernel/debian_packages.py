@@ -120,7 +120,8 @@ def unpack_kernel(package, modules, folder):
 
 def unpack_busybox(package, folder):
     with content_of(package) as archive:
-        (folder / "busybox").write_bytes(archive.extractfile("./bin/busybox").read())
+        program = next(member for member in archive if member.name in ("./bin/busybox", "./usr/bin/busybox"))
+        (folder / "busybox").write_bytes(archive.extractfile(program).read())
 
 
 def download(apt):

@@ -54,13 +54,19 @@ ARM64 = Machine(
     architecture="arm64")
 
 
+def need_emulator(machine):
+    """Raises NotAvailable when QEMU or the firmware is missing."""
+    if not shutil.which(machine.program):
+        raise NotAvailable(f"no QEMU: there is no {machine.program} (package {machine.package})")
+    for file in machine.firmware:
+        if not Path(file).exists():
+            raise NotAvailable(f"no UEFI firmware: there is no {file} (package {machine.firmware_package})")
+
+
 def firmware_arguments(machine, folder):
     if not machine.firmware:
         return []
     code, variables = machine.firmware
-    for file in machine.firmware:
-        if not Path(file).exists():
-            raise NotAvailable(f"no UEFI firmware: there is no {file} (package {machine.firmware_package})")
     shutil.copyfile(variables, folder / "variables")
     return ["-drive", f"if=pflash,format=raw,unit=0,readonly=on,file={code}",
             "-drive", "if=pflash,format=raw,unit=1,file=variables"]
@@ -68,9 +74,6 @@ def firmware_arguments(machine, folder):
 
 def machine_arguments(machine, kernel, folder):
     """QEMU's arguments but for what the appliance is made of; it runs in the folder."""
-    program = shutil.which(machine.program)
-    if not program:
-        raise NotAvailable(f"no QEMU: there is no {machine.program} (package {machine.package})")
-    return [program, "-nodefaults", "-no-user-config", "-display", "none", "-no-reboot", "-accel", "tcg", "-m", "256",
+    return [shutil.which(machine.program), "-nodefaults", "-no-user-config", "-display", "none", "-no-reboot", "-accel", "tcg", "-m", "256",
             "-qmp", "stdio", *machine.arguments, *firmware_arguments(machine, folder),
             "-kernel", str(kernel / "vmlinuz"), "-initrd", "initramfs", "-append", f"panic=-1 {machine.kernel}"]

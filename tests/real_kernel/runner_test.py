@@ -1,6 +1,7 @@
 """The runner itself, without a guest: what it calls right and wrong, and that no guest outlives it."""
 
 import os
+import shutil
 import signal
 import subprocess
 import sys
@@ -13,6 +14,7 @@ sys.dont_write_bytecode = True
 HERE = Path(__file__).resolve().parent
 sys.path.insert(0, str(HERE))
 
+import debian_packages
 import hot_plug
 import transcript
 from appliance import Onboard, Port, Slot, device_arguments, record
@@ -159,6 +161,31 @@ class Guests(unittest.TestCase):
                         break
                     time.sleep(0.05)
                 self.assertFalse(is_running(guest))
+
+
+class Preparations(unittest.TestCase):
+    def test_busybox_is_taken_from_where_its_package_has_it(self):
+        if not shutil.which("dpkg-deb"):
+            self.skipTest("there is no dpkg-deb")
+        for place in ("bin", "usr/bin"):
+            with self.subTest(place), tempfile.TemporaryDirectory() as scratch:
+                tree, package, folder = (Path(scratch) / name for name in ("tree", "one.deb", "folder"))
+                (tree / "DEBIAN").mkdir(parents=True)
+                (tree / "DEBIAN" / "control").write_text(
+                    "Package: one\nVersion: 1\nArchitecture: all\nMaintainer: nobody\nDescription: one\n", encoding="ascii")
+                (tree / place).mkdir(parents=True)
+                (tree / place / "busybox").write_bytes(place.encode())
+                subprocess.run(["dpkg-deb", "--build", tree, package], stdout=subprocess.DEVNULL, check=True)
+                folder.mkdir()
+                debian_packages.unpack_busybox(package, folder)
+                self.assertEqual((folder / "busybox").read_bytes(), place.encode())
+
+    def test_without_an_emulator_nothing_is_fetched(self):
+        with tempfile.TemporaryDirectory() as scratch:
+            done = subprocess.run([sys.executable, HERE / "run", "bios"], capture_output=True, text=True,
+                                  env={"PATH": scratch, "HOME": scratch}, check=False)
+            self.assertEqual((done.returncode, os.listdir(scratch)), (77, []), done.stderr)
+            self.assertIn("bios: skipped: no QEMU: there is no qemu-system-x86_64", done.stdout)
 
 
 if __name__ == "__main__":
