@@ -43,7 +43,7 @@ class Digits {
   [[nodiscard]] std::string_view view() const { return {text_, length_}; }
 
  private:
-  char text_[std::numeric_limits<int>::digits + 2];  // of base 2, and the sign
+  char text_[std::numeric_limits<int>::digits + 2] = {};  // of base 2, and the sign
   std::size_t length_;
 };
 

@@ -42,8 +42,8 @@ class TableBytes {
 
   // Fills `bytes` with the table's from `offset`.
   void copy(std::uint64_t offset, std::span<std::uint8_t> bytes) const {
-    const std::uint64_t present = offset < bytes_.size() ? bytes_.size() - offset : 0;
-    const auto count = static_cast<std::size_t>(std::min<std::uint64_t>(bytes.size(), present));
+    const std::uint64_t available = offset < bytes_.size() ? bytes_.size() - offset : 0;
+    const auto count = static_cast<std::size_t>(std::min<std::uint64_t>(bytes.size(), available));
     std::copy_n(bytes_.begin() + static_cast<std::ptrdiff_t>(count != 0 ? offset : 0), count, bytes.begin());
     for (std::size_t i = count; i < bytes.size(); ++i) {
       bytes[i] = at(offset + i);
