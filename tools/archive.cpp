@@ -115,12 +115,13 @@ bool read_from_tar(const std::vector<const char*>& arguments, std::string& outpu
   const pid_t process = start_tar(arguments, ends[1]);
   close(ends[1]);
   char buffer[4096];
-  for (ssize_t count = 1; count > 0 || (count < 0 && errno == EINTR);) {
+  ssize_t count = 1;
+  while (count > 0 || (count < 0 && errno == EINTR)) {
     count = read(ends[0], buffer, sizeof buffer);
     output.append(buffer, count > 0 ? static_cast<std::size_t>(count) : 0);
   }
   close(ends[0]);
-  return succeeded(process);
+  return succeeded(process) && count == 0;
 }
 
 bool leads_out(std::string_view name) {

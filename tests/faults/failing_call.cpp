@@ -1,5 +1,6 @@
 #include "tests/faults/failing_call.h"
 
+#include <dirent.h>
 #include <fcntl.h>
 #include <locale.h>  // NOLINT(modernize-deprecated-headers): newlocale
 #include <spawn.h>
@@ -60,6 +61,7 @@ QORX_CALL(int, ftruncate, -1, (int descriptor, off_t size), (descriptor, size))
 QORX_CALL(int, madvise, -1, (void* start, std::size_t size, int advice), (start, size, advice))
 QORX_CALL(int, fchmod, -1, (int descriptor, mode_t mode), (descriptor, mode))
 QORX_CALL(int, fsync, -1, (int descriptor), (descriptor))
+QORX_CALL(int, rename, -1, (const char* from, const char* to), (from, to))
 QORX_CALL(int, pipe, -1, (int* ends), (ends))
 QORX_CALL(int, posix_spawnp, EAGAIN,
           (pid_t * process, const char* file, const posix_spawn_file_actions_t* actions,
@@ -71,7 +73,9 @@ QORX_CALL(locale_t, newlocale, nullptr, (int mask, const char* name, locale_t ba
 QORX_CALL(ssize_t, read, -1, (int descriptor, void* bytes, std::size_t size), (descriptor, bytes, size))
 QORX_CALL(ssize_t, readlinkat, -1, (int folder, const char* path, char* text, std::size_t size),
           (folder, path, text, size))
-QORX_CALL(ssize_t, write, -1, (int descriptor, const void* bytes, std::size_t size), (descriptor, bytes, size))
+// Without an error, nothing is written.
+QORX_CALL(ssize_t, write, errno == 0 ? 0 : -1, (int descriptor, const void* bytes, std::size_t size),
+          (descriptor, bytes, size))
 QORX_CALL(ssize_t, pread, -1, (int descriptor, void* bytes, std::size_t size, off_t offset),
           (descriptor, bytes, size, offset))
 QORX_CALL(void*, mmap, MAP_FAILED, (void* start, std::size_t size, int protection, int flags, int file, off_t offset),
@@ -89,6 +93,20 @@ extern "C" int __wrap_close(int descriptor);
 int __wrap_close(int descriptor) {
   const int result = __real_close(descriptor);
   return qorx::test::fails("close") ? -1 : result;
+}
+
+// Weak: a program that follows a recording's order of entries has one of its own, which does not fail.
+extern "C" dirent* __real_readdir(DIR* directory);
+extern "C" [[gnu::weak]] dirent* __wrap_readdir(DIR* directory);
+dirent* __wrap_readdir(DIR* directory) {
+  return qorx::test::fails("readdir") ? nullptr : __real_readdir(directory);
+}
+
+extern "C" int __real_fclose(std::FILE* stream);
+extern "C" int __wrap_fclose(std::FILE* stream);
+int __wrap_fclose(std::FILE* stream) {
+  const int result = __real_fclose(stream);
+  return qorx::test::fails("fclose") ? EOF : result;
 }
 
 extern "C" int __real_open(const char* path, int flags, ...);

@@ -1,7 +1,9 @@
 // What is left when a call fails that hardly ever does: no memory, a file that can't be looked at, a signal in between.
 #include "tests/faults/failing_call.h"
 
+#include <fcntl.h>
 #include <gtest/gtest.h>
+#include <sys/resource.h>
 #include <unistd.h>
 
 #include <array>
@@ -17,6 +19,10 @@
 #include "base/shortage.h"
 #include "base/system_root.h"
 #include "cli/command_line.h"
+#include "cli/standard_output.h"
+#include "discovery/bypass_descriptor.h"
+#include "discovery/topology.h"
+#include "ident/i2c_adapters.h"
 #include "output/output_file.h"
 #include "output/virtual_interfaces.h"
 #include "smbios/file_image.h"
@@ -135,6 +141,85 @@ TEST_F(FailingCalls, ASystemWithoutDescriptorsIsAskedAgainWithoutTheKeptFolders)
   EXPECT_LT(kept.descriptor(), 0);
 }
 
+TEST_F(FailingCalls, AKeptFolderIsGivenUpAlsoBehindOneThatIsNotThere) {
+  const KeptFolder missing("/sys/missing");
+  const KeptFolder kept("/sys/class");
+  const FailingCall call("openat", EMFILE);
+  EXPECT_TRUE(open_system_file("/sys/file").is_open());
+  EXPECT_LT(kept.descriptor(), 0);
+}
+
+TEST_F(FailingCalls, ABridgeThatCantBeListedIsAMissingSwitch) {
+  machine_.make_directory("sys/devices/pci0000:00/0000:00:01.0");
+  PciAddress address{0, 1, 0};
+  char path[QORX_NAME_SIZE] = "";
+  const FailingCall call("readdir", EIO);
+  EXPECT_EQ(outcome_of([&] { return get_pcie_switch_bus(address, path); }),
+            (Outcome{"Can't find PCIe switch, please check the config file!\n", 0x81}));
+}
+
+constexpr const char* kNoAdapters = "Error: Cannot access /sys/class/i2c-adapter\n";
+
+// The one that is looked for may be the one that can't be read.
+TEST_F(FailingCalls, AdaptersThatCantBeReadAreAnErrorOfEachSearch) {
+  machine_.add_i2c_adapter(3, "SMBus I801 adapter");
+  for (const std::string_view name : {"read", "readdir"}) {
+    I2cAdapters adapters;
+    std::uint32_t port = 7;
+    const FailingCall call(name, EIO);
+    for (int search = 0; search < 2; ++search) {
+      EXPECT_EQ(outcome_of([&] { return get_x86_i2c_port_number(adapters, &port, "x"); }), (Outcome{kNoAdapters, 0x98}))
+          << name;
+    }
+    EXPECT_EQ(port, 7U);
+  }
+}
+
+// The host's adapter is whichever is listed first; the channel is looked for among the rest.
+TEST_F(FailingCalls, AnAdapterThatCantBeReadBehindTheHostsEndsTheDescriptor) {
+  machine_.add_i2c_adapter(3, "SMBus I801 adapter").add_i2c_adapter(4, "SMBus I801 adapter");
+  DeviceRecord& record = add_device("eth0", "LAN 1 (H.3.1.2)", 9);
+  I2cAdapters adapters;
+  const FailingCall call("read", EIO, 2);
+  EXPECT_EQ(outcome_of([&] { return parse_bypass_descriptor(adapters, record); }), (Outcome{kNoAdapters, 0x98}));
+  EXPECT_TRUE(FailingCall::has_failed());
+  EXPECT_EQ(record.bypass_switch1, 1);
+  EXPECT_EQ(record.bypass_switch2, 2);
+}
+
+TEST_F(FailingCalls, OutputThatIsLostWhenItsFileIsClosedIsAnError) {
+  const FailingCall call("close", EIO);
+  EXPECT_EQ(finish_standard_output(), QORX_ERR_CLOSE_FILE);
+}
+
+TEST_F(FailingCalls, OutputIsFineWhereNoDescriptorIsLeftToAskWith) {
+  rlimit before{};
+  getrlimit(RLIMIT_NOFILE, &before);
+  const rlimit none{static_cast<rlim_t>(next_descriptor()), before.rlim_max};
+  setrlimit(RLIMIT_NOFILE, &none);
+  const int descriptor = dup(STDOUT_FILENO);
+  const std::int32_t code = finish_standard_output();
+  setrlimit(RLIMIT_NOFILE, &before);
+  EXPECT_EQ(descriptor, -1);
+  EXPECT_EQ(code, 0);
+}
+
+TEST_F(FailingCalls, OutputThatWasLostEarlierIsAnErrorAtTheEnd) {
+  std::fflush(stdout);
+  const int saved = dup(STDOUT_FILENO);
+  const int full = open("/dev/full", O_WRONLY | O_CLOEXEC);
+  dup2(full, STDOUT_FILENO);
+  close(full);
+  std::printf("lost\n");
+  const bool is_lost = std::fflush(stdout) != 0;
+  dup2(saved, STDOUT_FILENO);
+  close(saved);
+  const std::int32_t code = finish_standard_output();
+  std::clearerr(stdout);
+  EXPECT_TRUE(is_lost);
+  EXPECT_EQ(code, QORX_ERR_CLOSE_FILE);
+}
+
 TEST_F(FailingCalls, ALinkThatMemoryIsMissingForIsALack) {
   machine_.make_link("target", "sys/link");
   std::array<char, 8> text{};
@@ -239,11 +324,26 @@ QORX_ROWS(WritingAFile,
           Write{"an interrupted open is made again", "open", EINTR, 0, "new"},
           Write{"an interrupted write is made again", "write", EINTR, 0, "new"},
           Write{"a write that fails is an error", "write", EIO, QORX_ERR_CLOSE_FILE, ""},
+          Write{"a write that writes nothing is an error", "write", 0, QORX_ERR_CLOSE_FILE, ""},
           Write{"a file that can't be looked at is not cut", "fstat", EIO, QORX_ERR_CLOSE_FILE, "new and longer"},
           Write{"an interrupted cut is made again", "ftruncate", EINTR, 0, "new"},
           Write{"a cut that fails is an error", "ftruncate", EIO, QORX_ERR_CLOSE_FILE, "new and longer"},
           Write{"what shows when the file is closed is an error", "close", EIO, QORX_ERR_CLOSE_FILE, "new"},
           Write{"an interrupted close has closed the file", "close", EINTR, 0, "new"});
+
+// The end of the text finds memory again; its front is lost.
+TEST_F(FailingCalls, ATextThatOnceFoundNoMemoryIsNotWritten) {
+  const std::string path = machine_.user_file("file", "old");
+  OutputFile file;
+  {
+    const FailingCall call("realloc", ENOMEM);
+    std::fputs(std::string(100000, 'x').c_str(), file.stream());
+    ASSERT_TRUE(FailingCall::has_failed());
+  }
+  std::fputs("end", file.stream());
+  EXPECT_EQ(file.write_to(path.c_str()), QORX_ERR_OPEN_FILE);
+  EXPECT_EQ(read_file(path), "old");
+}
 
 // The two operations that write a file, without memory for its stream.
 TEST_F(FailingCalls, AResultFileWithoutAStreamIsNotWritten) {

@@ -189,12 +189,21 @@ TEST_F(I2cAdapters, TracesShowTheChannelBeforeAndAfterTheSearch) {
 }
 
 // What is known of the adapters is kept as long as the object lives, and is what a search of its own would find.
-class KeptAdapters : public MachineTest {
+class KeptAdapters : public I2cAdapters {
  protected:
+  static constexpr int kCount = 1200;  // more than are kept
+
   std::uint32_t find(const std::string& pattern) {
     std::uint32_t port = kUnset;
     EXPECT_EQ(get_x86_i2c_port_number(adapters_, &port, pattern.c_str()), 0);
     return port;
+  }
+
+  void add_many() {
+    for (int number = 0; number < kCount; ++number) {
+      const std::string rest(number % 3 == 0 ? 3 : 85, 'x');
+      machine_.add_i2c_adapter(number, "<" + std::to_string(number) + ">" + rest);
+    }
   }
 
   qorx::I2cAdapters adapters_;
@@ -225,11 +234,7 @@ TEST_F(KeptAdapters, ThatCannotBeListedAreAnErrorOfEachSearch) {
 
 // More names than are kept: the rest is read again, also a short one behind a long one that no longer fitted.
 TEST_F(KeptAdapters, AreFoundHoweverManyThereAre) {
-  constexpr int kCount = 1200;
-  for (int number = 0; number < kCount; ++number) {
-    const std::string rest(number % 3 == 0 ? 3 : 85, 'x');
-    machine_.add_i2c_adapter(number, "<" + std::to_string(number) + ">" + rest);
-  }
+  add_many();
   EXPECT_EQ(find("nothing"), kUnset);
   for (int number = 0; number < kCount; ++number) {
     ASSERT_EQ(find("<" + std::to_string(number) + ">"), static_cast<std::uint32_t>(number));
@@ -237,6 +242,25 @@ TEST_F(KeptAdapters, AreFoundHoweverManyThereAre) {
   EXPECT_EQ(find("nothing"), kUnset);
   const std::string trace = traced_by([&] { find("nothing"); });
   EXPECT_EQ(std::count(trace.begin(), trace.end(), '\n'), kCount);
+}
+
+// Their drivers were removed in between: then those that are kept are found all the same, and no others.
+TEST_F(KeptAdapters, AreTheOnlyOnesWhereTheRestIsGone) {
+  add_many();
+  const std::vector<std::string> entries = listed();
+  EXPECT_EQ(find("nothing"), kUnset);
+  machine_.remove(kAdapters).make_directory(kAdapters);
+  const auto number_of = [](const std::string& entry) { return "<" + entry.substr(4) + ">"; };
+  EXPECT_EQ(find(number_of(entries.back())), kUnset);
+  EXPECT_EQ(std::to_string(find(number_of(entries.front()))), entries.front().substr(4));
+}
+
+TEST_F(KeptAdapters, AreAnErrorWhereTheRestCanNoLongerBeListed) {
+  add_many();
+  EXPECT_EQ(find("nothing"), kUnset);
+  machine_.remove(kAdapters);
+  std::uint32_t port = kUnset;
+  EXPECT_EQ(outcome_of([&] { return get_x86_i2c_port_number(adapters_, &port, "x"); }), (Outcome{kMissing, 0x98}));
 }
 
 }  // namespace

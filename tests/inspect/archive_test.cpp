@@ -3,6 +3,7 @@
 
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
+#include <sys/wait.h>
 
 #include <cerrno>
 #include <cstdlib>
@@ -44,6 +45,15 @@ TEST_F(Archives, WithoutATarAreNotRead) {
   EXPECT_THAT(complaint("pipe"), EndsWith("no archive that tar can read\n"));
   EXPECT_THAT(complaint("posix_spawnp"), EndsWith("no archive that tar can read\n"));
   EXPECT_THAT(complaint("posix_spawnp", 2), EndsWith("tar can't unpack it\n"));
+}
+
+TEST_F(Archives, WhoseNamesCantBeReadToTheirEndAreNotRead) {
+  EXPECT_THAT(complaint("read"), EndsWith("no archive that tar can read\n"));
+}
+
+TEST_F(Archives, OfWhichNobodyKnowsWhetherTarSucceededAreNotRead) {
+  EXPECT_THAT(complaint("waitpid"), EndsWith("no archive that tar can read\n"));
+  EXPECT_GT(waitpid(-1, nullptr, 0), 0) << "the process of which nothing was said";
 }
 
 TEST_F(Archives, WithoutAProcessAreNotUsed) {

@@ -1,6 +1,7 @@
 #!/usr/bin/env python3
 """qorx-inspect compare: what happened to a machine since it was recorded, line by line."""
 import json
+import os
 import pathlib
 import tempfile
 import unittest
@@ -86,6 +87,20 @@ class Stories(unittest.TestCase):
                 "port without slot at 00:14.0: expected an unknown model, found no port",
                 "port without slot at 65:00.0: expected PCIE-7289BP with A_BYPASS-C, found no port"])
 
+    def test_ports_that_have_neither_slot_nor_address_are_found_by_their_names(self):
+        with machines.small_machine() as machine:
+            for name in (b"eth3", b"eth5"):
+                os.symlink(b"../../devices/platform/soc/net/" + name, machine.root + b"/sys/class/net/" + name)
+            root = os.fsdecode(machine.root)
+            document = json.loads(inspect("json", root).stdout)
+            self.assertEqual([port["address"] for port in document["ports"]], [None, None])
+            document["ports"].reverse()
+            self.expected.write_text(json.dumps(document))
+            self.assertEqual(self.compare(root, "--with", "eth_name"), [])
+            document["ports"][0]["name"] = "eth4"
+            self.expected.write_text(json.dumps(document))
+            self.assertEqual(len(self.compare(root)), 2)
+
     def test_what_is_compared_can_be_chosen(self):
         with machines.changed(EDGE) as machine:
             (machine.device("eth0") / "net/eth0/address").write_text("00:00:5e:00:53:ff\n")
@@ -132,12 +147,15 @@ class WhenItCannotLook(unittest.TestCase):
         del without_slot["ports"][2]["slot"]
         wrong_kind = json.loads(json.dumps(document))
         wrong_kind["ports"][0]["segment"] = "4"
+        without_state = json.loads(json.dumps(document))
+        without_state["ports"][1]["feature_state"] = None
         for content, reason in (("", "is empty"), ("{", "is not JSON"), ("\x00", "is not JSON"), ("[1]", "is not what"),
                                 ("{}", "is not what"), ("nan", "is not JSON"),
                                 (json.dumps(document | {"schema": 2}), "has layout 2, this program knows 1"),
                                 (json.dumps(document | {"ports": {}}), "is not what"),
                                 (json.dumps(without_slot), "has no complete port number 3"),
                                 (json.dumps(wrong_kind), "has no complete port number 1"),
+                                (json.dumps(without_state), "has no complete port number 2"),
                                 (json.dumps(document | {"ports": [None]}), "has no complete port number 1"),
                                 (json.dumps(document)[:-10], "is not JSON")):
             with self.subTest(content=content[:40]):

@@ -141,6 +141,14 @@ TEST_F(Explaining, WhyThereAreNoSlotRecords) {
   EXPECT_FALSE(says_vm());
 }
 
+using ExplainingAMissingPort = test::MachineTest;
+
+TEST_F(ExplainingAMissingPort, OfALinkThatIsNone) {
+  machine_.add_raw_interface("eth0", "elsewhere");
+  EXPECT_EQ(explain_missing("eth0"), "eth0 is no physical port");
+  EXPECT_EQ(explain_missing("eth1"), "");
+}
+
 TEST_F(Explaining, OnlyRootMayReadTheTable) {
   port_.slot.reset();
   port_.address = "03:00.0";

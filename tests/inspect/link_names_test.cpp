@@ -111,6 +111,7 @@ TEST(NamePorts, NeverTakesANameOfTheKernelOrOfAnotherInterface) {
   ports.add("lan4", "LAN3", "LAN3", "/0000:03:00.0").place = Place::kOnboard;
   ports.add("eth4", "LAN4", "LAN4", "/0000:04:00.0").place = Place::kOnboard;
   ports.add("lan5", "LAN5", "LAN5", "/0000:05:00.0").place = Place::kOnboard;
+  ports.add("eth6", "ETH1A", "ETH1A", "/0000:06:00.0").place = Place::kOnboard;
   ports.machine.virtual_interfaces.push_back({"lan", {}});
   const auto named = name_ports(ports.machine, NameKind::kAlternative);
   EXPECT_EQ(named[0].reason, "the kernel itself gives names such as eth1");
@@ -118,6 +119,7 @@ TEST(NamePorts, NeverTakesANameOfTheKernelOrOfAnotherInterface) {
   EXPECT_EQ(named[2].reason, "");
   EXPECT_EQ(named[3].reason, "another interface is called lan4");
   EXPECT_EQ(named[4].reason, "") << "its own name";
+  EXPECT_EQ(named[5].reason, "") << "more than a number behind the kernel's word";
 }
 
 TEST(NamePorts, ANameHasARoom) {
@@ -138,9 +140,11 @@ TEST(NamePorts, LeavesOutWhatHasNoPlace) {
   SomePorts ports;
   ports.add("eth0", "", "", "/0000:01:00.0");
   ports.add("eth1", "WMX Slot 1", "1", "/platform/x");
+  ports.add("eth2", "WMX Slot 2", "@[", "/0000:02:00.0");
   const auto named = name_ports(ports.machine, NameKind::kAlternative);
   EXPECT_EQ(named[0].reason, "it has no slot");
   EXPECT_EQ(named[1].reason, "it is not on a PCI bus");
+  EXPECT_EQ(named[2].reason, "nothing in its panel name can stand in a name");
 }
 
 }  // namespace

@@ -13,6 +13,7 @@
 #include <cstdlib>
 #include <filesystem>
 #include <string>
+#include <utility>
 
 #include "inspect/draw.h"
 #include "inspect/link_files.h"
@@ -110,10 +111,11 @@ class LinkFiles : public test::MachineTest {
 };
 
 TEST_F(LinkFiles, AreWrittenWholeOrNotAtAll) {
-  for (const std::string_view name : {"fdopen", "fchmod", "fsync"}) {
+  for (const std::string_view name : {"fdopen", "fchmod", "fsync", "fclose", "rename"}) {
     SCOPED_TRACE(name);
-    const FailingCall call(name, EIO);
+    const FailingCall call(name, EIO, name == "fclose" ? 2 : 1);  // the test closes a file before
     expect_nothing_written();
+    EXPECT_TRUE(FailingCall::has_failed());
   }
   rlimit before{};
   getrlimit(RLIMIT_FSIZE, &before);
@@ -145,6 +147,27 @@ TEST_F(LinkFiles, ThatCantBeRemovedAreTold) {
   ASSERT_EQ(seteuid(user), 0);
   prctl(PR_SET_DUMPABLE, 1);  // lost with the rights; the leak check at the end needs it
   EXPECT_THAT(said, HasSubstr(directory_ + "/70-qorx-old.link can't be removed\n"));
+}
+
+TEST_F(LinkFiles, AreReplacedWholeOrNotAtAll) {
+  test::printed_by([&] { ASSERT_EQ(write_link_files(request_, ports_), 0); });
+  const std::string before = test::read_file(file_);
+  const FailingCall call("rename", EIO);
+  EXPECT_EQ(failure(), "qorx-inspect: " + file_ + " can't be written\n");
+  EXPECT_EQ(test::read_file(file_), before);
+}
+
+using ThisMachine = test::MachineTest;
+
+TEST_F(ThisMachine, IsLookedAtWhereNoOtherIsNamed) {
+  machine_.add_port("eth0", "0000:03:00.0");
+  for (const auto& [port, status] : {std::pair("eth0", 0), std::pair("eth1", kTrouble)}) {
+    const std::array words{"qorx-inspect", "explain", port};
+    testing::internal::CaptureStderr();
+    test::printed_by([&] { EXPECT_EQ(run(words.size(), words.data()), status); });
+    EXPECT_EQ(testing::internal::GetCapturedStderr(),
+              status == 0 ? "" : "qorx-inspect: no port has the name, address or panel name 'eth1'\n");
+  }
 }
 
 TEST(RootOfARecording, IsADirectoryWithAUsableName) {
