@@ -1,6 +1,8 @@
 #include "base/print.h"
 
+#include <fcntl.h>
 #include <gtest/gtest.h>
+#include <unistd.h>
 
 #include <cstdarg>
 #include <cstdio>
@@ -57,12 +59,48 @@ TEST(PrintCleaned, EverythingElseIsAsPrintfPrintsIt) {
   EXPECT_EQ(cleaned("100%% %s", "x"), "100% x");
 }
 
-TEST(Print, OtherStreamsGetEveryByte) {
-  const std::string written = written_by([](std::FILE* stream) {
+// Standard output is a terminal as long as it lives.
+class StandardOutputOnATerminal {
+ public:
+  StandardOutputOnATerminal() : saved_(dup(STDOUT_FILENO)) {
+    std::fflush(stdout);
+    const int terminal = posix_openpt(O_RDWR | O_NOCTTY | O_CLOEXEC);
+    EXPECT_GE(terminal, 0);
+    dup2(terminal, STDOUT_FILENO);
+    close(terminal);
+    EXPECT_EQ(isatty(STDOUT_FILENO), 1);
+    look_at_standard_output();
+  }
+  ~StandardOutputOnATerminal() {
+    dup2(saved_, STDOUT_FILENO);
+    close(saved_);
+    look_at_standard_output();
+  }
+  StandardOutputOnATerminal(const StandardOutputOnATerminal&) = delete;
+  StandardOutputOnATerminal& operator=(const StandardOutputOnATerminal&) = delete;
+
+ private:
+  int saved_;
+};
+
+std::string written_to_another_stream() {
+  return written_by([](std::FILE* stream) {
     print(stream, "%s|%c\n", "a\033b\n", '\t');
     print_line(stream, "\033a");
     print_line(stream, "");
   });
+}
+
+TEST(Print, OtherStreamsGetEveryByte) {
+  EXPECT_EQ(written_to_another_stream(), "a\033b\n|\t\n\033a\n\n");
+}
+
+TEST(Print, OtherStreamsGetEveryByteAlsoWhereStandardOutputIsATerminal) {
+  std::string written;
+  {
+    const StandardOutputOnATerminal terminal;
+    written = written_to_another_stream();
+  }
   EXPECT_EQ(written, "a\033b\n|\t\n\033a\n\n");
 }
 

@@ -1,10 +1,6 @@
-// What is left when a call fails that hardly ever does: no memory, a file that can't be looked at, a signal in between.
-#include "tests/faults/failing_call.h"
-
+// What is read when a call fails that hardly ever does: no memory, a file that can't be looked at, a signal in between.
 #include <fcntl.h>
 #include <gtest/gtest.h>
-#include <sys/resource.h>
-#include <unistd.h>
 
 #include <array>
 #include <cerrno>
@@ -19,37 +15,16 @@
 #include "base/shortage.h"
 #include "base/system_root.h"
 #include "cli/command_line.h"
-#include "cli/standard_output.h"
 #include "discovery/bypass_descriptor.h"
 #include "discovery/topology.h"
 #include "ident/i2c_adapters.h"
-#include "output/output_file.h"
 #include "output/virtual_interfaces.h"
 #include "smbios/file_image.h"
+#include "tests/faults/failing_calls.h"
 #include "tests/support/expect.h"
-#include "tests/support/fixture.h"
-#include "tests/support/rows.h"
 
 namespace qorx::test {
 namespace {
-
-class FailingCalls : public MachineTest {
- protected:
-  FailingCalls() {
-    static_cast<void>(take_shortage());
-    machine_.write("sys/file", "text").write("dev/mem", "memory");
-  }
-  ~FailingCalls() override { EXPECT_EQ(next_descriptor(), first_descriptor_); }
-
-  static int next_descriptor() {
-    const int descriptor = dup(STDIN_FILENO);
-    close(descriptor);
-    return descriptor;
-  }
-
- private:
-  const int first_descriptor_ = next_descriptor();
-};
 
 TEST_F(FailingCalls, MemoryThatCantBeHeldIsNotMappedAndThatIsALack) {
   for (const std::string_view name : {"mmap", "fstat"}) {
@@ -187,39 +162,6 @@ TEST_F(FailingCalls, AnAdapterThatCantBeReadBehindTheHostsEndsTheDescriptor) {
   EXPECT_EQ(record.bypass_switch2, 2);
 }
 
-TEST_F(FailingCalls, OutputThatIsLostWhenItsFileIsClosedIsAnError) {
-  const FailingCall call("close", EIO);
-  EXPECT_EQ(finish_standard_output(), QORX_ERR_CLOSE_FILE);
-}
-
-TEST_F(FailingCalls, OutputIsFineWhereNoDescriptorIsLeftToAskWith) {
-  rlimit before{};
-  getrlimit(RLIMIT_NOFILE, &before);
-  const rlimit none{static_cast<rlim_t>(next_descriptor()), before.rlim_max};
-  setrlimit(RLIMIT_NOFILE, &none);
-  const int descriptor = dup(STDOUT_FILENO);
-  const std::int32_t code = finish_standard_output();
-  setrlimit(RLIMIT_NOFILE, &before);
-  EXPECT_EQ(descriptor, -1);
-  EXPECT_EQ(code, 0);
-}
-
-TEST_F(FailingCalls, OutputThatWasLostEarlierIsAnErrorAtTheEnd) {
-  std::fflush(stdout);
-  const int saved = dup(STDOUT_FILENO);
-  const int full = open("/dev/full", O_WRONLY | O_CLOEXEC);
-  dup2(full, STDOUT_FILENO);
-  close(full);
-  std::printf("lost\n");
-  const bool is_lost = std::fflush(stdout) != 0;
-  dup2(saved, STDOUT_FILENO);
-  close(saved);
-  const std::int32_t code = finish_standard_output();
-  std::clearerr(stdout);
-  EXPECT_TRUE(is_lost);
-  EXPECT_EQ(code, QORX_ERR_CLOSE_FILE);
-}
-
 TEST_F(FailingCalls, ALinkThatMemoryIsMissingForIsALack) {
   machine_.make_link("target", "sys/link");
   std::array<char, 8> text{};
@@ -290,71 +232,6 @@ TEST_F(FailingCalls, VersionsThatCantBeHadAreAnError) {
   const FailingCall call("qorx_get_lib_version", 0);
   EXPECT_EQ(outcome_of([&] { return run_command_line(words.size(), words.data()); }),
             (Outcome{"Error: get version fail\nError: QORX_ERR_NIC_NOT_EXIST (0x99)\n", 0x99}));
-}
-
-// A file that stands there before the run, and the call that fails while it is replaced.
-struct Write {
-  std::string_view rule;
-  std::string_view call;
-  int error;
-  int code;               // of the run
-  std::string_view left;  // in the file
-};
-
-class WritingAFile : public RowTest<Write, FailingCalls> {};
-
-TEST_P(WritingAFile, IsCompleteOrAnError) {
-  const std::string path = machine_.user_file("file", "old and longer");
-  const FailingCall call(row().call, row().error);
-  OutputFile file;
-  if (file.is_open()) {
-    std::fputs("new", file.stream());
-  }
-  EXPECT_EQ(file.write_to(path.c_str()), row().code);
-  EXPECT_TRUE(FailingCall::has_failed());
-  EXPECT_EQ(read_file(path), row().left);
-}
-
-QORX_ROWS(WritingAFile,
-          Write{"without a stream the file keeps its text", "fopencookie", ENOMEM, QORX_ERR_OPEN_FILE,
-                "old and longer"},
-          Write{"without memory for the text it keeps its text", "realloc", ENOMEM, QORX_ERR_OPEN_FILE,
-                "old and longer"},
-          Write{"a file that can't be opened keeps its text", "open", EACCES, QORX_ERR_OPEN_FILE, "old and longer"},
-          Write{"an interrupted open is made again", "open", EINTR, 0, "new"},
-          Write{"an interrupted write is made again", "write", EINTR, 0, "new"},
-          Write{"a write that fails is an error", "write", EIO, QORX_ERR_CLOSE_FILE, ""},
-          Write{"a write that writes nothing is an error", "write", 0, QORX_ERR_CLOSE_FILE, ""},
-          Write{"a file that can't be looked at is not cut", "fstat", EIO, QORX_ERR_CLOSE_FILE, "new and longer"},
-          Write{"an interrupted cut is made again", "ftruncate", EINTR, 0, "new"},
-          Write{"a cut that fails is an error", "ftruncate", EIO, QORX_ERR_CLOSE_FILE, "new and longer"},
-          Write{"what shows when the file is closed is an error", "close", EIO, QORX_ERR_CLOSE_FILE, "new"},
-          Write{"an interrupted close has closed the file", "close", EINTR, 0, "new"});
-
-// The end of the text finds memory again; its front is lost.
-TEST_F(FailingCalls, ATextThatOnceFoundNoMemoryIsNotWritten) {
-  const std::string path = machine_.user_file("file", "old");
-  OutputFile file;
-  {
-    const FailingCall call("realloc", ENOMEM);
-    std::fputs(std::string(100000, 'x').c_str(), file.stream());
-    ASSERT_TRUE(FailingCall::has_failed());
-  }
-  std::fputs("end", file.stream());
-  EXPECT_EQ(file.write_to(path.c_str()), QORX_ERR_OPEN_FILE);
-  EXPECT_EQ(read_file(path), "old");
-}
-
-// The two operations that write a file, without memory for its stream.
-TEST_F(FailingCalls, AResultFileWithoutAStreamIsNotWritten) {
-  ASSERT_EQ(qorx_open(), 0);
-  const std::string path = machine_.user_file("file", "old");
-  for (const auto& write : {+[](const char* file) { return qorx_fprint_scan_result(file); },
-                            +[](const char*) { return qorx_output_tovix_cfg(); }}) {
-    const FailingCall call("fopencookie", ENOMEM);
-    EXPECT_EQ(outcome_of([&] { return write(path.c_str()); }), (Outcome{"", 0x80}));
-    EXPECT_EQ(read_file(path), "old");
-  }
 }
 
 }  // namespace
