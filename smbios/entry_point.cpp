@@ -117,14 +117,13 @@ std::int32_t Search_SMBIOS_entry_point_mem() {
     debug("Can't open %s\n", kSystab);
     return code_byte(-1);
   }
-  const std::uint64_t address = read_systab(lines);
-  if (address == 0) {
-    return legacy_code;
+  std::int32_t code = legacy_code;
+  if (const std::uint64_t address = read_systab(lines); address != 0) {
+    debug("%x\n", static_cast<unsigned>(address));
+    debug("From %s\n", kSystab);
+    g_slot_source = SlotSource::kEfi;
+    code = Search_SMBIOS_entry_point_mem1(address);
   }
-  debug("%x\n", static_cast<unsigned>(address));
-  debug("From %s\n", kSystab);
-  g_slot_source = SlotSource::kEfi;
-  const std::int32_t code = Search_SMBIOS_entry_point_mem1(address);
   if (code != 0) {
     debug("Can't find by UEFI systab!\n");
   }

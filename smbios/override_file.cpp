@@ -119,13 +119,12 @@ std::int32_t Search_SMBIOS_cfg(const char* file) {
   }
   const bool is_incomplete = triple.lines != 0;
   if (code == 0 && (!triple.any || is_incomplete)) {
-    return missing_line(triple, file, lines.line_number());
-  }
-  if (is_incomplete) {
-    return code;
+    code = missing_line(triple, file, lines.line_number());
   }
   // Deliberately also after an error that left no slot half read.
-  debug("smbios cfg file read OK!\n");
+  if (!is_incomplete) {
+    debug("smbios cfg file read OK!\n");
+  }
   return code;
 }
 

@@ -231,12 +231,39 @@ TEST_F(OverrideFile, AWrongLineTracesItsKeyOnce) {
 
 TEST_F(OverrideFile, AnIncompleteTripleDoesNotTraceThatTheFileWasRead) {
   g_debug_message_open = 1;
-  for (const std::string& content : {std::string(), kType, kType + kName}) {
+  for (const std::string& content : {kType, kType + kName, kGood + kType, kType + kType}) {
     SCOPED_TRACE(content);
     const Outcome outcome = read(kOverride, content);
     EXPECT_EQ(outcome.code, 0x81);
     EXPECT_EQ(outcome.printed.find("read OK"), std::string::npos);
   }
+}
+
+// No slot is left half read.
+TEST_F(OverrideFile, AFileWithoutATypeTracesThatItWasReadBehindTheError) {
+  g_debug_message_open = 1;
+  for (const auto& [content, line] :
+       {std::pair{std::string(), '1'}, {"# c\n", '2'}, {"x\n", '1'}, {kGood + "x\n", '4'}}) {
+    SCOPED_TRACE(content);
+    const Outcome outcome = read(kOverride, content);
+    EXPECT_EQ(outcome.code, 0x81);
+    EXPECT_TRUE(
+        outcome.printed.ends_with(std::string("Can't find TYPE! F line: ") + line + "\nsmbios cfg file read OK!\n"))
+        << outcome.printed;
+  }
+}
+
+TEST_F(OverrideFile, ALastLineWithoutALineFeedTracesNoTrimming) {
+  g_debug_message_open = 1;
+  const std::string traces = read(kOverride, kGood).printed;
+  EXPECT_EQ(read(kOverride, kGood + " TYPE=\"9\" ").printed, traces);
+}
+
+TEST_F(OverrideFile, TheTracedNameIsTheOneThatIsStored) {
+  g_debug_message_open = 1;
+  EXPECT_TRUE(
+      read(kOverride, triple("9", std::string(255, 'n') + "end", "01:02.3"))
+          .printed.ends_with("\nNAME: " + std::string(255, 'n') + "\nBUS:DEV.FUN: 1 2 3\nsmbios cfg file read OK!\n"));
 }
 
 }  // namespace
