@@ -206,8 +206,7 @@ TEST_F(PciFunctionsTest, AnAddressNamesItsFileInLowerCaseHexadecimal) {
                                       {{0xAB, 0x0F, 0x07}, "0000:ab:0f.7"},
                                       {{0xFF, 0xFF, 0xFF}, "0000:ff:ff.ff"}}) {
     const std::string file = std::string("sys/bus/pci/devices/") + name + "/config";
-    EXPECT_EQ(traced_by([&, address = address] { EXPECT_EQ(read(address), kUnknown); }),
-              "can't open name /" + file + "\n");
+    EXPECT_EQ(traced_by([&, at = address] { EXPECT_EQ(read(at), kUnknown); }), "can't open name /" + file + "\n");
     EXPECT_EQ(code_, QORX_ERR_OPEN_FILE);
     functions_ = std::make_unique<PciFunctions>();  // that has not read it before
     machine_.write(file, endpoint_config(kIds));

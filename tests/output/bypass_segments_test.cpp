@@ -22,7 +22,7 @@ const Numbers kNumbers{
 TEST(Last2CharToNum, ReadsOneOrTwoDigitsAtTheEndAndTracesTextAndResult) {
   for (const auto& [text, number] : kNumbers) {
     int read = -2;
-    EXPECT_EQ(test::traced_by([&read, text = text] { read = Last2CharToNum(text); }),
+    EXPECT_EQ(test::traced_by([&read, digits = text] { read = Last2CharToNum(digits); }),
               std::string(text) + " " + std::to_string(number) + "\n");
     EXPECT_EQ(read, number);
   }
