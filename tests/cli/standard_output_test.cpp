@@ -5,9 +5,11 @@
 #include <gtest/gtest.h>
 #include <unistd.h>
 
+#include <algorithm>
 #include <cstdio>
 #include <functional>
 #include <string>
+#include <vector>
 
 #include "lib/qorx.h"
 #include "tests/support/expect.h"
@@ -97,15 +99,18 @@ TEST_P(LostOutput, TracesNeverEndUpInTheResultFile) {
 
 // A standard descriptor that stays free becomes that of the next file that is opened.
 TEST(ProtectStandardOutput, FillsEveryClosedDescriptor) {
-  EXPECT_EXIT(
-      {
-        close_all_three();
-        protect_standard_output();
-        const bool all_open = fcntl(STDIN_FILENO, F_GETFD) == 0 && fcntl(STDOUT_FILENO, F_GETFD) == 0 &&
-                              fcntl(STDERR_FILENO, F_GETFD) == 0;
-        _exit(all_open ? 0 : 1);
-      },
-      testing::ExitedWithCode(0), "");
+  for (const std::vector<int>& closed : {std::vector{0, 1, 2}, {0}, {1}, {2}, {0, 2}, {1, 2}}) {
+    EXPECT_EXIT(
+        {
+          std::for_each(closed.begin(), closed.end(), close);
+          protect_standard_output();
+          const bool all_open = fcntl(STDIN_FILENO, F_GETFD) == 0 && fcntl(STDOUT_FILENO, F_GETFD) == 0 &&
+                                fcntl(STDERR_FILENO, F_GETFD) == 0;
+          _exit(all_open ? 0 : 1);
+        },
+        testing::ExitedWithCode(0), "")
+        << testing::PrintToString(closed);
+  }
 }
 
 TEST(ProtectStandardOutput, OpensNothingWhereAllThreeAreOpen) {

@@ -1,7 +1,8 @@
 /* Loaded before a program: whatever it opens as ".../dev/mem" is a character device, the machine's memory, as an
  * appliance has it. The device serves the file that QORX_MEMORY names, and QORX_MEMORY_REFUSES says what it refuses:
- * "writing" (open for writing: EACCES), "opening" (EPERM), "mapping" (EPERM, as a locked-down kernel does). A read is
- * a failed test, since reading such a device byte by byte is not what an appliance is asked for: it ends the process.
+ * "writing" (open for writing: EACCES), "only reading" (open for reading alone: EACCES), "opening" (EPERM), "mapping"
+ * (EPERM, as a locked-down kernel does). A read is a failed test, since reading such a device byte by byte is not what
+ * an appliance is asked for: it ends the process.
  */
 #define _GNU_SOURCE
 #include <dlfcn.h>
@@ -31,7 +32,8 @@ static int is_memory_path(const char* path) {
 }
 
 static int open_memory(int flags) {
-  if (refuses("opening") || (refuses("writing") && (flags & O_ACCMODE) != O_RDONLY)) {
+  const int only_reads = (flags & O_ACCMODE) == O_RDONLY;
+  if (refuses("opening") || refuses(only_reads ? "only reading" : "writing")) {
     errno = refuses("opening") ? EPERM : EACCES;
     return -1;
   }

@@ -148,6 +148,12 @@ class MemoryDevice(unittest.TestCase):
         self.lay({0xF0000: entry_point_3(0x90000, len(table)), 0x90000: table})
         self.assertEqual(self.run_tool(True, "writing").stdout, self.run_tool(True).stdout)
 
+    def test_memory_is_opened_for_writing_too_where_that_is_allowed(self):
+        table = (EDGE / "sys/firmware/dmi/tables/DMI").read_bytes()
+        self.lay({0xF0000: entry_point_3(0x90000, len(table)), 0x90000: table})
+        self.assertEqual(self.run_tool(True, "only reading").stdout, self.run_tool(True).stdout)
+        self.assertIn("Can't find by legacy method.", self.run_tool(True, "only reading, writing").stdout)
+
     def test_memory_that_is_refused_leaves_the_tables_of_the_kernel(self):
         table = (EDGE / "sys/firmware/dmi/tables/DMI").read_bytes()
         for refused in ("opening", "mapping"):

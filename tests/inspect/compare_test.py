@@ -3,6 +3,7 @@
 import json
 import os
 import pathlib
+import resource
 import tempfile
 import unittest
 
@@ -135,8 +136,8 @@ class WhenItCannotLook(unittest.TestCase):
         self.addCleanup(self.scratch.cleanup)
         self.file = pathlib.Path(self.scratch.name, "expected.json")
 
-    def complaint(self, *words, root=EDGE / "root"):
-        result = inspect(f"compare {self.file}", root, *words)
+    def complaint(self, *words, root=EDGE / "root", **more):
+        result = inspect(f"compare {self.file}", root, *words, **more)
         self.assertEqual((result.returncode, result.stdout), (2, b""), result.stderr)
         return result.stderr.decode()
 
@@ -167,6 +168,15 @@ class WhenItCannotLook(unittest.TestCase):
     def test_a_directory(self):
         self.file.mkdir()
         self.assertIn("Is a directory", self.complaint())
+
+    def test_a_file_that_memory_does_not_hold(self):
+        if b"__asan_init" in pathlib.Path(machines.INSPECT).read_bytes():
+            self.skipTest("the sanitizers need more address space than this")
+        size = 64 << 20
+        self.file.write_bytes(b'{"comment": "' + b"x" * size + b'"}')
+        self.assertIn("is not what", self.complaint())
+        few = self.complaint(preexec_fn=lambda: resource.setrlimit(resource.RLIMIT_AS, (size, size)))
+        self.assertEqual(few, "qorx-inspect: std::bad_alloc\n")
 
     def test_unknown_fields_and_a_missing_file_name(self):
         self.file.write_bytes(inspect("json", EDGE / "root").stdout)

@@ -39,6 +39,13 @@ TEST(PciAddressText, IsNotSplitAtAnythingElse) {
   EXPECT_EQ(parse_pci_address("0a:1f.g"), (PciAddress{0x0A, 0x1F, 0}));
 }
 
+TEST(PciAddressText, EndsEachNumberAtTheFirstCharacterThatIsNoDigit) {
+  EXPECT_EQ(parse_pci_address("1g:1f.7"), (PciAddress{1, 0x1F, 7}));
+  EXPECT_EQ(parse_pci_address("g1:1f.7"), (PciAddress{0, 0x1F, 7}));
+  EXPECT_EQ(parse_pci_address("0a:1g.7"), (PciAddress{0x0A, 1, 7}));
+  EXPECT_EQ(parse_pci_address("0a:g1.7"), (PciAddress{0x0A, 0, 7}));
+}
+
 TEST(PciAddressText, EndsWithTheThirdNumber) {
   EXPECT_EQ(parse_pci_address("0a:1f.7:pcie001"), (PciAddress{0x0A, 0x1F, 7}));
   EXPECT_EQ(parse_pci_address("0a:1f.7-more"), (PciAddress{0x0A, 0x1F, 7}));

@@ -48,8 +48,10 @@ TEST(VirtualNames, AreNotKnownWhereThereAreMoreThanAreKept) {
   EXPECT_TRUE(names.are_known());
   EXPECT_EQ(all(names).size(), 64U);
   names.note("v");
+  names.note("w");
   names.complete();
   EXPECT_FALSE(names.are_known());
+  EXPECT_EQ(all(names).size(), 64U);
   names.forget();
   names.complete();
   EXPECT_TRUE(names.are_known());

@@ -1,7 +1,9 @@
 // Where the walk ends, and what lies behind the bytes that were loaded.
 #include <gtest/gtest.h>
 
+#include <array>
 #include <chrono>
+#include <cstdint>
 #include <string>
 #include <vector>
 
@@ -148,6 +150,20 @@ TEST_F(StructureTableEnds, BehindAMappedTableTheRestOfThePageIsRead) {
 TEST_F(StructureTableEnds, BehindTheLastMappedPageTheBytesReadAsFF) {
   EXPECT_EQ(parse_mapped(kUnterminatedB, 39, 39), kAbnormal);
   EXPECT_EQ(names(), Texts{"A"});
+}
+
+TEST(TableBytes, ACopyGoesOnBehindTheBytesThatAreThere) {
+  const std::array<std::uint8_t, 3> there{1, 2, 3};
+  const TableBytes table = TableBytes::mapped(there, 5);
+  const auto copied = [&](std::uint64_t offset) {
+    std::vector<std::uint8_t> bytes(3, 9);
+    table.copy(offset, bytes);
+    return bytes;
+  };
+  EXPECT_EQ(copied(0), (std::vector<std::uint8_t>{1, 2, 3}));
+  EXPECT_EQ(copied(2), (std::vector<std::uint8_t>{3, 0, 0}));
+  EXPECT_EQ(copied(3), (std::vector<std::uint8_t>{0, 0, 0xFF}));
+  EXPECT_EQ(copied(7), (std::vector<std::uint8_t>{0xFF, 0xFF, 0xFF}));
 }
 
 }  // namespace
