@@ -145,7 +145,7 @@ TEST_F(Scripts, ChecksOfTheRightVersionRun) {
 TEST_F(Scripts, AreSoundShell) {
   QORX_SKIP_WITHOUT("shellcheck");
   for (const char* const script : {"check", "demo", "scripts/fresh-machine", "scripts/install-packages",
-                                   "scripts/run-tests", "scripts/static-checks", "fuzz/run"}) {
+                                   "scripts/run-tests", "scripts/static-checks", "tests/run_suite", "fuzz/run"}) {
     output_of({"shellcheck", kSource / script});
   }
 }
