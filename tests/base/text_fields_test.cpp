@@ -2,6 +2,7 @@
 
 #include <gtest/gtest.h>
 
+#include <cctype>
 #include <cstdlib>
 #include <string>
 #include <string_view>
@@ -31,6 +32,18 @@ TEST(FieldSplitter, TheRestBeginsBehindTheOneDelimiterThatEndedTheField) {
   FieldSplitter splitter("a..b");
   EXPECT_EQ(splitter.next("."), "a");
   EXPECT_EQ(splitter.rest(), ".b");
+}
+
+TEST(HexadecimalDigit, IsTheValueOfADigitInEitherCase) {
+  constexpr std::string_view kDigits = "0123456789abcdef";
+  for (int value = 0; value < 16; ++value) {
+    const char digit = kDigits[static_cast<std::size_t>(value)];
+    EXPECT_EQ(hexadecimal_digit(digit), value);
+    EXPECT_EQ(hexadecimal_digit(static_cast<char>(std::toupper(digit))), value);
+  }
+  for (const char other : std::string_view("/:@G`g\x10\xC1")) {
+    EXPECT_EQ(hexadecimal_digit(other), -1) << other;
+  }
 }
 
 TEST(ParseHexadecimal, ReadsWhatStrtolReads) {

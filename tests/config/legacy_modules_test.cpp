@@ -66,12 +66,15 @@ class LegacyModules : public LibraryTest {
 TEST_F(LegacyModules, APortWithoutAModelTakesItsSlotsModelAndFeature) {
   slot_with("WMX Slot 1", 0x10C9, 4);
   slot_with("WMX Slot 2", 0x1521, 4);
+  slot_with("3", 0x10C9, 4);
   const DeviceRecord& first = port("WMX Slot 1", 0x10);
   DeviceRecord& second = port("WMX Slot 2", 0x10);
   second.bypass_ctrl_flag = 1;
+  const DeviceRecord& third = port("3");
   qorx_handle_legacy_WMX();
   expect_port(first, {.model = "TOBR-9284", .feature = 4});
   expect_port(second, {.model = "WMX-1813/2848/8655", .feature = 0, .bypass_ctrl_flag = 1});
+  expect_port(third, {.model = "TOBR-9284", .feature = 4});
 }
 
 TEST_F(LegacyModules, APortWithAModelKeepsItAndItsFeature) {

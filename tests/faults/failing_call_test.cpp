@@ -205,8 +205,11 @@ TEST_F(FailingCalls, AFileOfTheUserThatCantBeLookedAtIsNotOpen) {
 
 TEST_F(FailingCalls, ATableWithoutMemoryForItIsNotLoaded) {
   const std::string file = machine_.user_file("F", "text");
-  const FailingCall call("malloc", ENOMEM);
-  EXPECT_FALSE(File_map(file.c_str(), FileOrigin::kUser, 16).is_loaded());
+  const std::string trace = traced_by([&file] {
+    const FailingCall call("malloc", ENOMEM);
+    EXPECT_FALSE(File_map(file.c_str(), FileOrigin::kUser, 16).is_loaded());
+  });
+  EXPECT_EQ(trace, "4Can't get " + file + "\n");
   EXPECT_TRUE(take_shortage());
 }
 

@@ -20,21 +20,32 @@
 namespace qorx::test {
 namespace {
 
+// While it lives, no descriptor from `end` on can be had.
+class DescriptorLimit {
+ public:
+  explicit DescriptorLimit(int end) {
+    getrlimit(RLIMIT_NOFILE, &before_);
+    const rlimit limit{static_cast<rlim_t>(end), before_.rlim_max};
+    setrlimit(RLIMIT_NOFILE, &limit);
+  }
+  ~DescriptorLimit() { setrlimit(RLIMIT_NOFILE, &before_); }
+  DescriptorLimit(const DescriptorLimit&) = delete;
+  DescriptorLimit& operator=(const DescriptorLimit&) = delete;
+
+ private:
+  rlimit before_{};
+};
+
 TEST_F(FailingCalls, OutputThatIsLostWhenItsFileIsClosedIsAnError) {
+  const DescriptorLimit one_is_left(next_descriptor() + 1);
   const FailingCall call("close", EIO);
   EXPECT_EQ(finish_standard_output(), QORX_ERR_CLOSE_FILE);
 }
 
 TEST_F(FailingCalls, OutputIsFineWhereNoDescriptorIsLeftToAskWith) {
-  rlimit before{};
-  getrlimit(RLIMIT_NOFILE, &before);
-  const rlimit none{static_cast<rlim_t>(next_descriptor()), before.rlim_max};
-  setrlimit(RLIMIT_NOFILE, &none);
-  const int descriptor = dup(STDOUT_FILENO);
-  const std::int32_t code = finish_standard_output();
-  setrlimit(RLIMIT_NOFILE, &before);
-  EXPECT_EQ(descriptor, -1);
-  EXPECT_EQ(code, 0);
+  const DescriptorLimit none_is_left(next_descriptor());
+  EXPECT_EQ(dup(STDOUT_FILENO), -1);
+  EXPECT_EQ(finish_standard_output(), 0);
 }
 
 TEST_F(FailingCalls, OutputThatWasLostEarlierIsAnErrorAtTheEnd) {

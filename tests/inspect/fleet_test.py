@@ -32,7 +32,7 @@ class Fleet(unittest.TestCase):
         return folder
 
     def run_with(self, appliance, *words, **more):
-        env = os.environ | {"PATH": f"{appliance}:{os.environ['PATH']}"}
+        env = os.environ | {"PATH": f"{appliance}:{os.environ['PATH']}", "ANSIBLE_HOME": f"{self.directory}/ansible"}
         return subprocess.run(words, env=env, capture_output=True, text=True, check=False, **more)
 
     def need(self, *tools):

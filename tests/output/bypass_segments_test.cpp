@@ -26,6 +26,7 @@ TEST(Last2CharToNum, ReadsOneOrTwoDigitsAtTheEndAndTracesTextAndResult) {
               std::string(text) + " " + std::to_string(number) + "\n");
     EXPECT_EQ(read, number);
   }
+  EXPECT_EQ(Last2CharToNum(std::string_view("47").substr(1)), 7) << "what is before the text does not count";
 }
 
 using Segments = std::vector<int>;
