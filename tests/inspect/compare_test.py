@@ -172,11 +172,13 @@ class WhenItCannotLook(unittest.TestCase):
     def test_a_file_that_memory_does_not_hold(self):
         if b"__asan_init" in pathlib.Path(machines.INSPECT).read_bytes():
             self.skipTest("the sanitizers need more address space than this")
-        size = 64 << 20
-        self.file.write_bytes(b'{"comment": "' + b"x" * size + b'"}')
-        self.assertIn("is not what", self.complaint())
-        few = self.complaint(preexec_fn=lambda: resource.setrlimit(resource.RLIMIT_AS, (size, size)))
-        self.assertEqual(few, "qorx-inspect: std::bad_alloc\n")
+        room = 64 << 20
+
+        def complaint(size):
+            self.file.write_bytes(b'{"comment": "' + b"x" * size + b'"}')
+            return self.complaint(preexec_fn=lambda: resource.setrlimit(resource.RLIMIT_AS, (room, room)))
+        self.assertIn("is not what", complaint(1000))
+        self.assertEqual(complaint(room), "qorx-inspect: std::bad_alloc\n")
 
     def test_unknown_fields_and_a_missing_file_name(self):
         self.file.write_bytes(inspect("json", EDGE / "root").stdout)
