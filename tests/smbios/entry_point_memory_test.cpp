@@ -91,6 +91,8 @@ QORX_ROWS(
     {"a table at the end of the memory", kSlot.memory3(0xF0000, 0x200000U - 21U), kFound},
     // The second of the two NULs.
     {"zeros behind the end of the memory file", kSlot.memory3(0xF0000, 0x100100).substr(0, 0x100100 + 20), kFound},
+    // The same byte, which the table does not announce.
+    {"zeros behind a table that ends with the memory file", memory_announcing(20).substr(0, 0x100100 + 20), kFound},
     {"a table announced 1 byte longer than the file", memory_announcing(22), kFound},
     {"a table announced 2 bytes longer than the file", memory_announcing(23), kFound},
     {"a table announced a page longer than the file", memory_announcing(0x1000), kFound},
