@@ -62,6 +62,15 @@ class PortRow : public LibraryTest {
   DeviceRecord record_{};
 };
 
+TEST_F(PortRow, FourNamesOfTheLongestLengthAreWhole) {
+  const std::string eth(QORX_NAME_SIZE - 1, 'e');
+  const std::string slot(QORX_NAME_SIZE - 1, 's');
+  const std::string panel(QORX_NAME_SIZE - 1, 'p');
+  const std::string model(QORX_NAME_SIZE - 1, 'm');
+  set_port(record_, {.eth_name = eth, .slot_name = slot, .panel_name = panel, .model = model});
+  EXPECT_EQ(row_of(record_), line({.eth_name = eth, .slot = slot, .panel = panel, .model = model}));
+}
+
 TEST_F(PortRow, HeaderAndLegendAreTheseLines) {
   EXPECT_EQ(printed_by([] { PortTable(stdout, MismatchMark::kRowOnly).print_header(); }),
             "eth name        bus:dev.fun vid  did  svid sdid  mac address        "
