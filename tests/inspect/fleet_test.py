@@ -32,7 +32,8 @@ class Fleet(unittest.TestCase):
         return folder
 
     def run_with(self, appliance, *words, **more):
-        env = os.environ | {"PATH": f"{appliance}:{os.environ['PATH']}", "ANSIBLE_HOME": f"{self.directory}/ansible"}
+        env = os.environ | {"PATH": f"{appliance}:{os.environ['PATH']}", "ANSIBLE_HOME": f"{self.directory}/ansible",
+                            "ANSIBLE_REMOTE_TMP": f"{self.directory}/ansible/tmp"}
         return subprocess.run(words, env=env, capture_output=True, text=True, check=False, **more)
 
     def need(self, *tools):
