@@ -12,6 +12,7 @@
 #include "tests/end_to_end/capture.h"
 #include "tests/support/fixture.h"
 #include "tests/support/transcript.h"
+#include "tests/support/unprivileged.h"
 
 namespace qorx::test {
 namespace {
@@ -202,6 +203,7 @@ TEST_F(CaptureFailures, AnOrdinaryUserRecordsWhatHeCanRead) {
   for (const char* const closed : {"sys/firmware/dmi/tables/DMI", "dev/mem"}) {
     ASSERT_EQ(chmod((machine_.root() / closed).c_str(), 0400), 0);
   }
+  const EveryonesTemporaryDirectory temporary;
   const ToolRun run =
       run_program("/bin/sh", {"-s", "--", "--root", machine_.root(), "-o", "machine.tar.gz"}, machine_.work(), [] {
         constexpr unsigned kNobody = 65534;

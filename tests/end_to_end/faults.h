@@ -23,6 +23,7 @@
 #include "tests/end_to_end/system_tools.h"
 #include "tests/support/fixture.h"
 #include "tests/support/transcript.h"
+#include "tests/support/unprivileged.h"
 
 namespace qorx::test {
 
@@ -157,6 +158,7 @@ class OrdinaryUser {
 
  private:
   static constexpr uid_t kNobody = 65534;
+  const EveryonesTemporaryDirectory temporary_;
   bool was_root_;
   bool works_ = true;
 };

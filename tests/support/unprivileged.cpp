@@ -4,6 +4,7 @@
 #include <sys/wait.h>
 #include <unistd.h>
 
+#include <cstdlib>
 #include <stdexcept>
 
 namespace qorx::test {
@@ -17,15 +18,30 @@ bool give_up_root() {
                             setresuid(kNobody, kNobody, kNobody) == 0);
 }
 
+// Nothing may be thrown: the child would go on with the tests behind this one.
+bool holds_in_child(const std::function<bool()>& check) noexcept {
+  return give_up_root() && check();
+}
+
 }  // namespace
+
+EveryonesTemporaryDirectory::EveryonesTemporaryDirectory() : before_(std::filesystem::temp_directory_path()) {
+  std::filesystem::permissions(directory_.path(), std::filesystem::perms{01777});
+  setenv("TMPDIR", directory_.path().c_str(), 1);
+}
+
+EveryonesTemporaryDirectory::~EveryonesTemporaryDirectory() {
+  setenv("TMPDIR", before_.c_str(), 1);
+}
 
 bool holds_without_root(const FakeMachine& machine, const std::function<bool()>& check) {
   for (const std::filesystem::path& directory : {machine.root(), machine.work()}) {
     std::filesystem::permissions(directory, std::filesystem::perms{0755});
   }
+  const EveryonesTemporaryDirectory temporary;
   const pid_t child = fork();
   if (child == 0) {
-    _exit(give_up_root() && check() ? 0 : 1);
+    _exit(holds_in_child(check) ? 0 : 1);
   }
   int status = 0;
   if (child < 0 || waitpid(child, &status, 0) != child) {
