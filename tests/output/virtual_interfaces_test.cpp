@@ -51,6 +51,14 @@ TEST_F(VirtualInterfaces, EveryVirtualOneHasARowAndNoOther) {
             (std::vector<std::string>{kBr0, table_line({.eth_name = "eth0.5", .mac = "02:00:00:00:00:02"})}));
 }
 
+// It is in the table already: an adapter was unplugged, and its name given away, since the scan.
+TEST_F(VirtualInterfaces, ANameThatTheScanHasRecordedIsNotListedASecondTime) {
+  machine_.add_virtual("br0", "02:00:00:00:00:01").add_virtual("usb0", "02:00:00:00:00:02");
+  add_device("usb0");
+  EXPECT_EQ(listed(), kBr0);
+  EXPECT_EQ(listed("usb0"), "");
+}
+
 TEST_F(VirtualInterfaces, ANameKeepsOnlyThatOne) {
   machine_.add_virtual("br0", "02:00:00:00:00:01").add_virtual("br01", "02:00:00:00:00:02");
   machine_.add_port("eth0", "0000:00:01.0");
