@@ -38,6 +38,19 @@ TEST_F(OutputFileTest, IsCreatedAndComplete) {
   EXPECT_EQ(content(), "text\n");
 }
 
+TEST_F(OutputFileTest, IsCreatedWithTheModeThatTheUserLeavesToNewFiles) {
+  for (const mode_t mask : {mode_t{0}, mode_t{022}, mode_t{027}, mode_t{077}}) {
+    fs::remove(path_);
+    const mode_t before = umask(mask);
+    const std::int32_t code = write("text\n", path_.c_str());
+    umask(before);
+    EXPECT_EQ(code, 0);
+    struct stat status {};
+    ASSERT_EQ(stat(path_.c_str(), &status), 0);
+    EXPECT_EQ(status.st_mode & 07777, 0666 & ~mask);
+  }
+}
+
 TEST_F(OutputFileTest, ReplacesWhatWasThere) {
   for (const std::string text : {"a long text\n", "x\n", "", "a longer text than that\n"}) {
     EXPECT_EQ(write(text, path_.c_str()), 0);
