@@ -19,10 +19,15 @@
 // NOLINTBEGIN(bugprone-reserved-identifier,cert-dcl37-c,cert-dcl51-cpp,readability-identifier-naming)
 extern "C" {
 DIR* __real_opendir(const char* path);
-dirent* __real_readdir(DIR* directory);
 int __real_closedir(DIR* directory);
 DIR* __wrap_opendir(const char* path);
+#ifdef __USE_FILE_OFFSET64  // always so on some 32-bit systems: readdir is compiled to readdir64
+dirent* __real_readdir(DIR* directory) __asm__("__real_readdir64");
+dirent* __wrap_readdir(DIR* directory) __asm__("__wrap_readdir64");
+#else
+dirent* __real_readdir(DIR* directory);
 dirent* __wrap_readdir(DIR* directory);
+#endif
 int __wrap_closedir(DIR* directory);
 }
 
