@@ -180,6 +180,29 @@ class WhatHappened(unittest.TestCase):
             plain = explained(port, EDGE / "root")
             self.assertEqual(part(explained(port, EDGE / "root", "-sort_slotname"), "slot"), part(plain, "slot"))
 
+    def test_records_that_fit_less(self):
+        # By pass, level and place in the table. The one on another bus does not fit at all.
+        with machines.small_machine() as machine:
+            machine.port("eth0", "03:00.0")
+            for name, address in (("C", "03:01.0"), ("other", "07:00.0"), ("A", "03:00.0"), ("B", "03:00.1")):
+                machine.onboard(name, address)
+            less = [f"Less close: type 41 \"{name}\" at {address}, handle {handle}: pass 0 (its own address), level {level}."
+                    for name, address, handle, level in (("B", "03:00.1", "0x0004", 2), ("C", "03:01.0", "0x0001", 1))]
+            self.assertEqual(part(explained("eth0", machine.root), "slot")[1][3:], less)
+            for number in (2, 3, 4):
+                machine.slot(f"S{number}", f"03:0{number}.0")
+            less += [f'Less close: type 9 "S{number}" at 03:0{number}.0, handle 0x000{number + 3}: '
+                     "pass 0 (its own address), level 1." for number in (2, 3)]
+            self.assertEqual(part(explained("eth0", machine.root), "slot")[1][3:], [*less, "And 1 more."])
+
+    def test_records_of_an_override_file_have_no_handle(self):
+        with machines.small_machine() as machine, tempfile.TemporaryDirectory() as directory:
+            machine.port("eth0", "03:00.0")
+            pathlib.Path(directory, "smbios.cfg").write_text('TYPE="9"\nNAME="S"\nBUS:DEV.FUN="03:00.0"\n')
+            text = explained("eth0", machine.root, "-smbios_cfg", "smbios.cfg", cwd=directory)
+            self.assertEqual(part(text, "slot")[1][0],
+                             'Component 0000:03:00.0 of its path met the record type 9 "S" at 03:00.0.')
+
     def test_no_records_at_all(self):
         self.assertIn("-vm was given", part(explained("eth0", EDGE / "root", "-vm"), "slot")[1][0])
         with machines.small_machine() as machine:
