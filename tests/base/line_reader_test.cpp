@@ -2,6 +2,7 @@
 
 #include <gtest/gtest.h>
 
+#include <cstring>
 #include <string>
 #include <vector>
 
@@ -74,6 +75,15 @@ TEST_F(LineReaderTest, AnEndlessFileEnds) {
     ASSERT_LE(static_cast<std::size_t>(reader.line_number()), LineReader::kFileLimit);
   }
   EXPECT_TRUE(reader.at_end());
+}
+
+TEST_F(LineReaderTest, NothingIsReadBehindTheLimit) {
+  LineReader reader = reader_of(xs(LineReader::kFileLimit + 1));
+  std::size_t total = 0;
+  while (reader.read()) {
+    total += std::strlen(reader.text());
+  }
+  EXPECT_EQ(total, LineReader::kFileLimit);
 }
 
 TEST_F(LineReaderTest, WhatIsNoTextFileDoesNotOpen) {
