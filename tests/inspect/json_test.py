@@ -270,6 +270,9 @@ class Document(unittest.TestCase):
                                           ("-config", "qorx.cfg", "config", "sysfs")):
             given = json.loads(inspect("json", machines.EDGE / "root", option, file, cwd=machines.EDGE).stdout)
             self.assertEqual((given["sources"]["slot_records"], given["sources"][key]), (source, file))
+        files = [f"root/sys/firmware/dmi/tables/{name}" for name in ("smbios_entry_point", "DMI")]
+        given = json.loads(inspect("json", machines.EDGE / "root", "-diag", *files, cwd=machines.EDGE).stdout)["sources"]
+        self.assertEqual([given[key] for key in ("slot_records", "diag_entry_point", "diag_table")], ["files", *files])
         self.assertIsNone(json.loads(inspect("json", machines.EDGE / "root", "-vm").stdout)["sources"]["slot_records"])
 
 
