@@ -25,14 +25,16 @@ std::vector<std::string> visible_names(const std::string& path) {
   return names;
 }
 
-TEST(RecordedOrderWithLargeFiles, IsFollowed) {
+TEST(RecordedOrderWithLargeFiles, IsFollowedEachTime) {
   FakeMachine machine;
   for (const char* const name : {"a", "b", "c", "d"}) {
     machine.write(std::string("sys/names/") + name, "");
   }
   machine.write("order", "sys/names/c\nsys/names/a\nsys/names/d\nsys/names/b\n");
   follow_recorded_order(machine.root().c_str());
-  EXPECT_EQ(visible_names(machine.root() / "sys/names"), (std::vector<std::string>{"c", "a", "d", "b"}));
+  for ([[maybe_unused]] const int time : {1, 2}) {
+    EXPECT_EQ(visible_names(machine.root() / "sys/names"), (std::vector<std::string>{"c", "a", "d", "b"}));
+  }
 }
 
 }  // namespace
