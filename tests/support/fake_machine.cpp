@@ -20,6 +20,27 @@ void put16(std::string& bytes, std::size_t offset, std::uint16_t value) {
   bytes[offset + 1] = static_cast<char>(value >> 8);
 }
 
+void open_directories(const fs::path& path) {
+  if (!fs::is_directory(fs::symlink_status(path))) {
+    return;
+  }
+  std::error_code ignored;
+  fs::permissions(path, fs::perms::owner_all, fs::perm_options::add, ignored);
+  for (const auto& entry : fs::directory_iterator(path, ignored)) {
+    open_directories(entry.path());
+  }
+}
+
+// Also what a test has closed to itself, where it runs as an ordinary user.
+void remove_tree(const fs::path& path) {
+  std::error_code failure;
+  fs::remove_all(path, failure);
+  if (failure) {
+    open_directories(path);
+    fs::remove_all(path, failure);
+  }
+}
+
 void write_file(const fs::path& path, std::string_view content) {
   fs::create_directories(path.parent_path());
   std::ofstream file(path, std::ios::binary | std::ios::trunc);
@@ -68,8 +89,7 @@ TemporaryDirectory::TemporaryDirectory() {
 }
 
 TemporaryDirectory::~TemporaryDirectory() {
-  std::error_code ignored;
-  fs::remove_all(path_, ignored);
+  remove_tree(path_);
 }
 
 FakeMachine::FakeMachine() {
@@ -90,7 +110,7 @@ FakeMachine& FakeMachine::write(const std::string& path, std::string_view conten
 }
 
 FakeMachine& FakeMachine::remove(const std::string& path) {
-  fs::remove_all(below_root(path));
+  remove_tree(below_root(path));
   return *this;
 }
 
