@@ -2,13 +2,13 @@
 
 #include <fcntl.h>
 #include <gtest/gtest.h>
-#include <sys/resource.h>
 
 #include <array>
 #include <cerrno>
 
 #include "base/line_reader.h"
 #include "base/system_root.h"
+#include "tests/support/descriptor_limit.h"
 #include "tests/support/fake_machine.h"
 
 namespace qorx {
@@ -29,22 +29,6 @@ TEST(Shortage, IsToldOnce) {
   EXPECT_FALSE(take_shortage());
 }
 
-// Leaves this process no further descriptor for a while.
-class NoDescriptors {
- public:
-  NoDescriptors() {
-    getrlimit(RLIMIT_NOFILE, &before_);
-    const rlimit none{0, before_.rlim_max};
-    setrlimit(RLIMIT_NOFILE, &none);
-  }
-  ~NoDescriptors() { setrlimit(RLIMIT_NOFILE, &before_); }
-  NoDescriptors(const NoDescriptors&) = delete;
-  NoDescriptors& operator=(const NoDescriptors&) = delete;
-
- private:
-  rlimit before_{};
-};
-
 TEST(Shortage, IsNotedByEveryWayToOpenAFile) {
   test::FakeMachine machine;
   machine.write("sys/file", "text").write("dev/mem", "memory");
@@ -59,7 +43,7 @@ TEST(Shortage, IsNotedByEveryWayToOpenAFile) {
   for (std::size_t i = 0; i < ways.size(); ++i) {
     static_cast<void>(take_shortage());
     {
-      const NoDescriptors none;
+      const test::DescriptorLimit none(0);
       ways[i]();
     }
     EXPECT_TRUE(take_shortage()) << i;

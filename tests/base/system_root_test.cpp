@@ -2,7 +2,6 @@
 
 #include <gtest/gtest.h>
 #include <sys/mman.h>
-#include <sys/resource.h>
 #include <sys/stat.h>
 #include <unistd.h>
 
@@ -12,6 +11,7 @@
 #include <string>
 #include <vector>
 
+#include "tests/support/descriptor_limit.h"
 #include "tests/support/fixture.h"
 #include "tests/support/unprivileged.h"
 
@@ -245,18 +245,11 @@ TEST_F(KeptFolders, ThatAreMissingChangeNothing) {
 TEST_F(KeptFolders, GiveWayWhereNoMoreFilesCanBeOpened) {
   const KeptFolder a("/sys/a");
   const KeptFolder inner("/sys/a/b");
-  const auto free = static_cast<rlim_t>(next_descriptor());
-  rlimit before{};
-  ASSERT_EQ(getrlimit(RLIMIT_NOFILE, &before), 0);
-  const rlimit few{free, before.rlim_max};
-  ASSERT_EQ(setrlimit(RLIMIT_NOFILE, &few), 0);
-  {
-    const SystemDirectory directory = open_system_directory("/sys/ab");
-    EXPECT_TRUE(directory.is_open());
-    EXPECT_EQ(content("/sys/a/file"), "outer");
-    EXPECT_EQ(content("/sys/a/b/file"), "inner");
-  }
-  ASSERT_EQ(setrlimit(RLIMIT_NOFILE, &before), 0);
+  const test::DescriptorLimit limit(next_descriptor());
+  const SystemDirectory directory = open_system_directory("/sys/ab");
+  EXPECT_TRUE(directory.is_open());
+  EXPECT_EQ(content("/sys/a/file"), "outer");
+  EXPECT_EQ(content("/sys/a/b/file"), "inner");
 }
 
 TEST_F(KeptFolders, AreClosedWithTheirObject) {

@@ -2,7 +2,6 @@
 // replaced.
 #include <fcntl.h>
 #include <gtest/gtest.h>
-#include <sys/resource.h>
 #include <unistd.h>
 
 #include <cerrno>
@@ -14,27 +13,12 @@
 #include "cli/standard_output.h"
 #include "output/output_file.h"
 #include "tests/faults/failing_calls.h"
+#include "tests/support/descriptor_limit.h"
 #include "tests/support/expect.h"
 #include "tests/support/rows.h"
 
 namespace qorx::test {
 namespace {
-
-// While it lives, no descriptor from `end` on can be had.
-class DescriptorLimit {
- public:
-  explicit DescriptorLimit(int end) {
-    getrlimit(RLIMIT_NOFILE, &before_);
-    const rlimit limit{static_cast<rlim_t>(end), before_.rlim_max};
-    setrlimit(RLIMIT_NOFILE, &limit);
-  }
-  ~DescriptorLimit() { setrlimit(RLIMIT_NOFILE, &before_); }
-  DescriptorLimit(const DescriptorLimit&) = delete;
-  DescriptorLimit& operator=(const DescriptorLimit&) = delete;
-
- private:
-  rlimit before_{};
-};
 
 TEST_F(FailingCalls, OutputThatIsLostWhenItsFileIsClosedIsAnError) {
   const DescriptorLimit one_is_left(next_descriptor() + 1);
