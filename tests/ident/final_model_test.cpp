@@ -26,8 +26,9 @@ class ConfirmedNames : public RowTest<Joining> {};
 
 TEST_P(ConfirmedNames, AreJoined) {
   const SlotRecord& slot = add_slot("S");
-  const DeviceRecord& port =
-      add_port({.slot_name = "S", .model = "WMX-1813/2848/8655", .smbios_type = kSlot, .module_names = row().names});
+  const PortFields fields{
+      .slot_name = "S", .model = "WMX-1813/2848/8655", .smbios_type = kSlot, .module_names = row().names};
+  const DeviceRecord& port = add_port(fields);
   EXPECT_EQ(qorx_assign_final_model_name(), 0);
   EXPECT_EQ(port.model, row().model);
   EXPECT_EQ(slot.model_name, row().model);
