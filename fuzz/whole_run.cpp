@@ -60,6 +60,7 @@ class Screen {
 
 struct Result {
   int status;
+  bool has_traces;
   std::string screen;
 };
 
@@ -74,7 +75,7 @@ Result run_command(const Words& words) {
   const int status = run_command_line(static_cast<int>(arguments.size()), arguments.data());
   require_code(status, {QORX_ERR_OPEN_FILE, QORX_ERR_CONF_FILE_FORMAT, QORX_ERR_PARAM_OUT_OF_BOUND,
                         QORX_ERR_COMMAND_NOT_SUPPORT, QORX_ERR_OPEN_DIR});
-  return {status, screen.text()};
+  return {status, debugging(), screen.text()};
 }
 
 void check_written(const Words& words, int status) {
@@ -86,9 +87,10 @@ void check_written(const Words& words, int status) {
   }
 }
 
-// The table on the screen is the result file. Only the mark of a refused feature is printed in another way there.
+// The table on the screen is the result file. Only the mark of a refused feature is printed in another way there, and
+// traces stand between the rows.
 void check_file_agrees(const Words& words, const Result& result) {
-  if (words[1] != "-a" || std::find(words.begin(), words.end(), "2") != words.end()) {
+  if (words[1] != "-a" || result.has_traces) {
     return;
   }
   Words into_file{"qorx", "-o", kOtherFile};
