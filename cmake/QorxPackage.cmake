@@ -1,10 +1,15 @@
 # cpack --preset package: qorx (the tool), libqorx1 (the shared library), libqorx-dev (headers, static library), as .deb
-# and as .rpm. cpack -G TGZ: everything in one tree. What is decided when cpack runs is in package/generator.cmake.
+# and, where rpmbuild is found, as .rpm. cpack -G TGZ: everything in one tree. What is decided when cpack runs is in package/generator.cmake.
 
 set(QORX_PACKAGE_MAINTAINER "qorx maintainers <maintainers@qorx.invalid>" CACHE STRING "Maintainer field of the packages")
 set(QORX_PACKAGE_REVISION "" CACHE STRING "What follows the version in the packages' names; empty: by the commit")
 
+find_program(QORX_RPMBUILD rpmbuild DOC "Makes .rpm packages; without it there are none")
+mark_as_advanced(QORX_RPMBUILD)
 set(CPACK_GENERATOR DEB)
+if(QORX_RPMBUILD)
+  list(APPEND CPACK_GENERATOR RPM)
+endif()
 set(CPACK_QORX_SOURCE_DIR ${PROJECT_SOURCE_DIR})
 set(CPACK_QORX_REVISION ${QORX_PACKAGE_REVISION})
 set(CPACK_QORX_LIBDIR ${CMAKE_INSTALL_LIBDIR})

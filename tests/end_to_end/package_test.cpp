@@ -133,6 +133,19 @@ TEST(PackageOfRpm, HoldsTheTool) {
   }
 }
 
+TEST(PackageKinds, AreThoseForWhichThereAreTools) {
+  const TemporaryDirectory directory;
+  for (const auto& [tool, kinds] : {std::pair("/bin/true", "\"DEB;RPM\""), std::pair("OFF", "\"DEB\"")}) {
+    output_of({QORX_CMAKE, "-G", "Ninja", "-S", QORX_SOURCE_DIR, "-B", directory.path(), "-DQORX_BUILD_TESTS=OFF",
+               std::string("-DQORX_RPMBUILD=") + tool});
+    EXPECT_NE(read_file(directory.path() / "CPackConfig.cmake").find(std::string("set(CPACK_GENERATOR ") + kinds + ")"),
+              std::string::npos)
+        << tool;
+  }
+  EXPECT_EQ(read_file(fs::path(QORX_SOURCE_DIR) / "CMakePresets.json").find("generators"), std::string::npos)
+      << "the preset leaves the choice to that";
+}
+
 TEST(PackageAsArchive, IsOneTree) {
   QORX_SKIP_IF(!kReleaseBuild, "packages are made of release builds");
   const TemporaryDirectory directory;

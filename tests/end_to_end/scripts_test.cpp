@@ -21,9 +21,8 @@ const std::string kMissing =
 class Scripts : public testing::Test {
  protected:
   void SetUp() override {
-    for (const char* const tool : {"sh", "env", "sed", "grep", "sort", "head", "dirname", "find", "xargs"}) {
-      fs::create_symlink(lines_of(output_of({"sh", "-c", std::string("command -v ") + tool})).at(0),
-                         tools_.path() / tool);
+    for (const char* const name : {"sh", "env", "sed", "grep", "sort", "head", "dirname", "find", "xargs"}) {
+      link_tool(name);
     }
     tool("id", "echo 1000");
     tool("dpkg-query", "exit 1");
@@ -32,6 +31,9 @@ class Scripts : public testing::Test {
     tool("c++", "exit 0");
   }
 
+  void link_tool(const std::string& name) const {
+    fs::create_symlink(lines_of(output_of({"sh", "-c", "command -v " + name})).at(0), tools_.path() / name);
+  }
   void tool(const std::string& name, const std::string& script) const {
     std::ofstream(tools_.path() / name) << "#!/bin/sh\n" << script << "\n";
     fs::permissions(tools_.path() / name, fs::perms::owner_all);
@@ -98,6 +100,53 @@ TEST_F(Scripts, AnOlderCMakeIsNamedInOneLine) {
   for (const char* const script : {"demo", "check"}) {
     EXPECT_EQ(run(script, {}), (ToolRun{"", "CMake is too old: 3.22.1; qorx needs 3.25 or newer.\n", 1})) << script;
   }
+}
+
+// ./demo in a tree of its own, whose build is made of stand-ins.
+class Demo : public Scripts {
+ protected:
+  void SetUp() override {
+    Scripts::SetUp();
+    for (const char* const name : {"cat", "mktemp", "nproc", "rm", "tail"}) {
+      link_tool(name);
+    }
+    tool("dpkg-query", "echo 'install ok installed'");
+    fs::create_directory(tree_.path() / "scripts");
+    for (const char* const file : {"demo", "scripts/install-packages"}) {
+      fs::copy_file(kSource / file, tree_.path() / file);
+    }
+    built("cli/qorx", "echo this machine");
+    built("tools/qorx-replay", "echo a recorded one; : >tovix.cfg");
+  }
+
+  void built(const std::string& program, const std::string& script) const {
+    const fs::path file = tree_.path() / "build/demo" / program;
+    fs::create_directories(file.parent_path());
+    std::ofstream(file) << "#!/bin/sh\n" << script << "\n";
+    fs::permissions(file, fs::perms::owner_all);
+  }
+
+  ToolRun demo() const { return run_command({"-i", "PATH=" + tools_.path().string(), tree_.path() / "demo"}); }
+
+  const TemporaryDirectory tree_;
+};
+
+TEST_F(Demo, ShowsTheDrawingWhereQorxInspectWasBuilt) {
+  const ToolRun without = demo();
+  EXPECT_EQ(without.status, 0) << without.errors;
+  EXPECT_EQ(without.output.find("qorx-inspect"), std::string::npos);
+  EXPECT_TRUE(without.output.ends_with("this machine\n")) << without.output;
+
+  built("inspect/qorx-inspect", "echo \"the front: $1\"");
+  const ToolRun with = demo();
+  EXPECT_EQ(with.status, 0) << with.errors;
+  EXPECT_NE(with.output.find("qorx-inspect draw\033[0m\nthe front: draw\n"), std::string::npos) << with.output;
+}
+
+TEST_F(Demo, EndsWithWhatTheCompilerSaysWhereTheBuildFails) {
+  tool("cmake",
+       "case $1 in --version) echo 'cmake version 3.25.1' ;; --build) echo 'error: no such type'; exit 2 ;; esac");
+  EXPECT_EQ(demo(), (ToolRun{"", "error: no such type\n", 1}));
 }
 
 TEST_F(Scripts, AnOlderCompilerIsNamed) {
