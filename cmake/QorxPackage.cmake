@@ -1,5 +1,6 @@
 # cpack --preset package: qorx (the tool), libqorx1 (the shared library), libqorx-dev (headers, static library), as .deb
-# and, where rpmbuild is found, as .rpm. cpack -G TGZ: everything in one tree. What is decided when cpack runs is in package/generator.cmake.
+# and, where rpmbuild is found, as .rpm. cpack -G TGZ: everything in one tree. What is decided when cpack runs is in
+# package/generator.cmake.
 
 set(QORX_PACKAGE_MAINTAINER "qorx maintainers <maintainers@qorx.invalid>" CACHE STRING "Maintainer field of the packages")
 set(QORX_PACKAGE_REVISION "" CACHE STRING "What follows the version in the packages' names; empty: by the commit")
